@@ -1,0 +1,26 @@
+# How our own code is compiled: warnings, sanitizers, coverage, and arithmetic that is the same on every target.
+# Dependencies are never built with these; they are linked by our targets alone.
+
+add_library(qzsignal_build_flags INTERFACE)
+
+target_compile_options(qzsignal_build_flags INTERFACE
+    -Wall -Wextra -Wpedantic -Wshadow -Wconversion
+    $<$<BOOL:${QZSIGNAL_WERROR}>:-Werror>)
+
+# Decoded and physical values are bit for bit the same everywhere: no fused multiply-add (PowerPC would contract
+# raw * scale + offset), no 80-bit intermediate results (32-bit x86 would use its x87 stack).
+target_compile_options(qzsignal_build_flags INTERFACE -ffp-contract=off)
+if(CMAKE_SIZEOF_VOID_P EQUAL 4 AND CMAKE_SYSTEM_PROCESSOR MATCHES "^(i.86|x86|x86_64|AMD64)$")
+    target_compile_options(qzsignal_build_flags INTERFACE -msse2 -mfpmath=sse)
+endif()
+
+if(QZSIGNAL_SANITIZE)
+    target_compile_options(qzsignal_build_flags INTERFACE
+        -fsanitize=${QZSIGNAL_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    target_link_options(qzsignal_build_flags INTERFACE -fsanitize=${QZSIGNAL_SANITIZE})
+endif()
+
+if(QZSIGNAL_COVERAGE)
+    target_compile_options(qzsignal_build_flags INTERFACE --coverage -fprofile-update=atomic)
+    target_link_options(qzsignal_build_flags INTERFACE --coverage)
+endif()

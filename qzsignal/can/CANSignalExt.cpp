@@ -1,0 +1,76 @@
+// Keys, filing and feeding of CAN signals.
+#include "qzsignal/can/CANSignalExt.h"
+
+#include "qzsignal/signal/DispatchMap.h"
+#include "qzsignal/signal/MessageKey.h"
+#include "qzsignal/signal/Printing.h"
+#include "qzsignal/trace/CANExtTraceMessage.h"
+#include "qzsignal/trace/RawRecord.h"
+
+namespace {
+
+using qzsignal::debugging;
+using qzsignal::debuggingAbove;
+using qzsignal::debugLine;
+
+constexpr char label[] = "CANSignalExt";
+
+} // namespace
+
+qzsignal::DispatchMap<CANSignalExt> CANSignalExt::canMessageContainer;
+
+CANSignalExt::CANSignalExt(canSignalDef_t const& definition, bool shared)
+    : ShmSignal(definition, shared), d_definition(definition) {
+    messageId = qzsignal::canKey(definition.channel, definition.msgId, definition.extended);
+    qzsignal::file(canMessageContainer, messageId, this);
+    if (debugging())
+        qzsignal::traceCreated(label, instance, shared, *this);
+}
+
+CANSignalExt::CANSignalExt(char const* instanceName) : ShmSignal(instanceName) {
+    if (debugging())
+        qzsignal::traceCreated(label, instance, false, *this);
+}
+
+CANSignalExt::~CANSignalExt() {
+    qzsignal::withdraw(canMessageContainer, messageId, this, label);
+}
+
+bool CANSignalExt::signalsInUse(unsigned char const* begin, unsigned char const* end) {
+    if (canMessageContainer.empty())
+        return false;
+    qzsignal::RawRecord const record(begin, end);
+    std::uint8_t const channel = record.byte(qzsignal::record::channel);
+    std::uint32_t const identifier = record.word32(qzsignal::record::canIdentifier);
+    // The identifier of a record has its extended flag in bit 31 already.
+    bool const found = qzsignal::find(canMessageContainer, qzsignal::canKey(channel, identifier, false)) != nullptr;
+    if (debuggingAbove(1))
+        debugLine("CANSignalExt::signalsInUse: ", found ? "found" : "not found", std::dec, ": channel ",
+                  unsigned{channel}, ", id ", identifier);
+    return found;
+}
+
+unsigned long long CANSignalExt::decodeMessage(CANExtTraceMessage const& message) {
+    unsigned long long const key = qzsignal::canKey(message.channel, message.identifier, message.extended != 0);
+    auto const* const signals = qzsignal::find(canMessageContainer, key);
+    if (signals == nullptr) {
+        if (debuggingAbove(1))
+            debugLine("CANSignalExt::decodeMessage: CAN message not in canMessageContainer: ", message);
+        return 0;
+    }
+    for (CANSignalExt* const signal : *signals) {
+        if (debugging())
+            qzsignal::traceDelivery(label, signal, signal->instance);
+        signal->ShmSignal::write(message.payload, message.length, message.timestamp);
+    }
+    return key;
+}
+
+std::ostream& operator<<(std::ostream& out, canSignalDef_t const& definition) {
+    return out << static_cast<baseSignalDef_t const&>(definition) << std::dec << ",msgId=" << definition.msgId
+               << ",extended=" << qzsignal::yesNo(definition.extended);
+}
+
+std::ostream& operator<<(std::ostream& out, CANSignalExt const& signal) {
+    return out << static_cast<ShmSignal const&>(signal) << ";" << signal.d_definition;
+}

@@ -1,0 +1,61 @@
+// The lock inside a shared record: how it is made, waited for, and taken over from a process that died.
+#pragma once
+
+#include <pthread.h>
+#include <string>
+
+namespace qzsignal {
+
+enum class LockOutcome {
+    Locked,
+    OwnerDied, // locked; a process died while it held the lock, so the record may be half written
+    Failed,    // not locked, reported; the caller carries on without
+};
+
+// Makes a mutex that several processes may share, and robust where the platform allows: if a process dies while it
+// holds the mutex, the next to lock is told so instead of waiting forever.
+void initRecordMutex(pthread_mutex_t& mutex);
+
+// True if `mutex`, found in a segment that outlived its creator, is one that `initRecordMutex` made and that nobody
+// keeps. Such a mutex must not be made anew: a reader may take it at any moment, and its unlock would then fail and
+// leave the reader's list of robust mutexes broken. Gives up after a bounded number of attempts.
+bool adoptRecordMutex(pthread_mutex_t& mutex);
+
+// Tries for the lock until it is free; between attempts it says so on standard output and gives up the processor.
+// Deliberate: there is no limit and no sleep, and the line appears whatever the debug level.
+LockOutcome lockRecord(pthread_mutex_t& mutex, char const* label, std::string const& instance);
+
+// A failure is reported, nothing more: the access that ends here keeps its result.
+void unlockRecord(pthread_mutex_t& mutex, char const* label, std::string const& instance);
+
+// Holds the lock of a record while its creator fills it, if it can be had soon. A creator waits for nobody: after a
+// bounded number of attempts it fills the record without the lock.
+class RecordResetLock {
+public:
+    explicit RecordResetLock(pthread_mutex_t& mutex);
+    ~RecordResetLock();
+    RecordResetLock(RecordResetLock const&) = delete;
+    RecordResetLock& operator=(RecordResetLock const&) = delete;
+
+    bool locked() const { return d_locked; }
+
+private:
+    pthread_mutex_t& d_mutex;
+    bool d_locked = false;
+};
+
+// Holds a signal's record from construction to destruction. What locking means (and whether there is anything to lock)
+// is the signal's own business: its `lock` and `unlock`.
+template <typename Signal>
+class RecordLock {
+public:
+    explicit RecordLock(Signal& signal) : d_signal(signal) { d_signal.lock(); }
+    ~RecordLock() { d_signal.unlock(); }
+    RecordLock(RecordLock const&) = delete;
+    RecordLock& operator=(RecordLock const&) = delete;
+
+private:
+    Signal& d_signal;
+};
+
+} // namespace qzsignal

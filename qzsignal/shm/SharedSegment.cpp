@@ -1,0 +1,143 @@
+// All calls of ftok and of the System V shared memory functions.
+#include "qzsignal/shm/SharedSegment.h"
+
+#include "qzsignal/shm/RecordLock.h"
+#include "qzsignal/signal/Diagnostics.h"
+
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <sys/ipc.h>
+#include <sys/shm.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace qzsignal {
+
+namespace {
+
+constexpr int projectId = 'f';
+
+std::string keyPath(std::string const& instance) {
+    return "/tmp/" + instance;
+}
+
+// Leaves an empty file of this name. /tmp belongs to everybody, so whatever else lies there under the name is left
+// alone: no link is followed, nothing but a regular file is emptied, and no pipe makes us wait. Failures show in ftok.
+void makeKeyFile(std::string const& path) {
+    int const file = open(path.c_str(), O_WRONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, 0666);
+    if (file < 0)
+        return;
+    struct stat status {};
+    if (fstat(file, &status) == 0 && S_ISREG(status.st_mode) && status.st_size != 0) {
+        // Nothing depends on the file's being empty; an error here has no consequence.
+        [[maybe_unused]] int const ignored = ftruncate(file, 0);
+    }
+    close(file);
+}
+
+std::uint32_t& sizeWord(void* record) {
+    return *static_cast<std::uint32_t*>(record);
+}
+
+pthread_mutex_t& recordMutex(void* record) {
+    return *reinterpret_cast<pthread_mutex_t*>(static_cast<unsigned char*>(record) + recordMutexOffset);
+}
+
+bool initialised(void* record, RecordFamily const& family) {
+    return __atomic_load_n(&sizeWord(record), __ATOMIC_ACQUIRE) == family.d_size;
+}
+
+bool largeEnough(int shmId, RecordFamily const& family) {
+    shmid_ds status{};
+    return shmctl(shmId, IPC_STAT, &status) == 0 && status.shm_segsz >= family.d_size;
+}
+
+void* attached(int shmId) {
+    void* const address = shmat(shmId, nullptr, 0);
+    return address != reinterpret_cast<void*>(-1) ? address : nullptr;
+}
+
+void reportFailure(RecordFamily const& family, char const* call, std::string const& instance) {
+    errorLine(family.d_label, call, " (", instance, "): ", std::strerror(errno));
+}
+
+void warnWaiting(RecordFamily const& family, std::string const& instance, char const* what, std::string const& path) {
+    warningLine(family.d_label, ": ", instance, ": Waiting for ", what, " (", path, ")");
+}
+
+} // namespace
+
+void* SharedSegment::create(RecordFamily const& family, std::string const& instance) {
+    std::string const path = keyPath(instance);
+    makeKeyFile(path);
+    d_key = ftok(path.c_str(), projectId);
+    if (d_key == -1) {
+        errorLine(family.d_label, ": ", instance, ": Missing File (", path, ")");
+        return nullptr;
+    }
+    d_shmId = shmget(d_key, family.d_size, IPC_CREAT | family.d_permissions);
+    if (d_shmId == -1) {
+        reportFailure(family, "::ctor: shmget", instance);
+        return nullptr;
+    }
+    void* const record = attached(d_shmId);
+    if (record == nullptr) {
+        reportFailure(family, "::ctor: shmat", instance);
+        return nullptr;
+    }
+    if (!initialised(record, family) || !adoptRecordMutex(recordMutex(record)))
+        initRecordMutex(recordMutex(record));
+    return record;
+}
+
+void* SharedSegment::attach(RecordFamily const& family, std::string const& instance) {
+    std::string const path = keyPath(instance);
+    d_key = ftok(path.c_str(), projectId);
+    if (d_key == -1) {
+        warnWaiting(family, instance, "key", path);
+        return nullptr;
+    }
+    void* record = nullptr;
+    d_shmId = shmget(d_key, 0, 0);
+    if (d_shmId != -1 && largeEnough(d_shmId, family)) {
+        record = attached(d_shmId);
+        if (record == nullptr) {
+            reportFailure(family, ": shmat", instance);
+            d_shmId = -1;
+            return nullptr;
+        }
+        if (initialised(record, family))
+            return record;
+        // Somebody else's record, or one whose creator is not done: none that we may read.
+        shmdt(record);
+    }
+    d_shmId = -1;
+    warnWaiting(family, instance, "shared memory region id", path);
+    return nullptr;
+}
+
+void SharedSegment::release(RecordFamily const& family, std::string const& instance, void* record) {
+    char const* end = " deleted";
+    if (d_shared && d_shmId < 0) {
+        end = " deleted (no shared memory found)";
+    } else if (d_shared) {
+        if (record != nullptr && shmdt(record) == -1)
+            reportFailure(family, "::dtor: shmdt", instance);
+        if (d_owner && shmctl(d_shmId, IPC_RMID, nullptr) == -1)
+            reportFailure(family, "::dtor: shmctl", instance);
+        end = d_owner ? ", shared memory and mutex deleted" : " deleted (shared memory still exists).";
+    }
+    if (debugging())
+        debugLine(family.d_label, " ", instance, end);
+}
+
+void SharedSegment::withdrawRecord(std::uint32_t& size) {
+    __atomic_store_n(&size, 0, __ATOMIC_RELEASE);
+}
+
+void SharedSegment::publishRecord(std::uint32_t& size, RecordFamily const& family) {
+    __atomic_store_n(&size, static_cast<std::uint32_t>(family.d_size), __ATOMIC_RELEASE);
+}
+
+} // namespace qzsignal

@@ -1,0 +1,253 @@
+// Definition, attachment and the locked accesses of a shared signal.
+#include "qzsignal/shm/ShmSignal.h"
+
+#include "qzsignal/signal/Conversion.h"
+#include "qzsignal/signal/Diagnostics.h"
+#include "qzsignal/signal/Printing.h"
+
+#include <cstring>
+
+namespace {
+
+using qzsignal::debugging;
+using qzsignal::debugLine;
+
+constexpr qzsignal::RecordFamily family = {"ShmSignal", sizeof(shmSignalData_t), 0666};
+
+// What a record holds before anything was written: patterns that catch the eye in a dump.
+constexpr std::uint64_t unwrittenValue = 0x00000000AAAAAAAA;
+constexpr std::uint64_t unwrittenTimestamp = 0x0000000055555555;
+
+// Cuts to 31 characters; the rest of the field is zeroed, so that nothing of an earlier run shines through.
+template <std::size_t Size>
+void copyText(char (&field)[Size], std::string const& text) {
+    std::memset(field, 0, Size);
+    std::memcpy(field, text.data(), std::min(text.size(), Size - 1));
+}
+
+// The text of a field that another process wrote, and may have left without its end.
+template <std::size_t Size>
+std::string textOf(char const (&field)[Size]) {
+    return std::string(field, strnlen(field, Size));
+}
+
+} // namespace
+
+ShmSignal::ShmSignal(baseSignalDef_t const& definition, bool shared)
+    : BaseSignal(definition.instance.c_str(), definition.signal.c_str()), SharedSegment(true, shared) {
+    qzsignal::initRecordMutex(d_localData.mutex);
+    if (d_shared)
+        createSharedMemory();
+    initialiseRecord(definition);
+    cInit();
+    d_valid = true;
+    if (debugging())
+        qzsignal::traceCreated("ShmSignal", instance, shared, *this);
+}
+
+ShmSignal::ShmSignal(char const* instanceName) : BaseSignal(instanceName, ""), SharedSegment(false, true) {
+    qzsignal::initRecordMutex(d_localData.mutex);
+    smInit();
+    if (debugging()) {
+        debugLine("ShmSignal ", instance, " created ",
+                  d_valid ? "(shared memory found)." : "(shared memory NOT found).");
+        if (d_valid)
+            std::cout << *this << std::endl;
+    }
+}
+
+ShmSignal::~ShmSignal() {
+    release(family, instance, segment());
+}
+
+bool ShmSignal::createSharedMemory() {
+    void* const record = create(family, instance);
+    d_data = record != nullptr ? static_cast<shmSignalData_t*>(record) : &d_localData;
+    return record != nullptr;
+}
+
+bool ShmSignal::smInit() {
+    if (!d_waiting)
+        return true;
+    void* const record = attach(family, instance);
+    if (record == nullptr)
+        return false;
+    d_data = static_cast<shmSignalData_t*>(record);
+    signal = textOf(d_data->signal);
+    d_waiting = false;
+    d_valid = true;
+    cInit();
+    return true;
+}
+
+void ShmSignal::initialiseRecord(baseSignalDef_t const& definition) {
+    // Readers that are attached to a record of an earlier run see it change as a whole.
+    qzsignal::RecordResetLock const guard(d_data->mutex);
+    withdrawRecord(d_data->size);
+    d_data->used = false;
+    d_data->conv = false;
+    copyText(d_data->signal, definition.signal);
+    copyText(d_data->unit, definition.unit);
+    d_data->type = definition.type;
+    d_data->startbit = definition.startbit;
+    d_data->bits = definition.bits;
+    d_data->scale = definition.scale;
+    d_data->offset = definition.offset;
+    d_data->endian = definition.endian;
+    d_data->rawValue = unwrittenValue;
+    d_data->value = unwrittenValue;
+    d_data->phys = static_cast<double>(unwrittenValue);
+    d_data->timestamp = unwrittenTimestamp;
+    publishRecord(d_data->size, family);
+}
+
+void* ShmSignal::segment() const {
+    return d_data != &d_localData ? d_data : nullptr;
+}
+
+void ShmSignal::cInit() {
+    set(d_data->startbit, d_data->bits, qzsignal::byteOrder(d_data->endian != 0));
+}
+
+void ShmSignal::decode() {
+    qzsignal::ByteOrder const order = qzsignal::byteOrder(d_data->endian != 0);
+    std::uint64_t value = extract(d_data->rawValue, order);
+    if (d_data->type == signalSigned)
+        value = signExtend(value);
+    if (debugging())
+        traceExtraction("ShmSignal", instance.c_str(), d_data->rawValue, d_data->startbit, d_data->bits, order, value);
+    d_data->value = value;
+}
+
+void ShmSignal::physical() {
+    qzsignal::convert(d_data->value, d_data->type, d_data->scale, d_data->offset, d_data->phys);
+    if (debugging())
+        debugLine(instance, " = ", d_data->phys);
+}
+
+char const* ShmSignal::getUnit() const {
+    return d_data->unit;
+}
+
+double ShmSignal::getScaleFactor() const {
+    return d_data->scale;
+}
+
+double ShmSignal::getOffset() const {
+    return d_data->offset;
+}
+
+unsigned char ShmSignal::getBits() const {
+    return d_data->bits;
+}
+
+signalValue_t ShmSignal::getType() const {
+    return d_data->type;
+}
+
+bool ShmSignal::read(double& phys, unsigned long long& timestamp) {
+    if (d_waiting && !smInit())
+        return false;
+    qzsignal::RecordLock<ShmSignal> const guard(*this);
+    bool const used = d_data->used != 0;
+    if (used) {
+        if (d_data->conv == 0) {
+            physical();
+            d_data->conv = true;
+        }
+        phys = d_data->phys;
+        timestamp = d_data->timestamp;
+    }
+    if (debugging())
+        debugLine("ShmSignal::read ", *this);
+    return used;
+}
+
+bool ShmSignal::read(unsigned long long& value, unsigned long long& timestamp) {
+    if (d_waiting && !smInit())
+        return false;
+    qzsignal::RecordLock<ShmSignal> const guard(*this);
+    bool const used = d_data->used != 0;
+    if (used) {
+        value = d_data->value;
+        timestamp = d_data->timestamp;
+    }
+    if (debugging())
+        debugLine("ShmSignal::read ", *this);
+    return used;
+}
+
+bool ShmSignal::write(unsigned long long raw, unsigned long long timestamp) {
+    if (d_waiting && !smInit())
+        return false;
+    if (debugging())
+        debugLine("writing ", std::hex, raw, ", ts=", timestamp);
+    qzsignal::RecordLock<ShmSignal> const guard(*this);
+    d_modified = d_data->used == 0 || differs(raw, d_data->rawValue);
+    if (d_modified) {
+        d_data->rawValue = raw;
+        decode();
+        d_data->conv = false;
+        d_data->used = true;
+    }
+    if (debugging())
+        debugLine(d_modified ? "ShmSignal::write " : "ShmSignal::write (no change) ", *this);
+    d_data->timestamp = timestamp;
+    return true;
+}
+
+bool ShmSignal::write(unsigned char const* data, unsigned long long timestamp) {
+    return write(data, 8, timestamp);
+}
+
+bool ShmSignal::write(unsigned char const* data, unsigned int length, unsigned long long timestamp) {
+    return write(qzsignal::rawWord(data, length), timestamp);
+}
+
+bool ShmSignal::isModified() const {
+    return d_modified;
+}
+
+void ShmSignal::print(std::ostream& out) const {
+    out << *this;
+}
+
+void ShmSignal::clear() {
+    d_data->timestamp = 0;
+    d_data->rawValue = 0;
+    d_data->value = 0;
+    d_data->phys = 0.0;
+    d_data->conv = false;
+    d_data->used = false;
+    d_modified = true;
+}
+
+void ShmSignal::lock() {
+    if (!d_shared)
+        return;
+    if (qzsignal::lockRecord(d_data->mutex, family.d_label, instance) == qzsignal::LockOutcome::OwnerDied) {
+        decode();
+        d_data->conv = false;
+    }
+}
+
+void ShmSignal::unlock() {
+    if (d_shared)
+        qzsignal::unlockRecord(d_data->mutex, family.d_label, instance);
+}
+
+std::ostream& operator<<(std::ostream& out, ShmSignal const& signal) {
+    using qzsignal::Hex16;
+    using qzsignal::yesNo;
+
+    if (!signal.d_valid)
+        return out << "ShmSignal not valid" << std::endl;
+    shmSignalData_t const& data = *signal.d_data;
+    return out << std::dec << textOf(data.signal) << " shmem=" << (signal.d_shared ? 1 : 0)
+               << ",used=" << yesNo(data.used != 0) << ",conv=" << yesNo(data.conv != 0)
+               << ",unit=" << textOf(data.unit) << ",type=" << data.type << ",startbit=" << data.startbit
+               << ",bits=" << unsigned{data.bits} << ",scale=" << data.scale << ",offset=" << data.offset
+               << ",endian=" << qzsignal::endianName(data.endian != 0) << ",rawValue=0x" << Hex16{data.rawValue}
+               << ",value=0x" << Hex16{data.value} << ",phys=" << data.phys << ",timestamp=0x" << std::hex
+               << data.timestamp << ",addr=" << static_cast<void const*>(&data);
+}

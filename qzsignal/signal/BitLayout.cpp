@@ -1,0 +1,97 @@
+// Bit arithmetic on raw words: shifts only, so that it is the same on every host.
+#include "qzsignal/signal/BitLayout.h"
+
+#include "qzsignal/signal/Diagnostics.h"
+#include "qzsignal/signal/Printing.h"
+
+#include <algorithm>
+
+namespace qzsignal {
+
+namespace {
+
+constexpr unsigned payloadBytes = 8;
+
+// All ones in the lowest `bits` bits.
+std::uint64_t lowOnes(unsigned bits) {
+    return bits >= 64 ? ~std::uint64_t{0} : (std::uint64_t{1} << bits) - 1;
+}
+
+// Byte 0 to the least significant end: little-endian signals count upward from there.
+std::uint64_t reversed(std::uint64_t rawWord) {
+    return __builtin_bswap64(rawWord);
+}
+
+// Position of a payload byte in a raw word, in bits from its least significant end.
+unsigned bytePosition(unsigned byte) {
+    return 8 * (payloadBytes - 1 - byte);
+}
+
+} // namespace
+
+std::uint64_t rawWord(unsigned char const* payload, std::size_t length) {
+    std::uint64_t word = 0;
+    unsigned const used = static_cast<unsigned>(std::min<std::size_t>(length, payloadBytes));
+    for (unsigned byte = 0; byte < used; ++byte)
+        word |= std::uint64_t{payload[byte]} << bytePosition(byte);
+    return word;
+}
+
+void BitLayout::set(unsigned startBit, unsigned bits, ByteOrder order) {
+    bool const big = order == ByteOrder::Big;
+    int const length = static_cast<int>(bits);
+    int lsbBit = static_cast<int>(startBit);
+    if (big) {
+        // A big-endian signal runs on in the order in which the bus sends its bits: bit 7 of byte 0 is sent first. Turn
+        // the start bit into its place in that order, go to the last bit, and turn that back into a bit number.
+        int const last = static_cast<int>(startBit >> 3) * 16 - lsbBit + length + 6;
+        lsbBit = last / 8 * 16 - last + 7;
+    }
+    d_lsbBit = static_cast<std::uint8_t>(lsbBit);
+    d_startByte = static_cast<std::uint8_t>(d_lsbBit >> 3);
+    d_shift = d_lsbBit & 7;
+    d_bytes = static_cast<std::uint8_t>((d_lsbBit + length - 1) / 8 - d_startByte + 1);
+    d_maksBits = lowOnes(bits);
+    d_signBit = bits >= 1 && bits <= 64 ? std::uint64_t{1} << (bits - 1) : 0;
+
+    d_rawMask = 0;
+    std::uint64_t const placed = d_maksBits << d_shift;
+    for (unsigned i = 0; i < d_bytes && i < payloadBytes; ++i) {
+        // Going below byte 0 wraps to a huge number, which is as far outside the payload as one above byte 7.
+        unsigned const byte = big ? d_startByte - i : d_startByte + i;
+        if (byte < payloadBytes)
+            d_rawMask |= (placed >> (8 * i) & 0xff) << bytePosition(byte);
+    }
+
+    if (debugging())
+        debugLine(std::dec, "d_lsbBit=", unsigned{d_lsbBit}, ",d_startByte=", unsigned{d_startByte},
+                  ",d_bytes=", unsigned{d_bytes}, ",d_shift=", unsigned{d_shift}, ",d_maksBits=", std::hex, d_maksBits,
+                  ",d_signBit=", d_signBit, ",d_rawMask=", Hex16{d_rawMask});
+}
+
+std::uint64_t BitLayout::extract(std::uint64_t rawWord, ByteOrder order) const {
+    std::uint64_t word = 0;
+    if (order == ByteOrder::Little) {
+        if (d_startByte < payloadBytes)
+            word = reversed(rawWord) >> (8 * d_startByte);
+    } else if (d_startByte < payloadBytes) {
+        word = rawWord >> bytePosition(d_startByte);
+    } else if (d_startByte < 2 * payloadBytes - 1) {
+        // The lowest bits lie behind the payload, where only zeros are.
+        word = rawWord << (8 * (d_startByte - payloadBytes + 1));
+    }
+    return word >> d_shift & d_maksBits;
+}
+
+void BitLayout::traceExtraction(char const* label, char const* instance, std::uint64_t rawWord, unsigned startBit,
+                                unsigned bits, ByteOrder order, std::uint64_t value) const {
+    std::cout << "[DEBUG] " << label << "::decode: " << instance << ": " << std::hex << std::setfill('0');
+    for (unsigned byte = 0; byte < payloadBytes; ++byte)
+        std::cout << (byte == 0 ? "" : "-") << std::setw(2) << (rawWord >> bytePosition(byte) & 0xff);
+    std::cout << std::endl;
+    debugLine(label, "::decode: ", order == ByteOrder::Big ? "big" : "little", " endian, bits = ", std::dec, bits,
+              ", startbit = ", startBit, ", maskBits = ", std::hex, d_maksBits, ", signBit = ", d_signBit,
+              ", item = ", Hex16{value});
+}
+
+} // namespace qzsignal

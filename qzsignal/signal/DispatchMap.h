@@ -1,0 +1,61 @@
+// Filing of signals under the keys of the messages that feed them; the same for every signal kind.
+#pragma once
+
+#include "qzsignal/signal/Diagnostics.h"
+
+#include <algorithm>
+#include <map>
+#include <string>
+#include <vector>
+
+namespace qzsignal {
+
+// The signals of each message in order of construction. An entry exists only while it has signals; nothing is owned.
+template <typename Signal>
+using DispatchMap = std::map<unsigned long long, std::vector<Signal*>>;
+
+// Files a signal behind those that are already there. If memory runs out, the map stays as it was.
+template <typename Signal>
+void file(DispatchMap<Signal>& map, unsigned long long key, Signal* signal) {
+    auto const entry = map.try_emplace(key).first;
+    try {
+        entry->second.push_back(signal);
+    } catch (...) {
+        if (entry->second.empty())
+            map.erase(entry);
+        throw;
+    }
+}
+
+// Takes a signal out. A key without an entry is that of a signal that was never filed; an entry that does not hold the
+// signal means that somebody else has changed the map, and is reported under the kind's class name.
+template <typename Signal>
+void withdraw(DispatchMap<Signal>& map, unsigned long long key, Signal const* signal, char const* label) {
+    auto const entry = map.find(key);
+    if (entry == map.end())
+        return;
+    std::vector<Signal*>& signals = entry->second;
+    auto const place = std::find(signals.begin(), signals.end(), signal);
+    if (place == signals.end()) {
+        errorLine(label, "::~", label, "(): instance not found in vector");
+        return;
+    }
+    signals.erase(place);
+    if (signals.empty())
+        map.erase(entry);
+}
+
+// The signals filed under a key, or null.
+template <typename Signal>
+std::vector<Signal*> const* find(DispatchMap<Signal> const& map, unsigned long long key) {
+    auto const entry = map.find(key);
+    return entry != map.end() ? &entry->second : nullptr;
+}
+
+// Debug lines on one signal that is about to be fed.
+inline void traceDelivery(char const* label, void const* signal, std::string const& instance) {
+    debugLine(label, "::decodeMessage: addr = ", signal);
+    debugLine("Signal = ", instance);
+}
+
+} // namespace qzsignal

@@ -1,0 +1,35 @@
+// Serialized trace records, as they come from the trace stream, before any message object is made of them.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace qzsignal {
+
+// Offsets of the fields that pre-filters read; all numbers are big-endian and none is aligned.
+namespace record {
+constexpr std::size_t channel = 14;       // 8 bits, all bus records
+constexpr std::size_t canIdentifier = 18; // 32 bits, with bit 31 set for an extended identifier
+constexpr std::size_t canEnd = 22;        // behind the last field of a CAN record that is read here
+} // namespace record
+
+// Reads fields of one record. Bytes behind its end read as zero; with no end given (null, or none beyond the beginning)
+// the record must hold every field that its kind's pre-filter reads.
+class RawRecord {
+public:
+    RawRecord(unsigned char const* begin, unsigned char const* end)
+        : d_begin(begin), d_length(end > begin ? static_cast<std::size_t>(end - begin) : SIZE_MAX) {}
+
+    std::uint8_t byte(std::size_t offset) const { return offset < d_length ? d_begin[offset] : std::uint8_t{0}; }
+
+    std::uint32_t word32(std::size_t offset) const {
+        return std::uint32_t{byte(offset)} << 24 | std::uint32_t{byte(offset + 1)} << 16 |
+               std::uint32_t{byte(offset + 2)} << 8 | byte(offset + 3);
+    }
+
+private:
+    unsigned char const* d_begin;
+    std::size_t d_length;
+};
+
+} // namespace qzsignal

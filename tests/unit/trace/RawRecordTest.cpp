@@ -1,0 +1,33 @@
+// Big-endian reads from serialized records.
+#include "qzsignal/trace/RawRecord.h"
+
+#include <gtest/gtest.h>
+
+namespace qzsignal {
+namespace {
+
+unsigned char const bytes[] = {0x80, 0x01, 0x02, 0x03, 0xff};
+
+TEST(RawRecord, readsBigEndianAtAnyAlignment) {
+    RawRecord const record(bytes, bytes + sizeof bytes);
+    EXPECT_EQ(record.byte(4), 0xffU);
+    EXPECT_EQ(record.word32(0), 0x80010203U);
+    EXPECT_EQ(record.word32(1), 0x010203ffU);
+}
+
+TEST(RawRecord, bytesBehindTheEndReadAsZero) {
+    RawRecord const record(bytes, bytes + 3);
+    EXPECT_EQ(record.byte(2), 0x02U);
+    EXPECT_EQ(record.byte(3), 0U);
+    EXPECT_EQ(record.word32(0), 0x80010200U);
+    EXPECT_EQ(record.word32(2), 0x02000000U);
+    EXPECT_EQ(record.byte(1000000), 0U);
+}
+
+TEST(RawRecord, withoutAnEndTheRecordIsTrusted) {
+    EXPECT_EQ(RawRecord(bytes, nullptr).word32(1), 0x010203ffU);
+    EXPECT_EQ(RawRecord(bytes, bytes).word32(1), 0x010203ffU);
+}
+
+} // namespace
+} // namespace qzsignal
