@@ -45,8 +45,8 @@ bool CANSignalExt::signalsInUse(unsigned char const* begin, unsigned char const*
     // The identifier of a record has its extended flag in bit 31 already.
     bool const found = qzsignal::find(canMessageContainer, qzsignal::canKey(channel, identifier, false)) != nullptr;
     if (debuggingAbove(1))
-        debugLine("CANSignalExt::signalsInUse: ", found ? "found" : "not found", std::dec, ": channel ",
-                  unsigned{channel}, ", id ", identifier);
+        debugLine("CANSignalExt::signalsInUse: ", found ? "found" : "not found", ": channel ", unsigned{channel},
+                  ", id ", identifier);
     return found;
 }
 

@@ -4,6 +4,7 @@
 #include "qzsignal/signal/Diagnostics.h"
 
 #include <cerrno>
+#include <chrono>
 #include <cstring>
 #include <sched.h>
 
@@ -11,9 +12,9 @@ namespace qzsignal {
 
 namespace {
 
-// A reader holds a lock for well under a microsecond, or for a time slice if it is preempted meanwhile. This many
-// attempts, each of which gives up the processor, outlast that by far.
-constexpr int boundedAttempts = 10000;
+// A reader holds a lock for well under a microsecond, but may lose the processor meanwhile, for as long as the machine
+// is busy. A creator that gives up earlier breaks the lock under such a reader.
+constexpr std::chrono::seconds longestTakeover(1);
 
 // trylock that takes over from a dead owner: makes the mutex usable again, and says that it did.
 int tryLock(pthread_mutex_t& mutex) {
@@ -46,17 +47,6 @@ void initRecordMutex(pthread_mutex_t& mutex) {
     pthread_mutexattr_destroy(&attributes);
 }
 
-bool adoptRecordMutex(pthread_mutex_t& mutex) {
-    {
-        RecordResetLock const guard(mutex);
-        if (!guard.locked())
-            return false;
-    }
-    // Only a robust mutex refuses to be unlocked by somebody who does not hold it. Its bytes would not tell: a mutex
-    // that was in use does not look like a fresh one.
-    return pthread_mutex_unlock(&mutex) == EPERM;
-}
-
 LockOutcome lockRecord(pthread_mutex_t& mutex, char const* label, std::string const& instance) {
     int result = tryLock(mutex);
     while (result == EBUSY) {
@@ -76,19 +66,47 @@ void unlockRecord(pthread_mutex_t& mutex, char const* label, std::string const& 
         reportFailure(label, "unlock", instance, result);
 }
 
-RecordResetLock::RecordResetLock(pthread_mutex_t& mutex) : d_mutex(mutex) {
-    for (int attempt = 0; attempt < boundedAttempts && !d_locked; ++attempt) {
-        int const result = tryLock(d_mutex);
-        d_locked = taken(result);
-        if (result != EBUSY)
-            return;
-        sched_yield();
-    }
+RecordResetLock::~RecordResetLock() {
+    release();
 }
 
-RecordResetLock::~RecordResetLock() {
-    if (d_locked)
-        pthread_mutex_unlock(&d_mutex);
+bool RecordResetLock::adopt(pthread_mutex_t& mutex) {
+    // New segments are zeroed.
+    static pthread_mutex_t const zero{};
+    if (std::memcmp(&mutex, &zero, sizeof mutex) == 0)
+        return false;
+    int const result = take(mutex);
+    // Only a robust mutex tells of its owner's death, and only a robust mutex refuses to be unlocked by somebody who
+    // does not hold it. Its bytes would not tell: a mutex that was in use does not look like a fresh one.
+    if (result == EOWNERDEAD)
+        return true;
+    if (result != 0)
+        return false;
+    release();
+    return pthread_mutex_unlock(&mutex) == EPERM && taken(take(mutex));
+}
+
+void RecordResetLock::make(pthread_mutex_t& mutex) {
+    initRecordMutex(mutex);
+    take(mutex);
+}
+
+int RecordResetLock::take(pthread_mutex_t& mutex) {
+    auto const deadline = std::chrono::steady_clock::now() + longestTakeover;
+    int result = tryLock(mutex);
+    while (result == EBUSY && std::chrono::steady_clock::now() < deadline) {
+        sched_yield();
+        result = tryLock(mutex);
+    }
+    if (taken(result))
+        d_mutex = &mutex;
+    return result;
+}
+
+void RecordResetLock::release() {
+    if (d_mutex != nullptr)
+        pthread_mutex_unlock(d_mutex);
+    d_mutex = nullptr;
 }
 
 } // namespace qzsignal

@@ -16,11 +16,6 @@ enum class LockOutcome {
 // holds the mutex, the next to lock is told so instead of waiting forever.
 void initRecordMutex(pthread_mutex_t& mutex);
 
-// True if `mutex`, found in a segment that outlived its creator, is one that `initRecordMutex` made and that nobody
-// keeps. Such a mutex must not be made anew: a reader may take it at any moment, and its unlock would then fail and
-// leave the reader's list of robust mutexes broken. Gives up after a bounded number of attempts.
-bool adoptRecordMutex(pthread_mutex_t& mutex);
-
 // Tries for the lock until it is free; between attempts it says so on standard output and gives up the processor.
 // Deliberate: there is no limit and no sleep, and the line appears whatever the debug level.
 LockOutcome lockRecord(pthread_mutex_t& mutex, char const* label, std::string const& instance);
@@ -28,20 +23,28 @@ LockOutcome lockRecord(pthread_mutex_t& mutex, char const* label, std::string co
 // A failure is reported, nothing more: the access that ends here keeps its result.
 void unlockRecord(pthread_mutex_t& mutex, char const* label, std::string const& instance);
 
-// Holds the lock of a record while its creator fills it, if it can be had soon. A creator waits for nobody: after a
-// bounded number of attempts it fills the record without the lock.
+// Holds the lock of a record while its creator fills it, if it can be had. A creator waits for nobody for long: after a
+// second it does without.
 class RecordResetLock {
 public:
-    explicit RecordResetLock(pthread_mutex_t& mutex);
+    RecordResetLock() = default;
     ~RecordResetLock();
     RecordResetLock(RecordResetLock const&) = delete;
     RecordResetLock& operator=(RecordResetLock const&) = delete;
 
-    bool locked() const { return d_locked; }
+    // Takes the lock of `mutex`, found in a segment that outlived its creator, if `initRecordMutex` made it and nobody
+    // keeps it; otherwise returns false. A mutex that can be adopted must not be made anew: a reader may take it at any
+    // moment, and its unlock would then fail and leave the reader's list of robust mutexes broken.
+    bool adopt(pthread_mutex_t& mutex);
+
+    // Makes the mutex anew, and takes it.
+    void make(pthread_mutex_t& mutex);
 
 private:
-    pthread_mutex_t& d_mutex;
-    bool d_locked = false;
+    int take(pthread_mutex_t& mutex);
+    void release();
+
+    pthread_mutex_t* d_mutex = nullptr; // null: not locked
 };
 
 // Holds a signal's record from construction to destruction. What locking means (and whether there is anything to lock)

@@ -68,7 +68,7 @@ void warnWaiting(RecordFamily const& family, std::string const& instance, char c
 
 } // namespace
 
-void* SharedSegment::create(RecordFamily const& family, std::string const& instance) {
+void* SharedSegment::create(RecordFamily const& family, std::string const& instance, RecordResetLock& lock) {
     std::string const path = keyPath(instance);
     makeKeyFile(path);
     d_key = ftok(path.c_str(), projectId);
@@ -86,8 +86,8 @@ void* SharedSegment::create(RecordFamily const& family, std::string const& insta
         reportFailure(family, "::ctor: shmat", instance);
         return nullptr;
     }
-    if (!initialised(record, family) || !adoptRecordMutex(recordMutex(record)))
-        initRecordMutex(recordMutex(record));
+    if (!lock.adopt(recordMutex(record)))
+        lock.make(recordMutex(record));
     return record;
 }
 

@@ -11,6 +11,8 @@
 
 namespace qzsignal {
 
+class RecordResetLock;
+
 // What tells one family of shared records from another.
 struct RecordFamily {
     char const* d_label; // class name in messages
@@ -32,9 +34,9 @@ protected:
     // A creator's part (`owner`) or that of a process that is still waiting for the creator.
     SharedSegment(bool owner, bool shared) : d_owner(owner), d_shared(shared), d_waiting(!owner) {}
 
-    // Creates the key file and the segment, or takes over an existing segment, and sees to it that its mutex works.
-    // Returns the record's address, or null.
-    void* create(RecordFamily const& family, std::string const& instance);
+    // Creates the key file and the segment, or takes over an existing segment, and sees to it that its mutex works; the
+    // lock is then held by `lock`, if it can be had. Returns the record's address, or null.
+    void* create(RecordFamily const& family, std::string const& instance, RecordResetLock& lock);
 
     // Attaches to the segment of an initialised record of this family. Returns its address; null if there is none yet,
     // which is a warning, or if attaching fails.

@@ -36,9 +36,13 @@ std::string textOf(char const (&field)[Size]) {
 ShmSignal::ShmSignal(baseSignalDef_t const& definition, bool shared)
     : BaseSignal(definition.instance.c_str(), definition.signal.c_str()), SharedSegment(true, shared) {
     qzsignal::initRecordMutex(d_localData.mutex);
-    if (d_shared)
-        createSharedMemory();
-    initialiseRecord(definition);
+    {
+        // Readers that are attached to a record of an earlier run see it change as a whole.
+        qzsignal::RecordResetLock lock;
+        if (d_shared)
+            createSegment(lock);
+        initialiseRecord(definition);
+    }
     cInit();
     d_valid = true;
     if (debugging())
@@ -52,7 +56,7 @@ ShmSignal::ShmSignal(char const* instanceName) : BaseSignal(instanceName, ""), S
         debugLine("ShmSignal ", instance, " created ",
                   d_valid ? "(shared memory found)." : "(shared memory NOT found).");
         if (d_valid)
-            std::cout << *this << std::endl;
+            qzsignal::writeLine(std::cout, "", *this);
     }
 }
 
@@ -61,7 +65,12 @@ ShmSignal::~ShmSignal() {
 }
 
 bool ShmSignal::createSharedMemory() {
-    void* const record = create(family, instance);
+    qzsignal::RecordResetLock lock;
+    return createSegment(lock);
+}
+
+bool ShmSignal::createSegment(qzsignal::RecordResetLock& lock) {
+    void* const record = create(family, instance, lock);
     d_data = record != nullptr ? static_cast<shmSignalData_t*>(record) : &d_localData;
     return record != nullptr;
 }
@@ -81,8 +90,6 @@ bool ShmSignal::smInit() {
 }
 
 void ShmSignal::initialiseRecord(baseSignalDef_t const& definition) {
-    // Readers that are attached to a record of an earlier run see it change as a whole.
-    qzsignal::RecordResetLock const guard(d_data->mutex);
     withdrawRecord(d_data->size);
     d_data->used = false;
     d_data->conv = false;
@@ -226,6 +233,7 @@ void ShmSignal::lock() {
     if (!d_shared)
         return;
     if (qzsignal::lockRecord(d_data->mutex, family.d_label, instance) == qzsignal::LockOutcome::OwnerDied) {
+        cInit(); // the owner may have been a writer that defined the signal anew
         decode();
         d_data->conv = false;
     }

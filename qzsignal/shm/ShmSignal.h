@@ -139,6 +139,7 @@ protected:
 private:
     friend class qzsignal::RecordLock<ShmSignal>;
 
+    bool createSegment(qzsignal::RecordResetLock& lock);
     void initialiseRecord(baseSignalDef_t const& definition);
     void* segment() const; // the attached record, or null
 };

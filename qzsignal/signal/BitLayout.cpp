@@ -64,7 +64,7 @@ void BitLayout::set(unsigned startBit, unsigned bits, ByteOrder order) {
     }
 
     if (debugging())
-        debugLine(std::dec, "d_lsbBit=", unsigned{d_lsbBit}, ",d_startByte=", unsigned{d_startByte},
+        debugLine("d_lsbBit=", unsigned{d_lsbBit}, ",d_startByte=", unsigned{d_startByte},
                   ",d_bytes=", unsigned{d_bytes}, ",d_shift=", unsigned{d_shift}, ",d_maksBits=", std::hex, d_maksBits,
                   ",d_signBit=", d_signBit, ",d_rawMask=", Hex16{d_rawMask});
 }
@@ -85,11 +85,12 @@ std::uint64_t BitLayout::extract(std::uint64_t rawWord, ByteOrder order) const {
 
 void BitLayout::traceExtraction(char const* label, char const* instance, std::uint64_t rawWord, unsigned startBit,
                                 unsigned bits, ByteOrder order, std::uint64_t value) const {
-    std::cout << "[DEBUG] " << label << "::decode: " << instance << ": " << std::hex << std::setfill('0');
+    std::ostringstream bytes;
+    bytes << std::hex << std::setfill('0');
     for (unsigned byte = 0; byte < payloadBytes; ++byte)
-        std::cout << (byte == 0 ? "" : "-") << std::setw(2) << (rawWord >> bytePosition(byte) & 0xff);
-    std::cout << std::endl;
-    debugLine(label, "::decode: ", order == ByteOrder::Big ? "big" : "little", " endian, bits = ", std::dec, bits,
+        bytes << (byte == 0 ? "" : "-") << std::setw(2) << (rawWord >> bytePosition(byte) & 0xff);
+    debugLine(label, "::decode: ", instance, ": ", bytes.str());
+    debugLine(label, "::decode: ", order == ByteOrder::Big ? "big" : "little", " endian, bits = ", bits,
               ", startbit = ", startBit, ", maskBits = ", std::hex, d_maksBits, ", signBit = ", d_signBit,
               ", item = ", Hex16{value});
 }

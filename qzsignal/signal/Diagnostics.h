@@ -1,12 +1,15 @@
 // The library's diagnostic lines: prefix, stream and line end of each kind, in one place.
 //
-// Lines are written straight through to the standard streams and flushed, so that their order among the lines of other
-// printers and processes holds. Debug lines cost a test of the level and nothing else while debug is off.
+// Each line goes straight through to its standard stream, in one piece and flushed, so that it stays whole among the
+// lines of other processes and in order among those of other printers. It is formatted apart from the stream, whose own
+// number base and precision neither show in it nor change. Debug lines cost a test of the level and nothing else while
+// debug is off.
 #pragma once
 
 #include "qzsignal/signal/BaseSignal.h"
 
 #include <iostream>
+#include <sstream>
 #include <string>
 
 namespace qzsignal {
@@ -21,8 +24,10 @@ inline bool debuggingAbove(int level) {
 
 template <typename... Parts>
 void writeLine(std::ostream& out, char const* prefix, Parts const&... parts) {
-    out << prefix;
-    (out << ... << parts) << std::endl;
+    std::ostringstream line;
+    line << prefix;
+    (line << ... << parts) << '\n';
+    out << line.str() << std::flush;
 }
 
 // "[DEBUG] " to standard output. Ungated: callers test the level first, so that nothing is formatted in vain.
@@ -35,7 +40,7 @@ void debugLine(Parts const&... parts) {
 template <typename Signal>
 void traceCreated(char const* label, std::string const& instance, bool shared, Signal const& signal) {
     debugLine(label, " ", instance, " created ", shared ? "(shared memory)" : "");
-    std::cout << signal << std::endl;
+    writeLine(std::cout, "", signal);
 }
 
 // "[WARNING] " to standard error.

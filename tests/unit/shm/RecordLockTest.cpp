@@ -133,64 +133,83 @@ TEST_F(RecordLockTest, failingUnlockIsReported) {
     EXPECT_EQ(errors.text(), "[ERROR] Label::unlock (name): Operation not permitted\n");
 }
 
-TEST_F(RecordLockTest, adoptsAFreeMutex) {
-    EXPECT_TRUE(adoptRecordMutex(*d_mutex));
-    ASSERT_EQ(lockRecord(*d_mutex, "Label", "name"), LockOutcome::Locked);
-    unlockRecord(*d_mutex, "Label", "name");
-    EXPECT_TRUE(adoptRecordMutex(*d_mutex)) << "also one that was used";
-    EXPECT_TRUE(isFree());
+TEST_F(RecordLockTest, adoptsAFreeMutexAndHoldsIt) {
+    for (int round = 0; round < 2; ++round) {
+        {
+            RecordResetLock lock;
+            EXPECT_TRUE(lock.adopt(*d_mutex));
+            EXPECT_FALSE(isFree());
+        }
+        EXPECT_TRUE(isFree());
+        ASSERT_EQ(lockRecord(*d_mutex, "Label", "name"), LockOutcome::Locked); // the second round finds it used
+        unlockRecord(*d_mutex, "Label", "name");
+    }
 }
 
 TEST_F(RecordLockTest, adoptsAMutexWhoseOwnerDied) {
     if (!ownersDeathIsNoticed())
         GTEST_SKIP() << "robust mutexes do not work on this system";
     abandon();
-    EXPECT_TRUE(adoptRecordMutex(*d_mutex));
-    EXPECT_TRUE(isFree());
-}
-
-TEST_F(RecordLockTest, adoptsAMutexThatIsInUseForAShortTime) {
-    std::atomic<bool> stop{false};
-    std::thread user([&] {
-        while (!stop) {
-            pthread_mutex_lock(d_mutex);
-            pthread_mutex_unlock(d_mutex);
-        }
-    });
-    EXPECT_TRUE(adoptRecordMutex(*d_mutex));
-    stop = true;
-    user.join();
-}
-
-TEST_F(RecordLockTest, doesNotAdoptWhatIsKeptOrOfAnotherMake) {
-    pthread_mutex_lock(d_mutex);
-    EXPECT_FALSE(adoptRecordMutex(*d_mutex)) << "kept by somebody";
-    pthread_mutex_unlock(d_mutex);
-
-    pthread_mutex_t plain = PTHREAD_MUTEX_INITIALIZER;
-    EXPECT_FALSE(adoptRecordMutex(plain)) << "not robust";
-
-    std::memset(d_mutex, 0xff, sizeof *d_mutex);
-    EXPECT_FALSE(adoptRecordMutex(*d_mutex)) << "garbage";
-}
-
-TEST_F(RecordLockTest, resetLockHoldsAndReleases) {
     {
-        RecordResetLock const guard(*d_mutex);
+        RecordResetLock lock;
+        EXPECT_TRUE(lock.adopt(*d_mutex));
         EXPECT_FALSE(isFree());
     }
     EXPECT_TRUE(isFree());
 }
 
-TEST_F(RecordLockTest, resetLockDoesNotWaitForEver) {
+TEST_F(RecordLockTest, adoptsAMutexThatIsInUseForAShortTime) {
+    std::atomic<bool> locked{false};
+    std::thread user([&] {
+        pthread_mutex_lock(d_mutex);
+        locked = true;
+        std::this_thread::sleep_for(std::chrono::milliseconds(30));
+        pthread_mutex_unlock(d_mutex);
+    });
+    while (!locked)
+        std::this_thread::yield();
+    RecordResetLock lock;
+    EXPECT_TRUE(lock.adopt(*d_mutex));
+    user.join();
+}
+
+TEST_F(RecordLockTest, doesNotAdoptWhatIsKept) {
+    Capture const output(std::cout);
     pthread_mutex_lock(d_mutex);
     {
-        Capture const output(std::cout);
-        RecordResetLock const guard(*d_mutex);
-        EXPECT_EQ(output.text(), "");
+        RecordResetLock lock;
+        EXPECT_FALSE(lock.adopt(*d_mutex));
     }
     EXPECT_FALSE(isFree()) << "what it did not lock it does not unlock";
     pthread_mutex_unlock(d_mutex);
+    EXPECT_EQ(output.text(), "");
+}
+
+TEST_F(RecordLockTest, doesNotAdoptAMutexOfAnotherMake) {
+    RecordResetLock lock;
+    pthread_mutex_t zero{};
+    EXPECT_FALSE(lock.adopt(zero)) << "never made";
+
+    pthread_mutexattr_t attributes;
+    pthread_mutexattr_init(&attributes);
+    pthread_mutexattr_setpshared(&attributes, PTHREAD_PROCESS_SHARED);
+    pthread_mutex_t plain;
+    pthread_mutex_init(&plain, &attributes);
+    pthread_mutexattr_destroy(&attributes);
+    EXPECT_FALSE(lock.adopt(plain)) << "not robust";
+
+    std::memset(d_mutex, 0xff, sizeof *d_mutex);
+    EXPECT_FALSE(lock.adopt(*d_mutex)) << "garbage";
+}
+
+TEST_F(RecordLockTest, madeMutexIsHeldUntilTheEnd) {
+    std::memset(d_mutex, 0xff, sizeof *d_mutex);
+    {
+        RecordResetLock lock;
+        lock.make(*d_mutex);
+        EXPECT_FALSE(isFree());
+    }
+    EXPECT_TRUE(isFree());
 }
 
 TEST_F(RecordLockTest, guardLocksForItsLifetime) {

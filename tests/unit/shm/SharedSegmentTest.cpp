@@ -1,6 +1,7 @@
 // Key files and segments, and what is reported when they cannot be had.
 #include "qzsignal/shm/SharedSegment.h"
 
+#include "qzsignal/shm/RecordLock.h"
 #include "qzsignal/signal/BaseSignal.h"
 #include "tests/support/Capture.h"
 #include "tests/support/SharedName.h"
@@ -47,7 +48,8 @@ protected:
     }
 
     void* create(Segment& segment) {
-        void* const record = segment.create(family, d_name.name());
+        RecordResetLock lock;
+        void* const record = segment.create(family, d_name.name(), lock);
         if (record != nullptr)
             Segment::publishRecord(*static_cast<std::uint32_t*>(record), family);
         return record;
@@ -58,6 +60,7 @@ protected:
     }
 
     SharedName d_name;
+    RecordResetLock d_lock;
     std::uint32_t* d_foreign = nullptr;
 };
 
@@ -109,7 +112,11 @@ TEST_F(SharedSegmentTest, pipeInPlaceOfTheKeyFileDoesNotBlock) {
 TEST_F(SharedSegmentTest, existingSegmentIsReusedWithItsContents) {
     foreignSegment(256, 7);
     Segment creator(true, true);
-    auto* const record = static_cast<std::uint32_t*>(creator.create(family, d_name.name()));
+    std::uint32_t* record = nullptr;
+    {
+        RecordResetLock lock;
+        record = static_cast<std::uint32_t*>(creator.create(family, d_name.name(), lock));
+    }
     ASSERT_NE(record, nullptr);
     EXPECT_EQ(*record, 7U);
     creator.release(family, d_name.name(), record);
@@ -118,7 +125,7 @@ TEST_F(SharedSegmentTest, existingSegmentIsReusedWithItsContents) {
 TEST_F(SharedSegmentTest, missingKeyFileIsReported) {
     Capture errors(std::cerr);
     Segment creator(true, true);
-    EXPECT_EQ(creator.create(family, "no-such-folder/name"), nullptr);
+    EXPECT_EQ(creator.create(family, "no-such-folder/name", d_lock), nullptr);
     EXPECT_EQ(errors.text(), "[ERROR] Label: no-such-folder/name: Missing File (/tmp/no-such-folder/name)\n");
     EXPECT_EQ(creator.d_shmId, -1);
 }
@@ -127,7 +134,7 @@ TEST_F(SharedSegmentTest, segmentOfASmallerSizeIsReported) {
     foreignSegment(16, 0);
     Capture errors(std::cerr);
     Segment creator(true, true);
-    EXPECT_EQ(creator.create(family, d_name.name()), nullptr);
+    EXPECT_EQ(creator.create(family, d_name.name(), d_lock), nullptr);
     EXPECT_EQ(errors.text(), "[ERROR] Label::ctor: shmget (" + d_name.name() + "): Invalid argument\n");
 }
 

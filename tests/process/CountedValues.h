@@ -1,0 +1,110 @@
+// Endless counters as signal values: everything about a value, its timestamp included, follows from the counter, so
+// that a reader can tell whether what it read belongs together.
+#pragma once
+
+#include "tests/process/Shared.h"
+#include "tests/process/TestSignal.h"
+
+#include <cstdint>
+
+// A counter belongs to a writer (number in the upper bits) that counts from 1.
+constexpr unsigned countBits = 20;
+constexpr std::uint32_t maxCount = (1U << countBits) - 1;
+constexpr std::uint32_t maxWriters = 1U << (32 - countBits);
+
+constexpr std::uint32_t counterOf(std::uint32_t writer, std::uint32_t count) {
+    return writer << countBits | count;
+}
+constexpr std::uint32_t writerOf(std::uint32_t counter) {
+    return counter >> countBits;
+}
+constexpr std::uint32_t countOf(std::uint32_t counter) {
+    return counter & maxCount;
+}
+
+// Where the signals of these tests have their 32 bits; the payload's other bits change as well and are none of theirs.
+// All of a signal's bits lie in one half of the raw word and its timestamps in one half of theirs, since a 32-bit
+// target stores 64 bits in two steps and a process may be killed in between.
+struct CountedLayout {
+    std::uint16_t d_startbit;
+    bool d_bigEndian;
+};
+constexpr CountedLayout countedLayouts[] = {{7, true}, {0, false}, {39, true}};
+constexpr unsigned countedSignals = 3;
+
+inline baseSignalDef_t countedDefinition(SharedName const& name, unsigned signal) {
+    baseSignalDef_t definition = wordDefinition(name);
+    definition.startbit = countedLayouts[signal].d_startbit;
+    definition.endian = countedLayouts[signal].d_bigEndian;
+    return definition;
+}
+
+inline unsigned long long countedPayload(unsigned signal, std::uint32_t counter) {
+    std::uint64_t const other = ~std::uint64_t{counter} & 0xffffffff;
+    switch (signal) {
+    case 0:
+        return std::uint64_t{counter} << 32 | other;
+    case 1:
+        return std::uint64_t{__builtin_bswap32(counter)} << 32 | other;
+    default:
+        return other << 32 | counter;
+    }
+}
+
+// Never the same for two counters or two signals' neighbours.
+inline unsigned long long countedTimestamp(unsigned signal, std::uint32_t counter) {
+    return static_cast<std::uint32_t>(counter * (2654435761U + 2 * signal));
+}
+
+// What a record without a value holds as its timestamp.
+constexpr unsigned long long unwrittenTimestamp = 0x55555555;
+
+// What readers found out about one signal.
+struct CountedFindings {
+    std::uint32_t d_values;              // that were read
+    std::uint32_t d_mismatches;          // value with a timestamp that is not its own and not the one before
+    std::uint32_t d_stepsBack;           // value older than one read before, of the same writer
+    std::uint32_t d_halfWritten;         // values beside the timestamp before theirs
+    std::uint32_t d_afterHalfWritten;    // later values of a writer that left such a value: it cannot have died there
+    std::uint32_t d_last[maxWriters];    // latest counter of each writer, 0: none
+    std::uint32_t d_halfOf[maxWriters];  // half-written counter of each writer, 0: none
+    std::uint32_t d_firstMismatch;       // counter
+    unsigned long long d_foundTimestamp; // beside it
+};
+
+// Checks one value and notes what is wrong with it.
+inline void checkCounted(unsigned signal, std::uint32_t counter, unsigned long long timestamp,
+                         CountedFindings& findings) {
+    std::uint32_t const writer = writerOf(counter);
+    ++findings.d_values;
+    if (timestamp != countedTimestamp(signal, counter)) {
+        unsigned long long const before =
+            countOf(counter) == 1 ? unwrittenTimestamp : countedTimestamp(signal, counter - 1);
+        if (timestamp != before) {
+            if (findings.d_mismatches++ == 0) {
+                findings.d_firstMismatch = counter;
+                findings.d_foundTimestamp = timestamp;
+            }
+        } else if (findings.d_halfOf[writer] == 0) {
+            findings.d_halfOf[writer] = counter;
+            ++findings.d_halfWritten;
+        }
+    }
+    if (counter < findings.d_last[writer])
+        ++findings.d_stepsBack;
+    findings.d_last[writer] = counter;
+    if (findings.d_halfOf[writer] != 0 && counter != findings.d_halfOf[writer])
+        ++findings.d_afterHalfWritten;
+}
+
+// Reads the signal in one of the two forms and checks what came. Returns the counter, 0 if there was no value.
+inline std::uint32_t readCounted(TestSignal& signal, unsigned number, bool physical, CountedFindings& findings) {
+    TestSignal::Reading const reading = physical ? signal.readPhys() : signal.readRaw();
+    if (!reading.d_there)
+        return 0;
+    // The conversion is exact: 32 bits and one more fit a double.
+    std::uint64_t const value = physical ? static_cast<std::uint64_t>((reading.d_phys + 1.0) * 2.0) : reading.d_raw;
+    std::uint32_t const counter = static_cast<std::uint32_t>(value);
+    checkCounted(number, counter, reading.d_timestamp, findings);
+    return counter;
+}

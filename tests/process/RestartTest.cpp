@@ -1,0 +1,221 @@
+// A new writer on the record of one that ended without removing it.
+#include "tests/process/Process.h"
+#include "tests/process/RobustMutex.h"
+#include "tests/process/Shared.h"
+#include "tests/process/TestSignal.h"
+#include "tests/support/Capture.h"
+
+#include <cerrno>
+#include <string>
+
+namespace {
+
+struct Steps {
+    SharedCounter d_locked;
+    SharedCounter d_defined;
+    SharedCounter d_mayGoOn;
+    SharedCounter d_done;
+    char d_errors[400];
+};
+
+void keep(char (&field)[400], std::string const& text) {
+    text.copy(field, sizeof field - 1);
+}
+
+// A writer that dies without its destructor, so that the record stays.
+void leaveRecord(SharedName const& name, std::uint32_t value, unsigned long long timestamp) {
+    Process writerProcess([&] {
+        TestSignal writer(wordDefinition(name), true);
+        writer.write(wordPayload(value), timestamp);
+        kill(getpid(), SIGKILL);
+    });
+    ASSERT_TRUE(writerProcess.died());
+}
+
+// The record in a mapping that lasts as long as the process.
+shmSignalData_t& mappedRecord(SharedName const& name) {
+    return *static_cast<shmSignalData_t*>(shmat(name.segmentId(), nullptr, 0));
+}
+
+// While this process holds the lock, another one cannot get it; afterwards it can.
+void expectWorkingLock(TestSignal& signal, SharedName const& name) {
+    struct Results {
+        int d_busy;
+        int d_free;
+    };
+    Shared<Results> results;
+    Capture output(std::cout);
+    Capture errors(std::cerr);
+    signal.lock();
+    Process busy([&] { results->d_busy = pthread_mutex_trylock(&TestSignal(name.c_str()).record().mutex); });
+    EXPECT_TRUE(busy.finished());
+    EXPECT_EQ(results->d_busy, EBUSY);
+    signal.unlock();
+    Process free([&] {
+        TestSignal other(name.c_str());
+        results->d_free = pthread_mutex_trylock(&other.record().mutex);
+        pthread_mutex_unlock(&other.record().mutex);
+    });
+    EXPECT_TRUE(free.finished());
+    EXPECT_EQ(results->d_free, 0);
+    EXPECT_EQ(errors.text(), "");
+    EXPECT_EQ(output.text(), "");
+}
+
+// How a mutex may have been left; `sizeWord` is what the record says of itself meanwhile.
+struct Leftover {
+    char const* d_what;
+    bool d_ownMake;
+    std::uint32_t d_sizeWord;
+};
+
+constexpr Leftover leftovers[] = {
+    {"finished record", true, sizeof(shmSignalData_t)},
+    {"record whose writer died while it filled it", true, 0},
+    {"another make's mutex", false, sizeof(shmSignalData_t)},
+    {"another make's mutex in an unfinished record", false, 0},
+};
+
+void lockAsStranger(SharedName const& name, Leftover const& leftover) {
+    shmSignalData_t& record = mappedRecord(name);
+    if (!leftover.d_ownMake)
+        pthread_mutex_init(&record.mutex, nullptr);
+    pthread_mutex_lock(&record.mutex);
+    record.size = leftover.d_sizeWord;
+}
+
+} // namespace
+
+TEST(RestartTest, attachedReaderSeesNothingUntilTheNewWritersFirstValue) {
+    SharedName const name;
+    leaveRecord(name, 1, 100);
+    TestSignal reader(name.c_str());
+    ASSERT_EQ(reader.readRaw().d_raw, 1U);
+    ASSERT_EQ(reader.readPhys().d_phys, -0.5);
+
+    Shared<Steps> steps;
+    Process second([&] {
+        baseSignalDef_t definition = wordDefinition(name);
+        definition.unit = "1/min";
+        definition.scale = 2.0;
+        TestSignal writer(definition, true);
+        steps->d_defined = 1;
+        if (!waitUntil([&] { return steps->d_mayGoOn == 1; }))
+            return;
+        writer.write(wordPayload(2), 200ULL);
+        steps->d_done = 1;
+        waitUntil([&] { return steps->d_mayGoOn == 2; });
+    });
+    ASSERT_TRUE(waitUntil([&] { return steps->d_defined == 1; }));
+    EXPECT_FALSE(reader.readRaw().d_there);
+    EXPECT_FALSE(reader.readPhys().d_there);
+    EXPECT_EQ(reader.record().rawValue, 0xaaaaaaaaU);
+    EXPECT_EQ(reader.record().value, 0xaaaaaaaaU);
+    EXPECT_EQ(reader.record().timestamp, 0x55555555U);
+    EXPECT_STREQ(reader.getUnit(), "1/min");
+    EXPECT_EQ(reader.getScaleFactor(), 2.0);
+
+    steps->d_mayGoOn = 1;
+    ASSERT_TRUE(waitUntil([&] { return steps->d_done == 1; }));
+    EXPECT_EQ(reader.readRaw().d_raw, 2U);
+    EXPECT_EQ(reader.readPhys().d_phys, 3.0);
+    EXPECT_EQ(reader.readPhys().d_timestamp, 200U);
+    steps->d_mayGoOn = 2;
+    EXPECT_TRUE(second.finished());
+}
+
+TEST(RestartTest, lockHeldForAMomentIsLeftAlone) {
+    for (std::uint32_t const sizeWord : {static_cast<std::uint32_t>(sizeof(shmSignalData_t)), 0U}) {
+        SCOPED_TRACE(sizeWord == 0 ? "unfinished record" : "finished record");
+        SharedName const name;
+        leaveRecord(name, 1, 100);
+        Shared<Steps> steps;
+        Process readerProcess([&] {
+            Capture errors(std::cerr);
+            TestSignal reader(name.c_str());
+            reader.lock();
+            reader.record().size = sizeWord;
+            steps->d_locked = 1;
+            waitUntil([&] { return steps->d_mayGoOn == 1; });
+            // As long as a process may be kept from its processor on a busy machine.
+            sleepMicroseconds(30000);
+            reader.unlock();
+            reader.readRaw();
+            keep(steps->d_errors, errors.text());
+        });
+        ASSERT_TRUE(waitUntil([&] { return steps->d_locked == 1; }));
+        steps->d_mayGoOn = 1;
+        TestSignal writer(wordDefinition(name), true);
+        ASSERT_TRUE(readerProcess.finished());
+        EXPECT_STREQ(steps->d_errors, "");
+        EXPECT_FALSE(writer.readRaw().d_there);
+        expectWorkingLock(writer, name);
+    }
+}
+
+TEST(RestartTest, lockThatAStrangerKeepsDoesNotBlockTheNewWriter) {
+    for (Leftover const& leftover : leftovers) {
+        SCOPED_TRACE(leftover.d_what);
+        SharedName const name;
+        leaveRecord(name, 1, 100);
+        Shared<Steps> steps;
+        Process stranger([&] {
+            lockAsStranger(name, leftover);
+            steps->d_locked = 1;
+            pause();
+        });
+        ASSERT_TRUE(waitUntil([&] { return steps->d_locked == 1; }));
+
+        Process writerProcess([&] {
+            TestSignal writer(wordDefinition(name), true);
+            writer.write(wordPayload(2), 200ULL);
+            steps->d_done = 1;
+            kill(getpid(), SIGKILL);
+        });
+        ASSERT_TRUE(writerProcess.died());
+        EXPECT_EQ(steps->d_done, 1U);
+        TestSignal reader(name.c_str());
+        EXPECT_EQ(reader.readRaw().d_raw, 2U);
+        expectWorkingLock(reader, name);
+    }
+}
+
+TEST(RestartTest, lockOfADeadStrangerDoesNotBlockTheNewWriter) {
+    for (Leftover const& leftover : leftovers) {
+        SCOPED_TRACE(leftover.d_what);
+        SharedName const name;
+        leaveRecord(name, 1, 100);
+        Process stranger([&] {
+            lockAsStranger(name, leftover);
+            kill(getpid(), SIGKILL);
+        });
+        ASSERT_TRUE(stranger.died());
+
+        Capture errors(std::cerr);
+        Capture output(std::cout);
+        TestSignal writer(wordDefinition(name), true);
+        writer.write(wordPayload(2), 200ULL);
+        EXPECT_EQ(writer.readRaw().d_raw, 2U);
+        expectWorkingLock(writer, name);
+        EXPECT_EQ(errors.text(), "");
+        EXPECT_EQ(output.text(), "");
+    }
+}
+
+TEST(RestartTest, freeMutexOfAnotherMakeIsReplacedByARobustOne) {
+    SKIP_WITHOUT_ROBUST_MUTEXES();
+    SharedName const name;
+    leaveRecord(name, 1, 100);
+    Process stranger([&] { pthread_mutex_init(&mappedRecord(name).mutex, nullptr); });
+    ASSERT_TRUE(stranger.finished());
+    TestSignal writer(wordDefinition(name), true);
+    Process owner([&] {
+        TestSignal signal(name.c_str());
+        signal.lock();
+        kill(getpid(), SIGKILL);
+    });
+    ASSERT_TRUE(owner.died());
+    EXPECT_EQ(pthread_mutex_trylock(&writer.record().mutex), EOWNERDEAD);
+    pthread_mutex_consistent(&writer.record().mutex);
+    pthread_mutex_unlock(&writer.record().mutex);
+}
