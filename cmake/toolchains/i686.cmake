@@ -2,6 +2,7 @@
 # loader and libraries, so that no 32-bit package of the host is needed.
 set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR i686)
+set(CMAKE_C_COMPILER i686-linux-gnu-gcc) # for GoogleTest's project, which asks for C as well
 set(CMAKE_CXX_COMPILER i686-linux-gnu-g++)
 set(CMAKE_FIND_ROOT_PATH /usr/i686-linux-gnu)
 set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)

@@ -6,12 +6,13 @@
 #include <sys/shm.h>
 #include <unistd.h>
 
-// A fresh instance name for a shared signal. Removes segment and key file in the end, whatever the test left of them.
+// A fresh instance name for a shared signal, which definition files accept as a message name as well. Removes segment
+// and key file in the end, whatever the test left of them.
 class SharedName {
 public:
     explicit SharedName(std::string const& stem = "signal") {
         static int count = 0;
-        d_name = "qzsignal-test-" + std::to_string(getpid()) + "-" + std::to_string(count++) + "-" + stem;
+        d_name = "qzsignal_test_" + std::to_string(getpid()) + "_" + std::to_string(count++) + "_" + stem;
         d_creator = getpid();
     }
     ~SharedName() {

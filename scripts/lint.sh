@@ -1,0 +1,22 @@
+#!/usr/bin/env bash
+# Checks the form of all C++ files, and runs the static checks on the library and the command.
+set -euo pipefail
+
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+"$root/scripts/setup.sh" base lint
+cd "$root"
+
+status=0
+
+# Files that are new but not yet added are checked as well.
+mapfile -t sources < <(git ls-files --cached --others --exclude-standard '*.h' '*.cpp')
+clang-format --dry-run --Werror "${sources[@]}" || status=1
+
+cmake --preset dev >/dev/null
+# Generated sources have to be there before anything that includes them can be parsed.
+cmake --build --preset dev --parallel "$(nproc)" --target qzsignal >/dev/null
+mapfile -t checked < <(git ls-files --cached --others --exclude-standard 'qzsignal/*.cpp' 'tools/*.cpp')
+printf '%s\n' "${checked[@]}" |
+    xargs --max-procs="$(nproc)" --max-args=1 clang-tidy --quiet -p build/dev || status=1
+
+exit "$status"

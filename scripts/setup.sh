@@ -1,0 +1,70 @@
+#!/usr/bin/env bash
+# Installs the Debian packages that building, testing and checking need, as far as they are missing.
+set -euo pipefail
+
+usage="Usage: scripts/setup.sh [GROUP...]
+
+Groups:
+  base      compiler, build tools, libraries of the command and the tests (default)
+  cross     compilers for i686 and PowerPC, and the emulator for the latter
+  coverage  line coverage reports
+  lint      formatter and static checks"
+
+base=(g++ cmake ninja-build pkg-config python3 libgtest-dev googletest libcli11-dev nlohmann-json3-dev)
+# The cross compilers bring the targets' C and C++ libraries; i686 programs run on the host's own kernel with them.
+cross=(g++-i686-linux-gnu g++-powerpc-linux-gnu qemu-user)
+coverage=(gcovr)
+lint=(git clang-format clang-tidy)
+
+if [[ $# -eq 0 ]]; then
+    set -- base
+fi
+wanted=()
+for group in "$@"; do
+    case $group in
+        base) wanted+=("${base[@]}") ;;
+        cross) wanted+=("${cross[@]}") ;;
+        coverage) wanted+=("${coverage[@]}") ;;
+        lint) wanted+=("${lint[@]}") ;;
+        -h | --help)
+            echo "$usage"
+            exit 0
+            ;;
+        *)
+            echo "setup.sh: unknown group '$group'" >&2
+            echo "$usage" >&2
+            exit 64
+            ;;
+    esac
+done
+
+if ! command -v dpkg-query >/dev/null || ! command -v apt-get >/dev/null; then
+    echo "setup.sh: this is not a Debian-like system; install the equivalents of: ${wanted[*]}" >&2
+    exit 1
+fi
+
+missing=()
+for package in "${wanted[@]}"; do
+    # A package that was removed but has configuration files left is known to dpkg, yet not installed.
+    if [[ $(dpkg-query --show --showformat='${db:Status-Status}' "$package" 2>/dev/null) != installed ]]; then
+        missing+=("$package")
+    fi
+done
+if [[ ${#missing[@]} -eq 0 ]]; then
+    exit 0
+fi
+
+as_root=()
+if [[ $(id -u) -ne 0 ]]; then
+    if ! command -v sudo >/dev/null; then
+        echo "setup.sh: neither root nor sudo; have these installed: ${missing[*]}" >&2
+        exit 1
+    fi
+    as_root=(sudo)
+fi
+
+echo "Installing ${missing[*]}"
+# Another package manager may be at work in the background of a fresh machine; wait for it.
+apt=("${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get -qq -o DPkg::Lock::Timeout=300 -o Acquire::Retries=3)
+"${apt[@]}" update
+"${apt[@]}" install --yes --no-install-recommends "${missing[@]}"

@@ -1,0 +1,160 @@
+#!/usr/bin/env bash
+# The one test command: builds and tests every target, or those named, and counts all tests in its last line.
+set -euo pipefail
+
+all_targets=(dev i686 ppc asan tsan)
+usage="Usage: scripts/test.sh [--no-setup] [TARGET...]
+
+Targets (default: all but release):
+  dev      x86-64, with debug information and a checked standard library
+  release  x86-64, what is installed
+  i686     32-bit x86
+  ppc      32-bit big-endian PowerPC, under qemu-user
+  asan     address and undefined-behaviour sanitizers
+  tsan     thread sanitizer
+
+Options:
+  --no-setup  do not look for missing packages"
+
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+jobs=$(nproc)
+setup=yes
+targets=()
+for argument in "$@"; do
+    case $argument in
+        -h | --help)
+            echo "$usage"
+            exit 0
+            ;;
+        --no-setup) setup=no ;;
+        dev | release | i686 | ppc | asan | tsan) targets+=("$argument") ;;
+        *)
+            echo "test.sh: unknown argument '$argument'" >&2
+            echo "$usage" >&2
+            exit 64
+            ;;
+    esac
+done
+if [[ ${#targets[@]} -eq 0 ]]; then
+    targets=("${all_targets[@]}")
+fi
+
+# Tests must not depend on who started them.
+exec </dev/null
+
+if [[ $setup == yes ]]; then
+    groups=(base)
+    if [[ " ${targets[*]} " == *" i686 "* || " ${targets[*]} " == *" ppc "* ]]; then
+        groups+=(cross)
+    fi
+    "$root/scripts/setup.sh" "${groups[@]}"
+fi
+
+scratch=$(mktemp -d)
+trap 'rm -rf "$scratch"' EXIT
+cd "$root"
+
+# True if an empty program with the given sanitizer runs under the command that follows.
+sanitizer_runs() {
+    local sanitizer=$1
+    shift
+    echo 'int main() {}' | g++ "-fsanitize=$sanitizer" -x c++ -o "$scratch/probe" - &&
+        "$@" "$scratch/probe" >/dev/null 2>&1
+}
+
+# Sets `wrapper`, the command under which ctest runs, to what the target needs around its tests.
+prepare() {
+    wrapper=(env)
+    case $1 in
+        asan)
+            local asan_options=halt_on_error=1:detect_stack_use_after_return=1:strict_string_checks=1:detect_leaks=1
+            # The leak checker traces its own process, which a container or debugger may forbid.
+            if ! sanitizer_runs address env "ASAN_OPTIONS=$asan_options"; then
+                echo "Leaks are not checked: tracing is restricted here."
+                asan_options=${asan_options%=1}=0
+            fi
+            wrapper+=("ASAN_OPTIONS=$asan_options" UBSAN_OPTIONS=halt_on_error=1:print_stacktrace=1)
+            ;;
+        tsan)
+            wrapper+=(TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1)
+            # Kernels that spread mappings widely put some where the sanitizer's shadow memory has to be.
+            if ! sanitizer_runs thread env; then
+                wrapper+=(setarch --addr-no-randomize)
+            fi
+            ;;
+    esac
+}
+
+# Prints "passed failed skipped" for a result file of ctest. A test that did not run counts as failed unless it said
+# itself that it is to be skipped: its program may be missing, or what it needs may have failed.
+count() {
+    python3 - "$1" <<'PYTHON'
+import sys
+import xml.etree.ElementTree as ElementTree
+
+passed = failed = skipped = 0
+for case in ElementTree.parse(sys.argv[1]).getroot().iter("testcase"):
+    reason = case.find("skipped")
+    if case.get("status") == "run":
+        passed += 1
+    elif case.get("status") == "disabled" or (reason is not None and reason.get("message", "").startswith("SKIP_")):
+        skipped += 1
+    else:
+        failed += 1
+print(passed, failed, skipped)
+PYTHON
+}
+
+passed=0
+failed=0
+skipped=0
+summary=()
+
+# Adds to the totals and to the summary. The lines of the summary deliberately do not look like the closing line.
+report() {
+    local target=$1 seconds=$2 note=$6
+    passed=$((passed + $3))
+    failed=$((failed + $4))
+    skipped=$((skipped + $5))
+    summary+=("$(printf '%-8s %4d of %d tests passed, %d skipped, in %d s%s' \
+        "$target" "$3" "$(($3 + $4 + $5))" "$5" "$seconds" "${note:+; $note}")")
+}
+
+run() {
+    local target=$1 start=$SECONDS results=$root/build/$1/test-results.xml
+    echo "== $target"
+    rm -f "$results"
+    if ! { cmake --preset "$target" && cmake --build --preset "$target" --parallel "$jobs"; }; then
+        report "$target" $((SECONDS - start)) 0 1 0 "the build failed"
+        return
+    fi
+
+    local wrapper status=0 counts
+    prepare "$target"
+    "${wrapper[@]}" ctest --preset "$target" --parallel "$jobs" --output-junit "$results" || status=$?
+    if [[ ! -f $results ]] || ! counts=$(count "$results"); then
+        report "$target" $((SECONDS - start)) 0 1 0 "ctest left no results"
+        return
+    fi
+    local target_passed target_failed target_skipped note=
+    read -r target_passed target_failed target_skipped <<<"$counts"
+    # Such as a test program that could not be asked for its tests.
+    if [[ $status -ne 0 && $target_failed -eq 0 ]]; then
+        target_failed=1
+        note="ctest ended with status $status"
+    fi
+    report "$target" $((SECONDS - start)) "$target_passed" "$target_failed" "$target_skipped" "$note"
+}
+
+for target in "${targets[@]}"; do
+    run "$target"
+done
+
+printf '\n'
+printf '%s\n' "${summary[@]}"
+closing="$passed passed, $failed failed"
+if [[ $skipped -gt 0 ]]; then
+    closing+=", $skipped skipped"
+fi
+echo "$closing"
+[[ $failed -eq 0 && $passed -gt 0 ]]

@@ -1,0 +1,21 @@
+#!/usr/bin/env bash
+# The shared library offers the public names and nothing else, and asks for the C and C++ run-time libraries alone.
+set -euo pipefail
+# shellcheck source-path=SCRIPTDIR source=settings.sh.in
+source "$1"
+
+library=$prefix/$libdir/libqzsignal.so
+
+# Each symbol is reduced to what it belongs to: a class or namespace, or an output operator with its operand. Symbols of
+# any other form stay as they are, and so fail the comparison.
+owners=$("$nm" --dynamic --defined-only --demangle "$library" | cut -d ' ' -f 3- | sed -E '
+    s/^(vtable|typeinfo|typeinfo name) for ([A-Za-z_0-9]+)$/\2/
+    s/^operator<<\(std::ostream&, ([A-Za-z_0-9]+) const&\)$/operator<< \1/
+    s/^([A-Za-z_0-9]+)::.*/\1/' | LC_ALL=C sort --unique)
+expect_same "exported names" "$owners" "$(LC_ALL=C sort "$source_dir/public-names.txt")"
+
+needed=$("$readelf" --dynamic "$library" | sed -n 's/.*(NEEDED).*\[\(.*\)\]/\1/p')
+expect_same "libraries needed at run time" \
+    "$(grep -v -E '^(libstdc\+\+|libgcc_s|libc|libm|libpthread|ld|ld-linux[-a-z0-9_]*)\.so\.[0-9]+$' <<<"$needed")" ""
+# Otherwise the list above was not read as it should be.
+grep --quiet "^libstdc++" <<<"$needed"

@@ -1,0 +1,13 @@
+#!/usr/bin/env bash
+# An outside program is built with a plain call of the compiler, by what pkg-config says, and runs.
+set -euo pipefail
+# shellcheck source-path=SCRIPTDIR source=settings.sh.in
+source "$1"
+
+export PKG_CONFIG_LIBDIR=$prefix/$libdir/pkgconfig
+expect_same "version" "$(pkg-config --modversion qzsignal)" "$version"
+
+program=$work_dir/pkg-config-consumer
+read -r -a flags < <(pkg-config --cflags --libs qzsignal)
+"$compiler" -std=c++17 "$source_dir/consumer/main.cpp" -o "$program" "${flags[@]}"
+expect_same "output" "$(LD_LIBRARY_PATH=$prefix/$libdir "$program")" "speed = 105.5 at 1234"
