@@ -1,0 +1,53 @@
+// Walks over the characters of one line.
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <string_view>
+
+namespace qztool {
+
+inline bool isBlank(char character) {
+    return character == ' ' || character == '\t';
+}
+
+inline bool isDecimalDigit(char character) {
+    return character >= '0' && character <= '9';
+}
+
+// The line must outlive the cursor and the words taken from it.
+class TextCursor {
+public:
+    explicit TextCursor(std::string_view line) : d_position(line.data()), d_end(line.data() + line.size()) {}
+
+    bool atEnd() const { return d_position == d_end; }
+    // The next character; NUL at the end of the line.
+    char peek() const { return atEnd() ? '\0' : *d_position; }
+    void advance() { ++d_position; } // not at the end
+    // Moves over `character` if it comes next.
+    bool take(char character) {
+        if (atEnd() || *d_position != character) {
+            return false;
+        }
+        ++d_position;
+        return true;
+    }
+    void skipBlanks() {
+        while (!atEnd() && isBlank(*d_position)) {
+            ++d_position;
+        }
+    }
+    // Moves over blanks and the word behind them, which is empty at the end of the line.
+    std::string_view word() {
+        skipBlanks();
+        char const* const start = d_position;
+        d_position = std::find_if(start, d_end, isBlank);
+        return {start, static_cast<std::size_t>(d_position - start)};
+    }
+
+private:
+    char const* d_position;
+    char const* d_end;
+};
+
+} // namespace qztool
