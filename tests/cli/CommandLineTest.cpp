@@ -1,0 +1,55 @@
+// What the command says of itself, and of a command line that is wrong.
+#include "tests/cli/Command.h"
+
+namespace {
+
+TEST(CommandLine, versionIsTheProjects) {
+    Result const result({"--version"});
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.output, "qzsignal " QZSIGNAL_TEST_VERSION "\n");
+}
+
+TEST(CommandLine, helpNamesSubcommandsExitStatusesAndExamples) {
+    Result const result({"--help"});
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.errors, "");
+    for (char const* const part : {"replay", "read", "list", "Exit status:", "  64  ", "  65  ", "  69  ", "Examples:"})
+        EXPECT_TRUE(contains(result.output, part)) << part;
+}
+
+TEST(CommandLine, subcommandsHaveHelpOfTheirOwn) {
+    for (char const* const subcommand : {"replay", "read", "list"}) {
+        Result const result({subcommand, "--help"});
+        EXPECT_EQ(result.status, 0);
+        EXPECT_TRUE(contains(result.output, "Examples:\n  qzsignal " + std::string(subcommand))) << result.output;
+    }
+}
+
+TEST(CommandLine, mistakesAreUsageErrorsWithNothingOnStandardOutput) {
+    struct {
+        std::vector<std::string> arguments;
+        char const* part;
+    } const cases[] = {
+        {{}, "subcommand"},
+        {{"raed", "x"}, "unknown subcommand 'raed', did you mean 'read'?"},
+        {{"frobnicate"}, "unknown subcommand 'frobnicate'; see qzsignal --help"},
+        {{"read"}, "NAME"},
+        {{"list", "surplus"}, "surplus"},
+        {{"replay", "drive.log"}, "--dbc"},
+        {{"replay", "--dbc", "car.dbc"}, "TRACE"},
+        {{"replay", "--dbc", "car.dbc", "--speed", "0", "drive.log"}, "--speed"},
+        {{"replay", "--dbc", "car.dbc", "--speed", "fast", "drive.log"}, "--speed"},
+        {{"replay", "--dbc", "car.dbc", "--speed", "2", "--fast", "drive.log"}, "--fast"},
+        {{"read", "x", "--wait", "-1"}, "--wait"},
+        {{"--surplus"}, "subcommand"},
+    };
+    for (auto const& each : cases) {
+        Result const result(each.arguments);
+        EXPECT_EQ(result.status, 64) << each.part;
+        EXPECT_EQ(result.output, "");
+        EXPECT_EQ(result.errors.find("qzsignal: error: "), 0U) << result.errors;
+        EXPECT_TRUE(contains(result.errors, each.part)) << result.errors;
+    }
+}
+
+} // namespace

@@ -1,0 +1,103 @@
+// qzsignal read.
+#include "tests/cli/Drive.h"
+
+#include "tests/support/ShmProbe.h"
+
+#include <nlohmann/json.hpp>
+
+namespace {
+
+TEST(ReadTest, printsValueUnitRawValueAndTime) {
+    SharedName const name;
+    baseSignalDef_t definition = plainDefinition(name.name(), 8);
+    definition.type = signalSigned;
+    definition.unit = "Nm";
+    definition.scale = 0.25;
+    ShmProbe signal(definition, true);
+    Result const unwritten({"read", name.name()});
+    EXPECT_EQ(unwritten.status, 0);
+    EXPECT_EQ(unwritten.output, name.name() + " = - (no value yet)\n");
+    signal.write(word(0xff), 1234567);
+    Result const result({"read", name.name()});
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.output, name.name() + " = -0.25 Nm (raw -1, timestamp 1234567)\n");
+    EXPECT_EQ(result.errors, "");
+}
+
+TEST(ReadTest, jsonIsOneArrayWithNullsForNoValue) {
+    SharedName const first("first"), second("second");
+    ShmProbe a(plainDefinition(first.name()), true), b(plainDefinition(second.name()), true);
+    a.write(word(0x12, 0x34), ~0ULL);
+    Result const result({"read", "--json", first.name(), second.name()});
+    EXPECT_EQ(result.status, 0);
+    nlohmann::json const json = nlohmann::json::parse(result.output);
+    ASSERT_EQ(json.size(), 2U);
+    EXPECT_EQ(json[0], (nlohmann::json{{"name", first.name()},
+                                       {"type", "unsigned"},
+                                       {"unit", ""},
+                                       {"value", 0x3412},
+                                       {"raw", 0x3412},
+                                       {"timestamp", ~std::uint64_t{0}}}));
+    EXPECT_TRUE(json[1]["value"].is_null());
+    EXPECT_TRUE(json[1]["raw"].is_null());
+    EXPECT_TRUE(json[1]["timestamp"].is_null());
+}
+
+TEST(ReadTest, jsonHoldsForAnyBytesAndNumbers) {
+    SharedName const name;
+    baseSignalDef_t definition = plainDefinition(name.name(), 64);
+    definition.unit = "\xb0"
+                      "C"; // not UTF-8
+    definition.type = signalDouble;
+    ShmProbe signal(definition, true);
+    unsigned char const notANumber[8] = {0, 0, 0, 0, 0, 0, 0xf8, 0x7f};
+    signal.write(notANumber, 1);
+    Result const result({"read", "--json", name.name()});
+    nlohmann::json const json = nlohmann::json::parse(result.output);
+    EXPECT_EQ(json[0]["unit"], "\xef\xbf\xbd"
+                               "C");
+    EXPECT_TRUE(json[0]["value"].is_null());
+    EXPECT_EQ(json[0]["raw"], 0x7ff8000000000000U);
+}
+
+TEST(ReadTest, missingSignalIsReportedWithTheNearestNameAndTheOthersArePrinted) {
+    SharedName const name;
+    ShmProbe const signal(plainDefinition(name.name()), true);
+    Result const result({"read", name.name() + "x", name.name()});
+    EXPECT_EQ(result.status, 69);
+    EXPECT_EQ(result.output, name.name() + " = - (no value yet)\n");
+    EXPECT_EQ(result.errors,
+              "qzsignal: error: there is no signal '" + name.name() + "x', did you mean '" + name.name() + "'?\n");
+}
+
+TEST(ReadTest, waitsForASignalThatIsNotThereYet) {
+    SharedName const name;
+    Command command({"read", name.name(), "--wait", "60"});
+    ShmProbe signal(plainDefinition(name.name()), true);
+    signal.write(word(5), 6);
+    EXPECT_EQ(command.wait(), 0);
+    EXPECT_EQ(command.output(), name.name() + " = 5 (raw 5, timestamp 6)\n");
+    EXPECT_EQ(command.errors(), "") << "asking again and again leaves no trace";
+}
+
+TEST(ReadTest, givesUpWhenTimeIsUp) {
+    SharedName const name;
+    Result const result({"read", name.name(), "--wait", "0.1"});
+    EXPECT_EQ(result.status, 69);
+    EXPECT_EQ(result.output, "");
+}
+
+TEST(ReadTest, busyLockIsToldOnStandardErrorOnly) {
+    SharedName const name;
+    ShmProbe signal(plainDefinition(name.name()), true);
+    signal.write(word(5), 6);
+    signal.lock();
+    Command command({"read", name.name()});
+    EXPECT_TRUE(waitUntil([&] { return contains(command.errors(), "retrying\n"); }));
+    signal.unlock();
+    EXPECT_EQ(command.wait(), 0);
+    EXPECT_EQ(command.output(), name.name() + " = 5 (raw 5, timestamp 6)\n");
+    EXPECT_EQ(command.errors().find("[DEBUG] ShmSignal::lock (" + name.name() + "): retrying\n"), 0U);
+}
+
+} // namespace

@@ -1,0 +1,238 @@
+// qzsignal replay.
+#include "tests/cli/Drive.h"
+
+#include "qzsignal/shm/ShmSignal.h"
+
+#include <fstream>
+
+namespace {
+
+// Reads in this process, which knows nothing but the name.
+std::string valueOf(std::string const& instance) {
+    ShmSignal signal(instance.c_str());
+    double physical = 0;
+    unsigned long long raw = 0, timestamp = 0;
+    if (!signal.read(physical, timestamp) || !signal.read(raw, timestamp))
+        return "none";
+    return std::to_string(physical) + " " + std::to_string(raw) + " " + std::to_string(timestamp);
+}
+
+bool segmentExists(std::string const& instance) {
+    key_t const key = ftok(("/tmp/" + instance).c_str(), 'f');
+    return key != -1 && shmget(key, 0, 0) != -1;
+}
+
+class ReplayTest : public testing::Test {
+protected:
+    std::vector<std::string> replay(std::vector<std::string> const& more) const {
+        std::vector<std::string> arguments = {"replay", "--dbc", d_drive.definitions()};
+        arguments.insert(arguments.end(), more.begin(), more.end());
+        return arguments;
+    }
+    std::string log(std::string const& text) { return d_drive.folder().file("drive.log", text); }
+
+    Drive d_drive;
+};
+
+TEST_F(ReplayTest, anotherProcessReadsWhatWasKept) {
+    Result const result(replay({"--fast", "--keep", log(drivingFrame)}));
+    EXPECT_EQ(result.status, 0) << result.errors;
+    EXPECT_EQ(result.errors, "");
+    EXPECT_EQ(valueOf(d_drive.speed()), "60.000000 200 1700000000123456");
+    EXPECT_EQ(valueOf(d_drive.load()), "-3.000000 18446744073709551613 1700000000123456");
+}
+
+TEST_F(ReplayTest, segmentsGoWithTheProcess) {
+    EXPECT_EQ(Result(replay({"--fast", log(drivingFrame)})).status, 0);
+    EXPECT_FALSE(segmentExists(d_drive.speed()));
+}
+
+TEST_F(ReplayTest, summaryCountsEverything) {
+    Result const result(
+        replay({"--fast", log(std::string(drivingFrame) + "(1700000000.2) can0 100#C8\n"
+                                                          "(1700000000.3) can0 101#C800\n"
+                                                          "\n"
+                                                          "(1700000000.4) can0 100##1C800FD\n"
+                                                          "(1700000000.5) can0 100#R\n"
+                                                          "(1700000000.6) can0 20000080#0000000000000000\n"
+                                                          "(1700000000.7) can0 100#C8001\n"
+                                                          "nonsense\n"
+                                                          "more nonsense\n"
+                                                          "(1700000000.8) can0 100#C900FD")}));
+    EXPECT_EQ(result.status, 0);
+    for (char const* const line :
+         {"lines: 11\n", "frames: 4\n", "decoded: 3\n", "skipped by the pre-filter: 1\n", "CAN FD frames: 1\n",
+          "remote frames: 1\n", "error frames: 1\n", "malformed lines: 3 (", "signals: 2\n",
+          "signals with a value: 2\n", "values written: 4\n", "values beyond the end of short frames: 2\n",
+          "frames per second: "})
+        EXPECT_TRUE(contains(result.output, line)) << line << "in\n" << result.output;
+    EXPECT_TRUE(contains(result.output, ": 8; ")) << result.output;
+    EXPECT_TRUE(contains(result.output, ": 9-10)")) << result.output;
+    EXPECT_TRUE(contains(result.errors, "drive.log:8: ")) << result.errors;
+    EXPECT_TRUE(contains(result.errors, "drive.log:9-10: ")) << result.errors;
+}
+
+TEST_F(ReplayTest, readsAscLogs) {
+    Result const result(replay({"--fast", "--keep",
+                                log("date Sat Sep 30 15:06:13.191 2017\n"
+                                    "base hex  timestamps absolute\n"
+                                    "   0.015991 1  100             Rx   d 3 C8 00 FD\n")}));
+    EXPECT_EQ(result.status, 0) << result.errors;
+    EXPECT_EQ(valueOf(d_drive.speed()), "60.000000 200 15991");
+}
+
+TEST_F(ReplayTest, liveBusArrivesFrameByFrame) {
+    Command command(replay({"-"}));
+    command.feed(drivingFrame);
+    Result const first({"read", d_drive.speed(), "--wait", "60"});
+    EXPECT_TRUE(contains(first.output, " = 60 km/h ")) << first.output << first.errors;
+    // Recorded an hour later: input that comes by itself has its own pace.
+    command.feed("(1700003600.0) can0 100#CA00\n");
+    EXPECT_TRUE(waitUntil([this] { return valueOf(d_drive.speed()) == "61.000000 202 1700003600000000"; }));
+    EXPECT_TRUE(command.running());
+    command.endInput();
+    EXPECT_EQ(command.wait(), 0);
+    EXPECT_TRUE(contains(command.output(), "frames: 2\n"));
+    EXPECT_FALSE(segmentExists(d_drive.speed()));
+}
+
+TEST_F(ReplayTest, stopsInOrderOnRequest) {
+    for (int const number : {SIGINT, SIGTERM}) {
+        // The second frame is due in an hour.
+        Command command(replay({log(std::string(drivingFrame) + "(1700003600.0) can0 100#CA00\n")}));
+        EXPECT_TRUE(waitUntil([this] {
+            return segmentExists(d_drive.speed()) && valueOf(d_drive.speed()) == "60.000000 200 1700000000123456";
+        }));
+        EXPECT_TRUE(command.running()) << "recorded time passes as recorded";
+        command.signal(number);
+        EXPECT_EQ(command.wait(), 0);
+        EXPECT_TRUE(contains(command.output(), "frames: 1\n")) << command.output();
+        EXPECT_FALSE(segmentExists(d_drive.speed()));
+    }
+}
+
+TEST_F(ReplayTest, stopsWhileItWaitsForInput) {
+    Command command(replay({"-"}));
+    command.feed(drivingFrame);
+    EXPECT_TRUE(waitUntil([this] { return segmentExists(d_drive.speed()) && valueOf(d_drive.speed()) != "none"; }));
+    // Sent until it is heard: one that comes just before the wait begins has nothing to interrupt.
+    EXPECT_TRUE(waitUntil([&] {
+        command.signal(SIGTERM);
+        return !command.running();
+    }));
+    EXPECT_EQ(command.wait(), 0);
+    EXPECT_FALSE(segmentExists(d_drive.speed()));
+}
+
+TEST_F(ReplayTest, speedMakesTimePassFaster) {
+    // An hour in the blink of an eye, but not before the first frame is there.
+    Result const result(
+        replay({"--speed", "1000000", "--keep", log(std::string(drivingFrame) + "(1700003600.0) can0 100#CA00\n")}));
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(valueOf(d_drive.speed()), "61.000000 202 1700003600000000");
+}
+
+TEST_F(ReplayTest, onlyPickedSignalsAreShared) {
+    EXPECT_EQ(Result(replay({"--fast", "--keep", "--only", "*.Load", log(drivingFrame)})).status, 0);
+    EXPECT_TRUE(segmentExists(d_drive.load()));
+    EXPECT_FALSE(segmentExists(d_drive.speed()));
+}
+
+TEST_F(ReplayTest, channelPrefixRestrictsAFile) {
+    std::string const recording = log("(1.0) can0 100#C800FD\n(2.0) can3 100#CA00FD\n");
+    EXPECT_EQ(Result({"replay", "--dbc", "can3:" + d_drive.definitions(), "--fast", "--keep", recording}).status, 0);
+    EXPECT_EQ(valueOf(d_drive.speed()), "61.000000 202 2000000");
+}
+
+TEST_F(ReplayTest, missingRecordingIsReported) {
+    Result const result(replay({"--fast", "/no/such.log"}));
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.output, "");
+    EXPECT_EQ(result.errors, "qzsignal: error: cannot open '/no/such.log': No such file or directory\n");
+}
+
+TEST_F(ReplayTest, missingDefinitionFileIsReportedAndTheOthersWork) {
+    Result const result(replay({"--dbc", "/no/such.dbc", "--fast", "--keep", log(drivingFrame)}));
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.errors, "qzsignal: error: /no/such.dbc: No such file or directory\n");
+    EXPECT_EQ(valueOf(d_drive.speed()), "60.000000 200 1700000000123456");
+}
+
+TEST_F(ReplayTest, emptyRecordingHoldsNothingUsable) {
+    Result const result(replay({"--fast", log("")}));
+    EXPECT_EQ(result.status, 1);
+    EXPECT_TRUE(contains(result.errors, ": holds no frame\n")) << result.errors;
+}
+
+TEST_F(ReplayTest, recordingThatIsBadThroughoutIsBadData) {
+    Result const text(replay({"--fast", log("some\nother\ntext\n")}));
+    EXPECT_EQ(text.status, 65);
+    EXPECT_TRUE(contains(text.errors, "drive.log:1-3: ")) << text.errors;
+    Result const binary(replay({"--fast", log(std::string("\0\1\2\3\0", 5))}));
+    EXPECT_EQ(binary.status, 65);
+    EXPECT_TRUE(contains(binary.errors, "it contains NUL bytes")) << binary.errors;
+    EXPECT_FALSE(segmentExists(d_drive.speed()));
+}
+
+TEST_F(ReplayTest, definitionsThatAreBadThroughoutAreBadData) {
+    Folder folder;
+    std::string const utf16 = folder.file("utf16.dbc", std::string("\xff\xfe"
+                                                                   "B\0O\0_\0 \0",
+                                                                   10));
+    Result const result({"replay", "--dbc", utf16, "--fast", log(drivingFrame)});
+    EXPECT_EQ(result.status, 65);
+    EXPECT_TRUE(contains(result.errors, "UTF-16")) << result.errors;
+    std::string const binary = folder.file("binary.dbc", std::string("BO_ 1 A: 8 X\n\0\1\2", 16));
+    EXPECT_EQ(Result({"replay", "--dbc", binary, "--fast", log(drivingFrame)}).status, 65);
+}
+
+TEST_F(ReplayTest, setBeyondTheKernelsLimitIsRefusedWithTheNumbers) {
+    std::size_t limit = 0;
+    std::ifstream("/proc/sys/kernel/shmmni") >> limit;
+    if (limit == 0 || limit > 30000)
+        GTEST_SKIP() << "the limit of " << limit << " segments is too high to be met here";
+    Folder folder;
+    SharedName const name("Limit");
+    std::string text;
+    std::size_t signals = 0;
+    for (unsigned message = 0; signals <= limit; ++message) {
+        text += "BO_ " + std::to_string(message) + " " + name.name() + std::to_string(message) + ": 8 X\n";
+        for (unsigned bit = 0; bit < 64; ++bit, ++signals)
+            text += " SG_ S" + std::to_string(bit) + " : " + std::to_string(bit) + "|1@1+ (1,0) [0|0] \"\" X\n";
+    }
+    Result const result({"replay", "--dbc", folder.file("large.dbc", text), "--fast", log(drivingFrame)});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.errors.find("qzsignal: error: " + std::to_string(signals) +
+                                 " signals need a shared memory segment each, but the kernel allows " +
+                                 std::to_string(limit) + " (kernel.shmmni), of which "),
+              0U)
+        << result.errors;
+    EXPECT_TRUE(contains(result.errors, "--only")) << result.errors;
+    EXPECT_FALSE(segmentExists(name.name() + "0.S0")) << "nothing was begun";
+}
+
+TEST_F(ReplayTest, progressIsShownOnATerminal) {
+    int const terminal = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
+    if (terminal < 0 || grantpt(terminal) != 0 || unlockpt(terminal) != 0)
+        GTEST_SKIP() << "no pseudo terminal to be had";
+    int const end = open(ptsname(terminal), O_RDWR | O_NOCTTY | O_CLOEXEC);
+    ASSERT_GE(end, 0);
+    Command command(replay({"-"}), end);
+    // Frames until it has something to show: it does so twice a second at most.
+    std::string shown;
+    fcntl(terminal, F_SETFL, O_NONBLOCK);
+    EXPECT_TRUE(waitUntil([&] {
+        for (int i = 0; i < 64; ++i)
+            command.feed(drivingFrame);
+        char chunk[1024];
+        for (ssize_t bytes = 0; (bytes = read(terminal, chunk, sizeof chunk)) > 0;)
+            shown.append(chunk, static_cast<std::size_t>(bytes));
+        return contains(shown, " frames");
+    })) << shown;
+    command.endInput();
+    EXPECT_EQ(command.wait(), 0);
+    close(end);
+    close(terminal);
+}
+
+} // namespace

@@ -1,0 +1,180 @@
+// qzsignal replay: feeds a recorded drive, or a live bus, into shared signals.
+#include "tools/Subcommand.h"
+#include "tools/base/Console.h"
+#include "tools/base/ExitStatus.h"
+#include "tools/base/StopRequest.h"
+#include "tools/replay/FrameFeeder.h"
+#include "tools/replay/Pacer.h"
+#include "tools/replay/Progress.h"
+#include "tools/replay/SignalSet.h"
+#include "tools/traces/TraceReader.h"
+
+#include <CLI/CLI.hpp>
+
+#include <cmath>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace qztool {
+
+namespace {
+
+struct Options {
+    std::vector<std::string> definitions;
+    std::string trace;
+    std::string only;
+    double speed = 1;
+    bool speedGiven = false;
+    bool fast = false;
+    bool keep = false;
+};
+
+class Replay {
+public:
+    Replay(Options const& options, Console& console)
+        : d_options(options),
+          d_console(console),
+          d_signals(console, d_frame, options.only),
+          d_feeder(d_signals.channels(), d_frame) {}
+
+    int run() {
+        TraceReader trace(d_options.trace);
+        if (!trace.isOpen()) {
+            d_console.error(trace.problem());
+            return exitNothingUsable;
+        }
+        bool allLoaded = true;
+        for (std::string const& definition : d_options.definitions)
+            allLoaded = d_signals.load(parseDefinitionFile(definition)) && allLoaded;
+        StopRequest const stop;
+        ExitStatus const defined = d_signals.define();
+        if (defined != exitSuccess)
+            return defined;
+        feedFrom(trace);
+        if (d_options.keep)
+            d_signals.keep();
+        summarize(trace);
+        return status(trace, allLoaded);
+    }
+
+private:
+    // Recorded time passes as recorded; a live bus brings its own pace along.
+    double speed() const {
+        if (d_options.fast || (d_options.trace == "-" && !d_options.speedGiven))
+            return 0;
+        return d_options.speed;
+    }
+
+    void feedFrom(TraceReader& trace) {
+        Pacer pacer(speed());
+        Progress progress;
+        clock_gettime(CLOCK_MONOTONIC, &d_start);
+        Frame frame;
+        while (!StopRequest::received()) {
+            TraceReader::Next const next = trace.next(frame);
+            if (next == TraceReader::Next::End)
+                break;
+            progress.show(d_frames, trace.bytesRead(), trace.totalBytes());
+            if (next == TraceReader::Next::Interrupted)
+                continue;
+            pacer.waitFor(frame.timestamp);
+            if (StopRequest::received())
+                break;
+            ++d_frames;
+            d_feeder.feed(frame);
+        }
+        d_seconds = secondsSince(d_start);
+        if (!trace.problem().empty())
+            d_console.error(trace.problem());
+        for (MalformedLines const& lines : trace.malformed())
+            d_console.error(d_options.trace, ":", lines.lines.text(), ": ", lines.cause);
+    }
+
+    void summarize(TraceReader const& trace) {
+        std::ostream& out = d_console.results();
+        auto const perSecond = d_seconds > 0 ? std::llround(static_cast<double>(d_frames) / d_seconds) : 0;
+        out << "lines: " << trace.lines() << "\n"
+            << "frames: " << d_frames << "\n"
+            << "decoded: " << d_feeder.decoded() << "\n"
+            << "skipped by the pre-filter: " << d_feeder.filtered() << "\n"
+            << "CAN FD frames: " << trace.count(LineKind::FdFrame) << "\n"
+            << "remote frames: " << trace.count(LineKind::RemoteFrame) << "\n"
+            << "error frames: " << trace.count(LineKind::ErrorFrame) << "\n"
+            << "malformed lines: " << trace.count(LineKind::Malformed) << malformedNumbers(trace) << "\n"
+            << "signals: " << d_signals.sharedCount() << "\n"
+            << "signals with a value: " << d_signals.writtenCount() << "\n"
+            << "values written: " << d_frame.written << "\n"
+            << "values beyond the end of short frames: " << d_frame.cut << "\n"
+            << "frames per second: " << perSecond << std::endl;
+    }
+
+    static std::string malformedNumbers(TraceReader const& trace) {
+        std::string text;
+        for (MalformedLines const& lines : trace.malformed())
+            text += (text.empty() ? " (" : "; ") + std::string(lines.cause) + ": " + lines.lines.text();
+        return text.empty() ? text : text + ")";
+    }
+
+    int status(TraceReader const& trace, bool allLoaded) {
+        if (d_frames == 0 && !StopRequest::received()) {
+            bool const bad = !trace.problem().empty() || trace.count(LineKind::Malformed) != 0;
+            if (trace.problem().empty())
+                d_console.error(d_options.trace, bad ? ": not one line holds a frame" : ": holds no frame");
+            return bad ? exitBadData : exitNothingUsable;
+        }
+        return allLoaded && trace.problem().empty() ? exitSuccess : exitNothingUsable;
+    }
+
+    Options const& d_options;
+    Console& d_console;
+    FrameInHand d_frame;
+    SignalSet d_signals;
+    FrameFeeder d_feeder;
+    timespec d_start{};
+    double d_seconds = 0;
+    std::uint64_t d_frames = 0;
+};
+
+} // namespace
+
+std::function<int()> setUpReplay(CLI::App& parser, Console& console) {
+    auto const options = std::make_shared<Options>();
+    parser
+        .add_option(
+            "--dbc", options->definitions,
+            "Definitions in the DBC format. CHANNEL (a number, or an interface such as can0) restricts a file to "
+            "one channel of the recording; a file without one serves all channels that have no file of their "
+            "own. May be given more than once")
+        ->type_name("[CHANNEL:]FILE")
+        ->required()
+        ->expected(1)
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+    CLI::Option* const speed = parser.add_option("--speed", options->speed, "Play this many times as fast as recorded")
+                                   ->type_name("FACTOR")
+                                   ->check(CLI::Range(1e-6, 1e6).description(""));
+    parser.add_flag("--fast", options->fast, "Play as fast as possible")->excludes(speed);
+    parser.add_flag("--keep", options->keep, "Leave the signals behind when done");
+    parser.add_option("--only", options->only, "Share only signals whose name (Message.Signal) matches the pattern")
+        ->type_name("GLOB");
+    parser
+        .add_option("TRACE", options->trace,
+                    "Recording: the log format of candump (candump -L) or an ASC text log; - is standard input, "
+                    "which is played as it comes unless --speed is given")
+        ->type_name("")
+        ->required();
+    parser.footer(std::string("\n"
+                              "Each signal becomes a shared signal called Message.Signal. Recorded times are stored in "
+                              "microseconds.\nCAN FD, remote and error frames are counted and skipped.\n\n") +
+                  exitStatusHelp +
+                  "\nExamples:\n"
+                  "  qzsignal replay --dbc car.dbc drive.log\n"
+                  "  qzsignal replay --dbc 1:powertrain.dbc --dbc 2:body.dbc --fast --keep drive.asc\n"
+                  "  candump -L can0 | qzsignal replay --dbc car.dbc --only 'Engine.*' -\n");
+    return [options, speed, &console] {
+        options->speedGiven = speed->count() != 0;
+        return Replay(*options, console).run();
+    };
+}
+
+} // namespace qztool

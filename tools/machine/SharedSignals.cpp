@@ -1,0 +1,131 @@
+// Looks at /tmp and at the kernel's table of segments.
+#include "tools/machine/SharedSignals.h"
+
+#include "qzsignal/shm/ShmSignal.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <dirent.h>
+#include <fcntl.h>
+#include <fstream>
+#include <memory>
+#include <sstream>
+#include <sys/ipc.h>
+#include <sys/shm.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <unordered_set>
+
+namespace qztool {
+
+namespace {
+
+constexpr char keyFolder[] = "/tmp/";
+constexpr int projectId = 'f';
+
+std::string keyPath(std::string const& instance) {
+    return keyFolder + instance;
+}
+
+std::optional<key_t> keyOfFile(std::string const& path) {
+    key_t const key = ftok(path.c_str(), projectId);
+    return key != -1 ? std::optional<key_t>(key) : std::nullopt;
+}
+
+// Puts a new file in place of `path`. The old one exists until then, so the new one has another inode number.
+bool replaceKeyFile(std::string const& path) {
+    std::string other = keyPath(".qzsignal-XXXXXX");
+    int const file = mkstemp(other.data());
+    if (file == -1)
+        return false;
+    fchmod(file, 0644);
+    close(file);
+    if (rename(other.c_str(), path.c_str()) == 0)
+        return true;
+    unlink(other.c_str());
+    return false;
+}
+
+struct Segment {
+    key_t key;
+    std::size_t bytes;
+};
+
+// All segments of the machine, from the kernel's own table: a heading and a line each.
+std::vector<Segment> segments() {
+    std::vector<Segment> found;
+    std::ifstream table("/proc/sysvipc/shm");
+    std::string line;
+    std::getline(table, line);
+    while (std::getline(table, line)) {
+        std::istringstream fields(line);
+        std::int64_t key = 0;
+        std::string id, permissions;
+        std::size_t bytes = 0;
+        if (fields >> key >> id >> permissions >> bytes)
+            found.push_back({static_cast<key_t>(key), bytes});
+    }
+    return found;
+}
+
+} // namespace
+
+std::optional<key_t> keyOf(std::string const& instance) {
+    return keyOfFile(keyPath(instance));
+}
+
+bool segmentExists(std::string const& instance) {
+    std::optional<key_t> const key = keyOf(instance);
+    return key && shmget(*key, sizeof(shmSignalData_t), 0) != -1;
+}
+
+std::optional<key_t> claimKey(std::string const& instance, std::unordered_map<key_t, std::string> const& taken) {
+    std::string const path = keyPath(instance);
+    int const file = open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+    if (file == -1)
+        return keyOfFile(path);
+    close(file);
+    constexpr int attempts = 100;
+    std::optional<key_t> key = keyOfFile(path);
+    for (int i = 0; i < attempts && key && (taken.count(*key) != 0 || shmget(*key, 0, 0) != -1); ++i) {
+        if (!replaceKeyFile(path))
+            break;
+        key = keyOfFile(path);
+    }
+    return key;
+}
+
+std::vector<ListedSignal> sharedSignals() {
+    std::unordered_set<key_t> keys;
+    for (Segment const& segment : segments())
+        if (segment.bytes == sizeof(shmSignalData_t))
+            keys.insert(segment.key);
+
+    std::vector<ListedSignal> found;
+    std::unique_ptr<DIR, int (*)(DIR*)> const folder(opendir(keyFolder), closedir);
+    if (!folder)
+        return found;
+    while (dirent const* const entry = readdir(folder.get())) {
+        struct stat status {};
+        std::string const instance = entry->d_name;
+        // Whatever is not a plain file was not made as a key file, though ftok would give it a key.
+        if (lstat(keyPath(instance).c_str(), &status) != 0 || !S_ISREG(status.st_mode))
+            continue;
+        std::optional<key_t> const key = keyOf(instance);
+        if (key && keys.count(*key) != 0)
+            found.push_back({instance, *key});
+    }
+    std::sort(found.begin(), found.end(),
+              [](ListedSignal const& a, ListedSignal const& b) { return a.instance < b.instance; });
+    return found;
+}
+
+SegmentLimit segmentLimit() {
+    SegmentLimit result;
+    std::ifstream limit("/proc/sys/kernel/shmmni");
+    if (limit >> result.limit)
+        result.inUse = segments().size();
+    return result;
+}
+
+} // namespace qztool

@@ -1,0 +1,38 @@
+// A shared signal's state for other programs.
+#pragma once
+
+#include "tools/machine/SignalReader.h"
+
+#include <nlohmann/json.hpp>
+
+namespace qztool {
+
+// Keys: name, type, unit, value, raw, timestamp; the last three are null while there is no value. A value that JSON
+// cannot hold (not a number, infinite) is null as well.
+inline nlohmann::ordered_json toJson(SignalState const& state) {
+    nlohmann::ordered_json json;
+    std::ostringstream type;
+    type << state.type;
+    json["name"] = state.instance;
+    json["type"] = type.str();
+    json["unit"] = state.unit;
+    json["value"] = nullptr;
+    json["raw"] = nullptr;
+    json["timestamp"] = nullptr;
+    if (state.value) {
+        json["value"] = state.value->physical;
+        if (state.type == signalSigned)
+            json["raw"] = static_cast<std::int64_t>(state.value->raw);
+        else
+            json["raw"] = state.value->raw;
+        json["timestamp"] = state.value->timestamp;
+    }
+    return json;
+}
+
+// Texts of foreign records may hold any bytes; what is not UTF-8 is replaced.
+inline std::string jsonText(nlohmann::ordered_json const& json) {
+    return json.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
+}
+
+} // namespace qztool

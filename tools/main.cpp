@@ -1,0 +1,82 @@
+// The qzsignal command: picks the subcommand and runs it.
+#include "tools/Subcommand.h"
+#include "tools/base/Console.h"
+#include "tools/base/ExitStatus.h"
+#include "tools/base/Nearest.h"
+
+#include <CLI/CLI.hpp>
+
+#include <algorithm>
+#include <exception>
+#include <iterator>
+#include <string>
+#include <vector>
+
+namespace {
+
+using qztool::Subcommand;
+
+constexpr Subcommand subcommands[] = {
+    {"replay", "Feed a recorded drive into shared signals", qztool::setUpReplay},
+    {"read", "Print the values of shared signals", qztool::setUpRead},
+    {"list", "List the shared signals of this machine", qztool::setUpList},
+};
+
+bool isSubcommand(std::string const& word) {
+    return std::any_of(std::begin(subcommands), std::end(subcommands),
+                       [&word](Subcommand const& each) { return word == each.name; });
+}
+
+std::string unknownSubcommand(std::string const& word) {
+    std::vector<std::string> names;
+    for (Subcommand const& each : subcommands)
+        names.emplace_back(each.name);
+    std::string const meant = qztool::nearest(word, names);
+    return "unknown subcommand '" + word + "'" +
+           (meant.empty() ? "; see qzsignal --help" : ", did you mean '" + meant + "'?");
+}
+
+int run(int argc, char const* const* argv, qztool::Console& console) {
+    CLI::App parser("Vehicle bus signals that every process of this machine can read", "qzsignal");
+    parser.set_version_flag("--version", "qzsignal " QZSIGNAL_VERSION);
+    parser.footer(std::string("\n") + qztool::exitStatusHelp +
+                  "\nExamples:\n"
+                  "  qzsignal replay --dbc car.dbc drive.log\n"
+                  "  candump -L can0 | qzsignal replay --dbc car.dbc -\n"
+                  "  qzsignal read Engine.Speed --wait 5\n"
+                  "  qzsignal list --json\n");
+    parser.require_subcommand(1);
+    int status = qztool::exitSuccess;
+    for (Subcommand const& each : subcommands) {
+        CLI::App* const subcommand = parser.add_subcommand(each.name, each.summary);
+        subcommand->callback([&status, job = each.setUp(*subcommand, console)] { status = job(); });
+    }
+
+    if (argc > 1 && argv[1][0] != '-' && !isSubcommand(argv[1])) {
+        console.error(unknownSubcommand(argv[1]));
+        return qztool::exitUsage;
+    }
+    try {
+        parser.parse(argc, argv);
+    } catch (CLI::ParseError const& error) {
+        // Help and version are results; everything else is a mistake on the command line.
+        if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success))
+            return parser.exit(error, console.results(), std::cerr);
+        console.error(error.what(), "; see qzsignal --help");
+        return qztool::exitUsage;
+    }
+    console.results().flush();
+    return status;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    qztool::Console console;
+    try {
+        return run(argc, argv, console);
+    } catch (std::exception const& error) {
+        console.error(error.what());
+        return qztool::exitNothingUsable;
+    }
+}
