@@ -14,6 +14,9 @@ if(CMAKE_SIZEOF_VOID_P EQUAL 4 AND CMAKE_SYSTEM_PROCESSOR MATCHES "^(i.86|x86|x8
     target_compile_options(qzsignal_build_flags INTERFACE -msse2 -mfpmath=sse)
 endif()
 
+# 32-bit targets refuse large files, and files and folders with large inode numbers, without it.
+target_compile_definitions(qzsignal_build_flags INTERFACE _FILE_OFFSET_BITS=64)
+
 if(QZSIGNAL_SANITIZE)
     target_compile_options(qzsignal_build_flags INTERFACE
         -fsanitize=${QZSIGNAL_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)

@@ -7,6 +7,7 @@
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
+#include <csignal>
 #include <exception>
 #include <iterator>
 #include <string>
@@ -72,6 +73,8 @@ int run(int argc, char const* const* argv, qztool::Console& console) {
 } // namespace
 
 int main(int argc, char** argv) {
+    // Whoever reads our output may stop reading; that must not keep a replay from removing its segments.
+    std::signal(SIGPIPE, SIG_IGN);
     qztool::Console console;
     try {
         return run(argc, argv, console);

@@ -97,7 +97,7 @@ TEST_F(ReplayTest, liveBusArrivesFrameByFrame) {
 }
 
 TEST_F(ReplayTest, stopsInOrderOnRequest) {
-    for (int const number : {SIGINT, SIGTERM}) {
+    for (int const number : {SIGINT, SIGTERM, SIGHUP}) {
         // The second frame is due in an hour.
         Command command(replay({log(std::string(drivingFrame) + "(1700003600.0) can0 100#CA00\n")}));
         EXPECT_TRUE(waitUntil([this] {

@@ -7,32 +7,24 @@ namespace qztool {
 
 namespace {
 
-volatile std::sig_atomic_t stopReceived = 0;
+volatile std::sig_atomic_t stopNoted = 0;
 
 void noteStop(int) {
-    stopReceived = 1;
-}
-
-void handle(void (*handler)(int)) {
-    struct sigaction action {};
-    action.sa_handler = handler; // without SA_RESTART: a wait for input is to end
-    sigaction(SIGINT, &action, nullptr);
-    sigaction(SIGTERM, &action, nullptr);
+    stopNoted = 1;
 }
 
 } // namespace
 
-StopRequest::StopRequest() {
-    stopReceived = 0;
-    handle(noteStop);
+void noteStopRequests() {
+    struct sigaction action {};
+    action.sa_handler = noteStop; // without SA_RESTART: a wait for input is to end
+    constexpr int requests[] = {SIGINT, SIGTERM, SIGHUP};
+    for (int const request : requests)
+        sigaction(request, &action, nullptr);
 }
 
-StopRequest::~StopRequest() {
-    handle(SIG_DFL);
-}
-
-bool StopRequest::received() {
-    return stopReceived != 0;
+bool stopRequested() {
+    return stopNoted != 0;
 }
 
 } // namespace qztool

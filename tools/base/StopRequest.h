@@ -1,17 +1,11 @@
-// Lets SIGINT and SIGTERM end the process in order.
+// Lets SIGINT, SIGTERM and SIGHUP (the terminal is gone) end the process in order.
 #pragma once
 
 namespace qztool {
 
-// While one of these exists, the two signals only leave a note, and interrupt what the process waits for.
-class StopRequest {
-public:
-    StopRequest();
-    ~StopRequest();
-    StopRequest(StopRequest const&) = delete;
-    StopRequest& operator=(StopRequest const&) = delete;
+// From now on, the signals only leave a note, and interrupt what the process waits for.
+void noteStopRequests();
 
-    static bool received();
-};
+bool stopRequested();
 
 } // namespace qztool

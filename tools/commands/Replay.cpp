@@ -47,7 +47,7 @@ public:
         bool allLoaded = true;
         for (std::string const& definition : d_options.definitions)
             allLoaded = d_signals.load(parseDefinitionFile(definition)) && allLoaded;
-        StopRequest const stop;
+        noteStopRequests();
         ExitStatus const defined = d_signals.define();
         if (defined != exitSuccess)
             return defined;
@@ -71,7 +71,7 @@ private:
         Progress progress;
         clock_gettime(CLOCK_MONOTONIC, &d_start);
         Frame frame;
-        while (!StopRequest::received()) {
+        while (!stopRequested()) {
             TraceReader::Next const next = trace.next(frame);
             if (next == TraceReader::Next::End)
                 break;
@@ -79,7 +79,7 @@ private:
             if (next == TraceReader::Next::Interrupted)
                 continue;
             pacer.waitFor(frame.timestamp);
-            if (StopRequest::received())
+            if (stopRequested())
                 break;
             ++d_frames;
             d_feeder.feed(frame);
@@ -117,7 +117,7 @@ private:
     }
 
     int status(TraceReader const& trace, bool allLoaded) {
-        if (d_frames == 0 && !StopRequest::received()) {
+        if (d_frames == 0 && !stopRequested()) {
             bool const bad = !trace.problem().empty() || trace.count(LineKind::Malformed) != 0;
             if (trace.problem().empty())
                 d_console.error(d_options.trace, bad ? ": not one line holds a frame" : ": holds no frame");

@@ -24,7 +24,7 @@ void Pacer::waitFor(std::uint64_t recorded) {
     d_lastRecorded = recorded;
 
     double const due = static_cast<double>(recorded - d_firstRecorded) / 1e6 / d_speed;
-    while (!StopRequest::received()) {
+    while (!stopRequested()) {
         double const ahead = due - secondsSince(d_start);
         if (ahead <= 0)
             return;

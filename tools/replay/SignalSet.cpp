@@ -16,10 +16,6 @@ namespace {
 
 constexpr std::size_t unitBytes = 31; // what a shared record holds
 
-std::string instanceName(MessageDefinition const& message, SignalDefinition const& signal) {
-    return message.name + "." + signal.name;
-}
-
 signalValue_t valueType(NumberKind kind) {
     switch (kind) {
     case NumberKind::Unsigned:
@@ -147,8 +143,8 @@ ExitStatus SignalSet::define() {
             d_console.error("the definition files hold no usable signal");
         return d_problems != 0 && d_unreadable == 0 ? exitBadData : exitNothingUsable;
     }
-    d_picked = static_cast<std::size_t>(std::count_if(d_origins.begin(), d_origins.end(),
-                                                      [this](auto const& entry) { return picked(entry.first); }));
+    d_picked = static_cast<std::size_t>(
+        std::count_if(d_origins.begin(), d_origins.end(), [this](auto const& entry) { return picked(entry.first); }));
     if (d_picked == 0) {
         d_console.error("no signal matches '", d_only, "'");
         return exitNothingUsable;

@@ -1,8 +1,4 @@
 // Opening, recognition and counting of trace logs.
-
-// Deliberate: before all includes. Traces above 2 GiB are common, and 32-bit systems refuse them without it.
-#define _FILE_OFFSET_BITS 64 // NOLINT(bugprone-reserved-identifier): the system's name
-
 #include "tools/traces/TraceReader.h"
 
 #include <algorithm>
