@@ -77,7 +77,7 @@ show list
 
 heading "Read some of them from other processes while it drives"
 for _ in {1..5}; do
-    show read "${shown[@]}"
+    show read --dbc "$scratch/drive.dbc" "${shown[@]}"
     sleep 3
 done
 

@@ -60,6 +60,32 @@ TEST(ReadTest, jsonHoldsForAnyBytesAndNumbers) {
     EXPECT_EQ(json[0]["raw"], 0x7ff8000000000000U);
 }
 
+TEST(ReadTest, valueTablesGiveWords) {
+    SharedName const message("Message");
+    Folder folder;
+    std::string const definitions = folder.file("words.dbc", "BO_ 256 " + message.name() +
+                                                                 ": 8 X\n SG_ Gear : 0|8@1- (2,0) [0|0] \"\" X\n"
+                                                                 "VAL_ 256 Gear -1 \"reverse\" 0 \"neutral\" ;\n");
+    baseSignalDef_t definition = plainDefinition(message.name() + ".Gear", 8);
+    definition.type = signalSigned;
+    definition.scale = 2;
+    ShmProbe signal(definition, true);
+    std::vector<std::string> const arguments = {"read", definition.instance, "--dbc", definitions};
+    EXPECT_EQ(Result(arguments).output, definition.instance + " = - (no value yet)\n");
+    signal.write(word(0xff), 7);
+    EXPECT_EQ(Result(arguments).output, definition.instance + " = -2 'reverse' (raw -1, timestamp 7)\n");
+    signal.write(word(3), 8);
+    EXPECT_EQ(Result(arguments).output, definition.instance + " = 6 (raw 3, timestamp 8)\n");
+    signal.write(word(0), 9);
+    Result const json({"read", definition.instance, "--json", "--dbc", definitions});
+    EXPECT_EQ(nlohmann::json::parse(json.output)[0]["text"], "neutral");
+    Result const missing({"read", definition.instance, "--dbc", "/no/such.dbc"});
+    EXPECT_EQ(missing.status, 1);
+    EXPECT_EQ(missing.errors, "qzsignal: error: /no/such.dbc: No such file or directory\n");
+    EXPECT_EQ(missing.output, definition.instance + " = 0 (raw 0, timestamp 9)\n");
+    unlink(("/tmp/" + definition.instance).c_str());
+}
+
 TEST(ReadTest, missingSignalIsReportedWithTheNearestNameAndTheOthersArePrinted) {
     SharedName const name;
     ShmProbe const signal(plainDefinition(name.name()), true);

@@ -60,6 +60,11 @@ struct MessageDefinition {
     std::vector<SignalDefinition> signals; // a multiplexor precedes the signals it selects
 };
 
+// What a signal is called on this machine: "Message.Signal".
+inline std::string instanceName(MessageDefinition const& message, SignalDefinition const& signal) {
+    return message.name + "." + signal.name;
+}
+
 struct Database {
     std::vector<MessageDefinition> messages; // in the order of the file; no two have the same name
     std::vector<Problem> problems;           // sorted by line
