@@ -47,17 +47,24 @@ void initRecordMutex(pthread_mutex_t& mutex) {
     pthread_mutexattr_destroy(&attributes);
 }
 
-LockOutcome lockRecord(pthread_mutex_t& mutex, char const* label, std::string const& instance) {
-    int result = tryLock(mutex);
-    while (result == EBUSY) {
-        debugLine(label, "::lock (", instance, "): retrying");
-        sched_yield();
-        result = tryLock(mutex);
-    }
+LockOutcome tryLockRecord(pthread_mutex_t& mutex, char const* label, std::string const& instance) {
+    int const result = tryLock(mutex);
     if (result == 0)
         return LockOutcome::Locked;
+    if (result == EBUSY)
+        return LockOutcome::Busy;
     reportFailure(label, "lock", instance, result);
     return result == EOWNERDEAD ? LockOutcome::OwnerDied : LockOutcome::Failed;
+}
+
+LockOutcome lockRecord(pthread_mutex_t& mutex, char const* label, std::string const& instance) {
+    LockOutcome outcome = tryLockRecord(mutex, label, instance);
+    while (outcome == LockOutcome::Busy) {
+        debugLine(label, "::lock (", instance, "): retrying");
+        sched_yield();
+        outcome = tryLockRecord(mutex, label, instance);
+    }
+    return outcome;
 }
 
 void unlockRecord(pthread_mutex_t& mutex, char const* label, std::string const& instance) {

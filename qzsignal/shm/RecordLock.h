@@ -9,6 +9,7 @@ namespace qzsignal {
 enum class LockOutcome {
     Locked,
     OwnerDied, // locked; a process died while it held the lock, so the record may be half written
+    Busy,      // not locked: somebody else holds it
     Failed,    // not locked, reported; the caller carries on without
 };
 
@@ -16,8 +17,11 @@ enum class LockOutcome {
 // holds the mutex, the next to lock is told so instead of waiting forever.
 void initRecordMutex(pthread_mutex_t& mutex);
 
+// Tries for the lock once.
+LockOutcome tryLockRecord(pthread_mutex_t& mutex, char const* label, std::string const& instance);
+
 // Tries for the lock until it is free; between attempts it says so on standard output and gives up the processor.
-// Deliberate: there is no limit and no sleep, and the line appears whatever the debug level.
+// Deliberate: there is no limit and no sleep, and the line appears whatever the debug level. Never returns `Busy`.
 LockOutcome lockRecord(pthread_mutex_t& mutex, char const* label, std::string const& instance);
 
 // A failure is reported, nothing more: the access that ends here keeps its result.

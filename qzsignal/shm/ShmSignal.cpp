@@ -230,13 +230,24 @@ void ShmSignal::clear() {
 }
 
 void ShmSignal::lock() {
+    if (d_shared)
+        settle(qzsignal::lockRecord(d_data->mutex, family.d_label, instance));
+}
+
+bool ShmSignal::tryLock() {
     if (!d_shared)
+        return true;
+    qzsignal::LockOutcome const outcome = qzsignal::tryLockRecord(d_data->mutex, family.d_label, instance);
+    settle(outcome);
+    return outcome != qzsignal::LockOutcome::Busy;
+}
+
+void ShmSignal::settle(qzsignal::LockOutcome outcome) {
+    if (outcome != qzsignal::LockOutcome::OwnerDied)
         return;
-    if (qzsignal::lockRecord(d_data->mutex, family.d_label, instance) == qzsignal::LockOutcome::OwnerDied) {
-        cInit(); // the owner may have been a writer that defined the signal anew
-        decode();
-        d_data->conv = false;
-    }
+    cInit(); // the owner may have been a writer that defined the signal anew
+    decode();
+    d_data->conv = false;
 }
 
 void ShmSignal::unlock() {

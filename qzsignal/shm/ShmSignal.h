@@ -131,6 +131,8 @@ protected:
     // stored payload again, since it may have died between the two.
     void lock();
     void unlock();
+    // The same as `lock`, unless somebody else holds the lock; then it returns false.
+    bool tryLock();
 
     shmSignalData_t d_localData{};          // used in local mode, before attachment, and if there is no segment
     shmSignalData_t* d_data = &d_localData; // the record in use
@@ -140,6 +142,7 @@ private:
     friend class qzsignal::RecordLock<ShmSignal>;
 
     bool createSegment(qzsignal::RecordResetLock& lock);
+    void settle(qzsignal::LockOutcome outcome);
     void initialiseRecord(baseSignalDef_t const& definition);
     void* segment() const; // the attached record, or null
 };

@@ -97,6 +97,16 @@ TEST_F(ListTest, leavesOutWhatIsNoSignal) {
     EXPECT_TRUE(contains(result.output, d_name.name()));
 }
 
+TEST_F(ListTest, isNotHeldUpByALockedSignal) {
+    d_signal->write(word(5), 15991);
+    d_signal->lock();
+    Result const result({"list"});
+    d_signal->unlock();
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(folded(lineOf(result.output, d_name.name())), d_name.name() + " unsigned - rpm -");
+    EXPECT_TRUE(contains(result.errors, "'" + d_name.name() + "' is locked by another process"));
+}
+
 TEST_F(ListTest, warnsOfNamesThatShowOneSegment) {
     SharedName const twin("twin");
     ASSERT_EQ(link(d_name.path().c_str(), twin.path().c_str()), 0);

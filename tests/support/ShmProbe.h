@@ -26,6 +26,7 @@ public:
     using ShmSignal::lock;
     using ShmSignal::messageId;
     using ShmSignal::signal;
+    using ShmSignal::tryLock;
     using ShmSignal::unlock;
 };
 

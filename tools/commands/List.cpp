@@ -80,9 +80,11 @@ int run(bool json, Console& console) {
     nlohmann::ordered_json array = nlohmann::ordered_json::array();
     std::vector<std::vector<std::string>> rows = {{"NAME", "TYPE", "VALUE", "UNIT", "AGE"}};
     for (ListedSignal const& each : signals) {
-        std::optional<SignalState> const state = readSignal(each.instance);
+        std::optional<SignalState> const state = readSignal(each.instance, OnLock::GiveUp);
         if (!state)
             continue; // gone in the meantime
+        if (state->locked)
+            console.warning("'", each.instance, "' is locked by another process, its value is not known");
         std::optional<double> const age = ageOf(*state);
         nlohmann::ordered_json object = toJson(*state);
         rows.push_back({state->instance, object["type"].get<std::string>(),

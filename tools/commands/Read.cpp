@@ -4,7 +4,6 @@
 #include "tools/base/ExitStatus.h"
 #include "tools/base/Nearest.h"
 #include "tools/base/Numbers.h"
-#include "tools/base/StopRequest.h"
 #include "tools/machine/SharedSignals.h"
 #include "tools/machine/SignalReader.h"
 #include "tools/machine/StateJson.h"
@@ -35,8 +34,8 @@ using Clock = std::chrono::steady_clock;
 std::optional<SignalState> readUntil(std::string const& name, Clock::time_point deadline) {
     constexpr auto interval = std::chrono::milliseconds(20);
     for (;;) {
-        std::optional<SignalState> state = readSignal(name);
-        if ((state && state->value) || Clock::now() >= deadline || stopRequested())
+        std::optional<SignalState> state = readSignal(name, OnLock::Retry);
+        if ((state && state->value) || Clock::now() >= deadline)
             return state;
         std::this_thread::sleep_for(std::min<Clock::duration>(interval, deadline - Clock::now()));
     }
@@ -61,7 +60,6 @@ void reportMissing(std::string const& name, Console& console) {
 }
 
 int run(Options const& options, Console& console) {
-    noteStopRequests();
     auto const deadline =
         Clock::now() + std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(options.wait));
     nlohmann::ordered_json json = nlohmann::ordered_json::array();

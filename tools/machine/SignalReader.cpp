@@ -4,6 +4,8 @@
 #include "qzsignal/shm/ShmSignal.h"
 #include "tools/machine/SharedSignals.h"
 
+#include <ctime>
+
 namespace qztool {
 
 namespace {
@@ -13,27 +15,38 @@ public:
     using ShmSignal::ShmSignal;
 
     std::string const& signalName() const { return signal; }
-};
 
-// Raw and physical value are two accesses; a write may come between them. Tried again until both are of one write.
-std::optional<SignalValue> readValue(Reader& reader) {
-    constexpr int attempts = 1000;
-    SignalValue result;
-    for (int i = 0; i < attempts; ++i) {
-        unsigned long long raw = 0, before = 0, rawAfter = 0, after = 0, timestamp = 0;
-        double physical = 0;
-        if (!reader.read(raw, before) || !reader.read(physical, timestamp) || !reader.read(rawAfter, after))
-            return std::nullopt;
-        result = {physical, raw, before};
-        if (raw == rawAfter && before == after)
-            break;
+    // Takes the lock; false if it gave up.
+    bool open(OnLock onLock) {
+        if (onLock == OnLock::Retry) {
+            lock();
+            return true;
+        }
+        constexpr timespec pause = {0, 1000000};
+        for (int i = 0; i < 500; ++i) {
+            if (tryLock())
+                return true;
+            nanosleep(&pause, nullptr);
+        }
+        return false;
     }
-    return result;
-}
+    void close() { unlock(); }
+
+    // Raw and physical value and time of one and the same write. The lock is held.
+    std::optional<SignalValue> value() {
+        if (d_data->used == 0)
+            return std::nullopt;
+        if (d_data->conv == 0) {
+            physical();
+            d_data->conv = 1;
+        }
+        return SignalValue{d_data->phys, d_data->value, d_data->timestamp};
+    }
+};
 
 } // namespace
 
-std::optional<SignalState> readSignal(std::string const& instance) {
+std::optional<SignalState> readSignal(std::string const& instance, OnLock onLock) {
     if (!segmentExists(instance))
         return std::nullopt;
     Reader reader(instance.c_str());
@@ -44,7 +57,11 @@ std::optional<SignalState> readSignal(std::string const& instance) {
     state.signal = reader.signalName();
     state.unit = reader.getUnit();
     state.type = reader.getType();
-    state.value = readValue(reader);
+    state.locked = !reader.open(onLock);
+    if (!state.locked) {
+        state.value = reader.value();
+        reader.close();
+    }
     return state;
 }
 

@@ -67,6 +67,15 @@ TEST_F(RecordLockTest, locksAndUnlocksSilently) {
     EXPECT_EQ(output.text() + errors.text(), "");
 }
 
+TEST_F(RecordLockTest, singleAttemptTellsOfABusyLockSilently) {
+    Capture const output(std::cout);
+    Capture const errors(std::cerr);
+    ASSERT_EQ(tryLockRecord(*d_mutex, "Label", "name"), LockOutcome::Locked);
+    EXPECT_EQ(tryLockRecord(*d_mutex, "Label", "name"), LockOutcome::Busy);
+    unlockRecord(*d_mutex, "Label", "name");
+    EXPECT_EQ(output.text() + errors.text(), "");
+}
+
 TEST_F(RecordLockTest, excludesOtherProcesses) {
     ASSERT_EQ(lockRecord(*d_mutex, "Label", "name"), LockOutcome::Locked);
     pid_t const child = fork();

@@ -255,6 +255,15 @@ TEST_P(ShmSignalAccessTest, lockErrorsAreReportedAndTheAccessGoesOn) {
     EXPECT_EQ(d_value, 0x123U);
 }
 
+TEST_P(ShmSignalAccessTest, lockCanBeTriedFor) {
+    ShmProbe signal(twelveBits(), GetParam());
+    EXPECT_TRUE(signal.tryLock());
+    EXPECT_EQ(signal.tryLock(), !GetParam()) << "local signals take no lock";
+    signal.unlock();
+    EXPECT_TRUE(signal.tryLock());
+    signal.unlock();
+}
+
 TEST_P(ShmSignalAccessTest, accessesAreSilentWithoutDebug) {
     ShmProbe signal(twelveBits(), GetParam());
     Capture const output(std::cout);
