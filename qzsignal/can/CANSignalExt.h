@@ -41,7 +41,8 @@ public:
     // is behind `begin`, bytes from there on count as zero.
     static bool signalsInUse(unsigned char const* begin, unsigned char const* end);
 
-    // Writes the frame into all its signals. Returns the frame's key, or 0 if it has no signals.
+    // Writes the frame into all its signals. Returns the frame's key, or 0 if it has no signals. A signal's `write`
+    // must not build or destroy signals.
     static unsigned long long decodeMessage(CANExtTraceMessage const& message);
 
     friend QZSIGNAL_EXPORT std::ostream& operator<<(std::ostream& out, CANSignalExt const& signal);

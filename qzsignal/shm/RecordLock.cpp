@@ -3,6 +3,7 @@
 
 #include "qzsignal/signal/Diagnostics.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <cstring>
@@ -79,8 +80,8 @@ RecordResetLock::~RecordResetLock() {
 
 bool RecordResetLock::adopt(pthread_mutex_t& mutex) {
     // New segments are zeroed.
-    static pthread_mutex_t const zero{};
-    if (std::memcmp(&mutex, &zero, sizeof mutex) == 0)
+    auto const* const bytes = reinterpret_cast<unsigned char const*>(&mutex);
+    if (std::all_of(bytes, bytes + sizeof mutex, [](unsigned char byte) { return byte == 0; }))
         return false;
     int const result = take(mutex);
     // Only a robust mutex tells of its owner's death, and only a robust mutex refuses to be unlocked by somebody who

@@ -27,8 +27,8 @@ LockOutcome lockRecord(pthread_mutex_t& mutex, char const* label, std::string co
 // A failure is reported, nothing more: the access that ends here keeps its result.
 void unlockRecord(pthread_mutex_t& mutex, char const* label, std::string const& instance);
 
-// Holds the lock of a record while its creator fills it, if it can be had. A creator waits for nobody for long: after a
-// second it does without.
+// Holds the lock of a record while its creator fills it, if it can be had. Deliberate: a creator waits for nobody for
+// long. After a second it does without, and a process that keeps the lock cannot stop it.
 class RecordResetLock {
 public:
     RecordResetLock() = default;

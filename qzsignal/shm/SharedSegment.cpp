@@ -48,9 +48,10 @@ bool initialised(void* record, RecordFamily const& family) {
     return __atomic_load_n(&sizeWord(record), __ATOMIC_ACQUIRE) == family.d_size;
 }
 
+// A segment that we may not even ask is taken as large enough: attaching then fails, and tells why.
 bool largeEnough(int shmId, RecordFamily const& family) {
     shmid_ds status{};
-    return shmctl(shmId, IPC_STAT, &status) == 0 && status.shm_segsz >= family.d_size;
+    return shmctl(shmId, IPC_STAT, &status) == -1 || status.shm_segsz >= family.d_size;
 }
 
 void* attached(int shmId) {
@@ -134,6 +135,7 @@ void SharedSegment::release(RecordFamily const& family, std::string const& insta
 
 void SharedSegment::withdrawRecord(std::uint32_t& size) {
     __atomic_store_n(&size, 0, __ATOMIC_RELEASE);
+    __atomic_thread_fence(__ATOMIC_SEQ_CST); // what is done to the record from here on does not overtake it
 }
 
 void SharedSegment::publishRecord(std::uint32_t& size, RecordFamily const& family) {

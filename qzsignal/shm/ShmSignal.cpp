@@ -5,6 +5,7 @@
 #include "qzsignal/signal/Diagnostics.h"
 #include "qzsignal/signal/Printing.h"
 
+#include <atomic>
 #include <cstring>
 
 namespace {
@@ -17,6 +18,26 @@ constexpr qzsignal::RecordFamily family = {"ShmSignal", sizeof(shmSignalData_t),
 // What a record holds before anything was written: patterns that catch the eye in a dump.
 constexpr std::uint64_t unwrittenValue = 0x00000000AAAAAAAA;
 constexpr std::uint64_t unwrittenTimestamp = 0x0000000055555555;
+
+// In `pending`: `value` and `phys` hold a payload and a timestamp that are about to be stored. No other process looks
+// at them meanwhile, and both are derived from what is stored, so they are free for that.
+constexpr std::uint8_t storePending = 0x5A;
+
+// What is on either side of it reaches the record in this order. That is all it takes for the owner's death: whoever
+// takes the lock over sees everything that the owner did before it died.
+void keepOrder() {
+    std::atomic_signal_fence(std::memory_order_seq_cst);
+}
+
+std::uint64_t bitsOf(double const& number) {
+    std::uint64_t bits = 0;
+    std::memcpy(&bits, &number, sizeof bits);
+    return bits;
+}
+
+void setBits(double& number, std::uint64_t bits) {
+    std::memcpy(&number, &bits, sizeof number);
+}
 
 // Cuts to 31 characters; the rest of the field is zeroed, so that nothing of an earlier run shines through.
 template <std::size_t Size>
@@ -90,8 +111,9 @@ bool ShmSignal::smInit() {
 }
 
 void ShmSignal::initialiseRecord(baseSignalDef_t const& definition) {
-    withdrawRecord(d_data->size);
     d_data->used = false;
+    withdrawRecord(d_data->size);
+    d_data->pending = 0;
     d_data->conv = false;
     copyText(d_data->signal, definition.signal);
     copyText(d_data->unit, definition.unit);
@@ -190,17 +212,40 @@ bool ShmSignal::write(unsigned long long raw, unsigned long long timestamp) {
     if (debugging())
         debugLine("writing ", std::hex, raw, ", ts=", timestamp);
     qzsignal::RecordLock<ShmSignal> const guard(*this);
+    std::uint64_t const lastTimestamp = d_data->timestamp;
     d_modified = d_data->used == 0 || differs(raw, d_data->rawValue);
-    if (d_modified) {
-        d_data->rawValue = raw;
-        decode();
-        d_data->conv = false;
-        d_data->used = true;
+    if (d_modified)
+        store(raw, timestamp);
+    else
+        d_data->timestamp = timestamp;
+    if (debugging()) {
+        // Deliberate: the line shows the time of the write before.
+        std::ostringstream description;
+        describe(description, lastTimestamp);
+        debugLine(d_modified ? "ShmSignal::write " : "ShmSignal::write (no change) ", description.str());
     }
-    if (debugging())
-        debugLine(d_modified ? "ShmSignal::write " : "ShmSignal::write (no change) ", *this);
-    d_data->timestamp = timestamp;
     return true;
+}
+
+// Stores a changed value in such an order that it is there as a whole or not at all, wherever the process is killed:
+// until the mark is set the old payload and timestamp stand; from then on, `settle` can store the new ones.
+void ShmSignal::store(std::uint64_t raw, std::uint64_t timestamp) {
+    std::uint64_t const lastPhys = bitsOf(d_data->phys);
+    d_data->conv = false;
+    keepOrder();
+    d_data->value = raw;
+    setBits(d_data->phys, timestamp);
+    keepOrder();
+    d_data->pending = storePending;
+    keepOrder();
+    d_data->rawValue = raw;
+    d_data->timestamp = timestamp;
+    d_data->used = true;
+    keepOrder();
+    d_data->pending = 0;
+    keepOrder();
+    setBits(d_data->phys, lastPhys);
+    decode();
 }
 
 bool ShmSignal::write(unsigned char const* data, unsigned long long timestamp) {
@@ -245,9 +290,17 @@ bool ShmSignal::tryLock() {
 void ShmSignal::settle(qzsignal::LockOutcome outcome) {
     if (outcome != qzsignal::LockOutcome::OwnerDied)
         return;
+    if (d_data->pending == storePending) {
+        d_data->rawValue = d_data->value;
+        d_data->timestamp = bitsOf(d_data->phys);
+        d_data->used = true;
+        keepOrder(); // so that dying here changes nothing either
+    }
+    d_data->pending = 0;
+    d_data->conv = false;
+    d_data->phys = 0.0;
     cInit(); // the owner may have been a writer that defined the signal anew
     decode();
-    d_data->conv = false;
 }
 
 void ShmSignal::unlock() {
@@ -255,18 +308,21 @@ void ShmSignal::unlock() {
         qzsignal::unlockRecord(d_data->mutex, family.d_label, instance);
 }
 
-std::ostream& operator<<(std::ostream& out, ShmSignal const& signal) {
+void ShmSignal::describe(std::ostream& out, std::uint64_t timestamp) const {
     using qzsignal::Hex16;
     using qzsignal::yesNo;
 
+    out << std::dec << textOf(d_data->signal) << " shmem=" << (d_shared ? 1 : 0) << ",used=" << yesNo(d_data->used != 0)
+        << ",conv=" << yesNo(d_data->conv != 0) << ",unit=" << textOf(d_data->unit) << ",type=" << d_data->type
+        << ",startbit=" << d_data->startbit << ",bits=" << unsigned{d_data->bits} << ",scale=" << d_data->scale
+        << ",offset=" << d_data->offset << ",endian=" << qzsignal::endianName(d_data->endian != 0) << ",rawValue=0x"
+        << Hex16{d_data->rawValue} << ",value=0x" << Hex16{d_data->value} << ",phys=" << d_data->phys << ",timestamp=0x"
+        << std::hex << timestamp << ",addr=" << static_cast<void const*>(d_data);
+}
+
+std::ostream& operator<<(std::ostream& out, ShmSignal const& signal) {
     if (!signal.d_valid)
         return out << "ShmSignal not valid" << std::endl;
-    shmSignalData_t const& data = *signal.d_data;
-    return out << std::dec << textOf(data.signal) << " shmem=" << (signal.d_shared ? 1 : 0)
-               << ",used=" << yesNo(data.used != 0) << ",conv=" << yesNo(data.conv != 0)
-               << ",unit=" << textOf(data.unit) << ",type=" << data.type << ",startbit=" << data.startbit
-               << ",bits=" << unsigned{data.bits} << ",scale=" << data.scale << ",offset=" << data.offset
-               << ",endian=" << qzsignal::endianName(data.endian != 0) << ",rawValue=0x" << Hex16{data.rawValue}
-               << ",value=0x" << Hex16{data.value} << ",phys=" << data.phys << ",timestamp=0x" << std::hex
-               << data.timestamp << ",addr=" << static_cast<void const*>(&data);
+    signal.describe(out, signal.d_data->timestamp);
+    return out;
 }

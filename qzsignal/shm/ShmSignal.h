@@ -28,6 +28,7 @@ struct shmSignalData_t {
     alignas(8) double scale;           // 104  physical value = value * scale + offset
     double offset;                     // 112
     std::uint8_t endian;               // 120  non-zero: big endian
+    std::uint8_t pending;              // 121  internal: a changed value is being stored; readers need not know it
     alignas(8) std::uint64_t rawValue; // 128  last payload that changed the value, byte 0 in the most significant byte
     std::uint64_t value;               // 136  decoded raw value, sign-extended
     double phys;                       // 144  physical value, valid while `conv` is set
@@ -55,6 +56,7 @@ static_assert(offsetof(shmSignalData_t, bits) == 102 + recordShift, "");
 static_assert(offsetof(shmSignalData_t, scale) == 104 + alignedRecordShift, "");
 static_assert(offsetof(shmSignalData_t, offset) == 112 + alignedRecordShift, "");
 static_assert(offsetof(shmSignalData_t, endian) == 120 + alignedRecordShift, "");
+static_assert(offsetof(shmSignalData_t, pending) == 121 + alignedRecordShift, "");
 static_assert(offsetof(shmSignalData_t, rawValue) == 128 + alignedRecordShift, "");
 static_assert(offsetof(shmSignalData_t, value) == 136 + alignedRecordShift, "");
 static_assert(offsetof(shmSignalData_t, phys) == 144 + alignedRecordShift, "");
@@ -127,8 +129,9 @@ public:
     friend QZSIGNAL_EXPORT std::ostream& operator<<(std::ostream& out, ShmSignal const& signal);
 
 protected:
-    // Open and close each access to a shared record. If the last owner of the lock died, the value is derived from the
-    // stored payload again, since it may have died between the two.
+    // Open and close each access to a shared record. If the last owner of the lock died, the record is put in order: a
+    // write that it had begun is completed or has left no trace, and the value is derived from the stored payload
+    // again.
     void lock();
     void unlock();
     // The same as `lock`, unless somebody else holds the lock; then it returns false.
@@ -143,6 +146,8 @@ private:
 
     bool createSegment(qzsignal::RecordResetLock& lock);
     void settle(qzsignal::LockOutcome outcome);
+    void store(std::uint64_t raw, std::uint64_t timestamp);
+    void describe(std::ostream& out, std::uint64_t timestamp) const;
     void initialiseRecord(baseSignalDef_t const& definition);
     void* segment() const; // the attached record, or null
 };

@@ -8,6 +8,7 @@
 
 #include "qzsignal/signal/BaseSignal.h"
 
+#include <exception>
 #include <iostream>
 #include <sstream>
 #include <string>
@@ -22,12 +23,17 @@ inline bool debuggingAbove(int level) {
     return __builtin_expect(BaseSignal::debug > level, 0);
 }
 
+// A line for which there is no memory is lost; what it was about goes on.
 template <typename... Parts>
 void writeLine(std::ostream& out, char const* prefix, Parts const&... parts) {
-    std::ostringstream line;
-    line << prefix;
-    (line << ... << parts) << '\n';
-    out << line.str() << std::flush;
+    try {
+        std::ostringstream line;
+        line << prefix;
+        (line << ... << parts) << '\n';
+        std::string const text = line.str();
+        out.write(text.data(), static_cast<std::streamsize>(text.size())).flush();
+    } catch (std::exception const&) {
+    }
 }
 
 // "[DEBUG] " to standard output. Ungated: callers test the level first, so that nothing is formatted in vain.

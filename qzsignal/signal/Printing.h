@@ -21,13 +21,15 @@ inline char const* yesNo(bool value) {
     return value ? "yes" : "no";
 }
 
-// Prints as 16 hexadecimal digits. Leaves the stream in hexadecimal with '0' as fill character.
+// Prints as 16 hexadecimal digits, without prefix, in lower case, whatever the stream was set to. Leaves the stream so,
+// with '0' as its fill character.
 struct Hex16 {
     std::uint64_t value;
 };
 
 inline std::ostream& operator<<(std::ostream& out, Hex16 const& number) {
-    return out << std::hex << std::setfill('0') << std::setw(16) << number.value;
+    return out << std::hex << std::noshowbase << std::nouppercase << std::right << std::setfill('0') << std::setw(16)
+               << number.value;
 }
 
 } // namespace qzsignal

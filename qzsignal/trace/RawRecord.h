@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 
 namespace qzsignal {
 
@@ -18,7 +19,7 @@ constexpr std::size_t canEnd = 22;        // behind the last field of a CAN reco
 class RawRecord {
 public:
     RawRecord(unsigned char const* begin, unsigned char const* end)
-        : d_begin(begin), d_length(end > begin ? static_cast<std::size_t>(end - begin) : SIZE_MAX) {}
+        : d_begin(begin), d_length(std::greater<>()(end, begin) ? static_cast<std::size_t>(end - begin) : SIZE_MAX) {}
 
     std::uint8_t byte(std::size_t offset) const { return offset < d_length ? d_begin[offset] : std::uint8_t{0}; }
 

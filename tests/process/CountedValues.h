@@ -23,13 +23,13 @@ constexpr std::uint32_t countOf(std::uint32_t counter) {
 }
 
 // Where the signals of these tests have their 32 bits; the payload's other bits change as well and are none of theirs.
-// All of a signal's bits lie in one half of the raw word and its timestamps in one half of theirs, since a 32-bit
-// target stores 64 bits in two steps and a process may be killed in between.
+// The last one lies in both halves of the raw word, as timestamps do of theirs: a 32-bit target stores 64 bits in two
+// steps, and a process may be killed in between.
 struct CountedLayout {
     std::uint16_t d_startbit;
     bool d_bigEndian;
 };
-constexpr CountedLayout countedLayouts[] = {{7, true}, {0, false}, {39, true}};
+constexpr CountedLayout countedLayouts[] = {{7, true}, {0, false}, {23, true}};
 constexpr unsigned countedSignals = 3;
 
 inline baseSignalDef_t countedDefinition(SharedName const& name, unsigned signal) {
@@ -47,27 +47,21 @@ inline unsigned long long countedPayload(unsigned signal, std::uint32_t counter)
     case 1:
         return std::uint64_t{__builtin_bswap32(counter)} << 32 | other;
     default:
-        return other << 32 | counter;
+        return other >> 16 << 48 | std::uint64_t{counter} << 16 | (other & 0xffff);
     }
 }
 
 // Never the same for two counters or two signals' neighbours.
 inline unsigned long long countedTimestamp(unsigned signal, std::uint32_t counter) {
-    return static_cast<std::uint32_t>(counter * (2654435761U + 2 * signal));
+    return counter * (0x9e3779b97f4a7c15 + 2 * signal);
 }
-
-// What a record without a value holds as its timestamp.
-constexpr unsigned long long unwrittenTimestamp = 0x55555555;
 
 // What readers found out about one signal.
 struct CountedFindings {
     std::uint32_t d_values;              // that were read
-    std::uint32_t d_mismatches;          // value with a timestamp that is not its own and not the one before
+    std::uint32_t d_mismatches;          // value with a timestamp that is not its own
     std::uint32_t d_stepsBack;           // value older than one read before, of the same writer
-    std::uint32_t d_halfWritten;         // values beside the timestamp before theirs
-    std::uint32_t d_afterHalfWritten;    // later values of a writer that left such a value: it cannot have died there
     std::uint32_t d_last[maxWriters];    // latest counter of each writer, 0: none
-    std::uint32_t d_halfOf[maxWriters];  // half-written counter of each writer, 0: none
     std::uint32_t d_firstMismatch;       // counter
     unsigned long long d_foundTimestamp; // beside it
 };
@@ -77,24 +71,13 @@ inline void checkCounted(unsigned signal, std::uint32_t counter, unsigned long l
                          CountedFindings& findings) {
     std::uint32_t const writer = writerOf(counter);
     ++findings.d_values;
-    if (timestamp != countedTimestamp(signal, counter)) {
-        unsigned long long const before =
-            countOf(counter) == 1 ? unwrittenTimestamp : countedTimestamp(signal, counter - 1);
-        if (timestamp != before) {
-            if (findings.d_mismatches++ == 0) {
-                findings.d_firstMismatch = counter;
-                findings.d_foundTimestamp = timestamp;
-            }
-        } else if (findings.d_halfOf[writer] == 0) {
-            findings.d_halfOf[writer] = counter;
-            ++findings.d_halfWritten;
-        }
+    if (timestamp != countedTimestamp(signal, counter) && findings.d_mismatches++ == 0) {
+        findings.d_firstMismatch = counter;
+        findings.d_foundTimestamp = timestamp;
     }
     if (counter < findings.d_last[writer])
         ++findings.d_stepsBack;
     findings.d_last[writer] = counter;
-    if (findings.d_halfOf[writer] != 0 && counter != findings.d_halfOf[writer])
-        ++findings.d_afterHalfWritten;
 }
 
 // Reads the signal in one of the two forms and checks what came. Returns the counter, 0 if there was no value.

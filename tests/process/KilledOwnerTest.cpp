@@ -4,6 +4,8 @@
 #include "tests/process/TestSignal.h"
 #include "tests/support/Capture.h"
 
+#include <cstring>
+#include <iterator>
 #include <string>
 
 namespace {
@@ -125,4 +127,55 @@ TEST(KilledOwnerTest, readerThatAttachedBeforeARedefinitionDerivesTheValueByTheN
     Capture errors(std::cerr);
     EXPECT_EQ(reader.readRaw().d_raw, 8U);
     EXPECT_EQ(errors.text(), ownerDied(name));
+}
+
+TEST(KilledOwnerTest, changeThatHadBegunIsCompletedOrLeavesNoTrace) {
+    SKIP_WITHOUT_ROBUST_MUTEXES();
+    // What a write of another value does to the record, in order; the writer dies before, between or after the steps.
+    using Step = void (*)(shmSignalData_t&);
+    static constexpr unsigned long long newTime = 0x123456789abcdef0;
+    constexpr Step steps[] = {
+        [](shmSignalData_t& record) { record.conv = 0; },
+        [](shmSignalData_t& record) { record.value = wordPayload(50); },
+        [](shmSignalData_t& record) { std::memcpy(&record.phys, &newTime, sizeof record.phys); },
+        [](shmSignalData_t& record) { record.pending = 0x5A; },
+        [](shmSignalData_t& record) { record.rawValue = wordPayload(50); },
+        [](shmSignalData_t& record) { record.timestamp = newTime; },
+        [](shmSignalData_t& record) { record.used = 1; },
+        [](shmSignalData_t& record) { record.pending = 0; },
+        [](shmSignalData_t& record) { record.phys = 19.0; },
+        [](shmSignalData_t& record) { record.value = 50; },
+    };
+    constexpr unsigned decided = 4; // from this step on, the new value stands
+    for (bool const first : {false, true}) {
+        for (unsigned done = 0; done <= std::size(steps); ++done) {
+            SCOPED_TRACE(testing::Message() << done << " steps of a " << (first ? "first" : "further") << " write");
+            SharedName const name;
+            TestSignal signal(wordDefinition(name), true);
+            if (!first) {
+                signal.write(wordPayload(40), 1ULL);
+                ASSERT_EQ(signal.readPhys().d_phys, 19.0);
+            }
+            Process owner([&] {
+                TestSignal writer(name.c_str());
+                writer.lock();
+                for (unsigned i = 0; i < done; ++i)
+                    steps[i](writer.record());
+                kill(getpid(), SIGKILL);
+            });
+            ASSERT_TRUE(owner.died());
+
+            Capture const errors(std::cerr);
+            TestSignal::Reading const raw = signal.readRaw();
+            TestSignal::Reading const phys = signal.readPhys();
+            bool const isNew = done >= decided;
+            EXPECT_EQ(raw.d_there, isNew || !first);
+            if (!raw.d_there)
+                continue;
+            EXPECT_EQ(raw.d_raw, isNew ? 50U : 40U);
+            EXPECT_EQ(phys.d_phys, isNew ? 24.0 : 19.0);
+            EXPECT_EQ(raw.d_timestamp, isNew ? newTime : 1U);
+            EXPECT_EQ(phys.d_timestamp, raw.d_timestamp);
+        }
+    }
 }

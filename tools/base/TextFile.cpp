@@ -17,7 +17,7 @@ std::string readTextFile(std::string const& path, std::string& text) {
     while ((bytes = read(file, chunk, sizeof chunk)) > 0 || (bytes == -1 && errno == EINTR))
         if (bytes > 0)
             text.append(chunk, static_cast<std::size_t>(bytes));
-    std::string const problem = bytes == -1 ? std::strerror(errno) : "";
+    std::string problem = bytes == -1 ? std::strerror(errno) : "";
     close(file);
     return problem;
 }

@@ -24,8 +24,8 @@ public:
     // Reads a file and takes its definitions in. False if the file cannot be read.
     bool load(DefinitionFile const& file);
 
-    // Defines the signals in shared memory. If nothing can be shared, that is reported and the exit status that it gives
-    // is returned; otherwise `exitSuccess`.
+    // Defines the signals in shared memory. If nothing can be shared, that is reported and the exit status that it
+    // gives is returned; otherwise `exitSuccess`.
     ExitStatus define();
 
     // The segments are to outlive the process.

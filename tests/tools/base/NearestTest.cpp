@@ -12,8 +12,13 @@ TEST(Nearest, findsTheWordThatWasMeant) {
         char const* typed;
         char const* meant;
     } const cases[] = {
-        {"raed", "read"},         {"lst", "list"},     {"replai", "replay"}, {"engine.speed", "Engine.Speed"},
-        {"Engine.Spd", "Engine.Speed"}, {"frobnicate", ""}, {"", ""},
+        {"raed", "read"},
+        {"lst", "list"},
+        {"replai", "replay"},
+        {"engine.speed", "Engine.Speed"},
+        {"Engine.Spd", "Engine.Speed"},
+        {"frobnicate", ""},
+        {"", ""},
     };
     for (auto const& each : cases)
         EXPECT_EQ(nearest(each.typed, words), each.meant) << each.typed;

@@ -354,4 +354,25 @@ TEST_F(CANSignalExtTest, silentFramesAreReportedByTheirKeys) {
     EXPECT_EQ(silent, (std::vector<unsigned long long>{0x8000000100000200}));
 }
 
+TEST_F(CANSignalExtTest, canSignalThatWaitsPrintsItsEmptyDefinitionAllTheSame) {
+    SharedName const name;
+    Capture const errors(std::cerr);
+    CANSignalExt const reader(name.c_str());
+    std::ostringstream out;
+    out << reader;
+    EXPECT_EQ(out.str(), "ShmSignal not "
+                         "valid\n;instance=,signal=,channel=0,unit=,type=unsigned,startbit=0,bits=0,scale=0,offset=0,"
+                         "endian=LITTLE,msgId=0,extended=no");
+}
+
+TEST_F(CANSignalExtTest, negativeDebugLevelIsDebugButNoPerFrameLines) {
+    CanProbe signal(definition("a", 0x123), false);
+    Capture output(std::cout);
+    BaseSignal::debug = -1;
+    signal.write(0x0100000000000000, 2);
+    EXPECT_EQ(output.take().find("[DEBUG] writing 100000000000000, ts=2\n"), 0U);
+    EXPECT_EQ(CANSignalExt::decodeMessage(frame(1, 0x124)), 0U);
+    EXPECT_EQ(output.take(), "");
+}
+
 } // namespace

@@ -240,24 +240,6 @@ TEST_P(ShmSignalAccessTest, layoutFollowsTheRecordWhenComputedAnew) {
     EXPECT_EQ(signal.d_rawMask, 0xff00000000000000U);
 }
 
-TEST_P(ShmSignalAccessTest, lockErrorsAreReportedAndTheAccessGoesOn) {
-    if (!GetParam())
-        GTEST_SKIP() << "local signals take no lock";
-#ifdef __SANITIZE_THREAD__
-    GTEST_SKIP() << "the thread sanitizer takes a damaged mutex for a mistake";
-#endif
-    ShmProbe signal(twelveBits(), true);
-    std::memset(&signal.d_data->mutex, 0xff, sizeof signal.d_data->mutex);
-    Capture errors(std::cerr);
-    EXPECT_TRUE(signal.write(0x1230000000000000, 7));
-    std::string const text = errors.take();
-    EXPECT_EQ(text.substr(0, text.find('\n')), "[ERROR] ShmSignal::lock (" + d_name.name() + "): Invalid argument");
-    EXPECT_NE(text.find("\n[ERROR] ShmSignal::unlock (" + d_name.name() + "): "), std::string::npos)
-        << "the lock is given back also when it was not had";
-    EXPECT_TRUE(signal.read(d_value, d_timestamp));
-    EXPECT_EQ(d_value, 0x123U);
-}
-
 TEST_P(ShmSignalAccessTest, lockCanBeTriedFor) {
     ShmProbe signal(twelveBits(), GetParam());
     EXPECT_TRUE(signal.tryLock());

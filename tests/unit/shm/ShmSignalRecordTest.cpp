@@ -5,9 +5,17 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <chrono>
 #include <cstring>
+#include <fcntl.h>
 #include <fstream>
 #include <memory>
+#include <sys/mman.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <thread>
 
 namespace {
 
@@ -353,11 +361,245 @@ TEST_F(ShmSignalRecordTest, textsWithoutEndAreReadNoFurtherThanTheirField) {
     EXPECT_NE(printed(reader).find(",unit=" + std::string(32, 'y') + ",type="), std::string::npos);
 }
 
-TEST_F(ShmSignalRecordTest, smInitOfAWriterHasNothingToDo) {
+TEST_F(ShmSignalRecordTest, createSharedMemoryTellsWhetherThereIsASegment) {
+    ShmProbe writer(plainDefinition(d_name.name()), true);
+    shmSignalData_t* const first = writer.d_data;
+    EXPECT_TRUE(writer.createSharedMemory());
+    EXPECT_NE(writer.d_data, &writer.d_localData);
+    EXPECT_EQ(pthread_mutex_trylock(&writer.d_data->mutex), 0) << "left unlocked";
+    pthread_mutex_unlock(&writer.d_data->mutex);
+    shmdt(first);
     Capture const errors(std::cerr);
-    ShmProbe writer(fullDefinition(d_name.name()), true);
+    ShmProbe failing(plainDefinition("no-such-folder/name"), false);
+    EXPECT_FALSE(failing.createSharedMemory());
+    EXPECT_EQ(failing.d_data, &failing.d_localData);
+}
+
+TEST_F(ShmSignalRecordTest, smInitOfASignalThatDoesNotWaitTouchesNothing) {
+    Capture const errors(std::cerr);
+    ShmProbe local(plainDefinition(d_name.name()), false);
+    EXPECT_TRUE(local.smInit());
+    EXPECT_EQ(local.d_data, &local.d_localData);
+    SharedName const name;
+    ShmProbe writer(plainDefinition(name.name()), true);
+    shmSignalData_t const* const record = writer.d_data;
     EXPECT_TRUE(writer.smInit());
+    EXPECT_EQ(writer.d_data, record) << "not attached a second time";
     EXPECT_EQ(errors.text(), "");
+}
+
+TEST_F(ShmSignalRecordTest, restartedWriterForgetsThatTheValueWasConverted) {
+    Capture const errors(std::cerr);
+    ShmProbe first(plainDefinition(d_name.name()), true);
+    first.write(word(1), 2);
+    double phys = 0;
+    unsigned long long timestamp = 0;
+    ASSERT_TRUE(first.read(phys, timestamp));
+    first.d_owner = false;
+    ShmProbe const second(plainDefinition(d_name.name()), true);
+    EXPECT_EQ(second.d_data->conv, 0);
+}
+
+TEST_F(ShmSignalRecordTest, signalWithoutSegmentHasAMutexThatKnowsItsOwner) {
+    Capture errors(std::cerr);
+    ShmProbe writer(plainDefinition("no-such-folder/name"), true);
+    errors.take();
+    writer.unlock();
+    EXPECT_EQ(errors.take(), "[ERROR] ShmSignal::unlock (no-such-folder/name): Operation not permitted\n");
+}
+
+TEST_F(ShmSignalRecordTest, attachingThatFailsIsReportedAndTriedAgain) {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    GTEST_SKIP() << "sanitizers need the address space";
+#endif
+    rlimit before{};
+    ASSERT_EQ(getrlimit(RLIMIT_AS, &before), 0);
+    rlimit none = before;
+    none.rlim_cur = 4096;
+    ASSERT_EQ(setrlimit(RLIMIT_AS, &none), 0);
+    void* const memory = mmap(nullptr, 4096, PROT_READ, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    setrlimit(RLIMIT_AS, &before);
+    if (memory != MAP_FAILED)
+        GTEST_SKIP() << "the address space cannot be limited here";
+    { ShmProbe const warmUp(plainDefinition(d_name.name()), true); } // what is allocated once is allocated
+    Capture errors(std::cerr);
+    {
+        ASSERT_EQ(setrlimit(RLIMIT_AS, &none), 0);
+        ShmProbe writer(plainDefinition(d_name.name()), true);
+        setrlimit(RLIMIT_AS, &before);
+        EXPECT_EQ(errors.take(), "[ERROR] ShmSignal::ctor: shmat (" + d_name.name() + "): Cannot allocate memory\n");
+        EXPECT_EQ(writer.d_data, &writer.d_localData);
+        EXPECT_TRUE(writer.write(word(1), 2));
+    }
+    EXPECT_EQ(errors.take(), "") << "the record inside the object is not detached";
+    EXPECT_EQ(d_name.segmentId(), -1) << "the segment went all the same";
+    ShmProbe writer(plainDefinition(d_name.name()), true);
+    writer.write(word(5), 2);
+    ASSERT_EQ(setrlimit(RLIMIT_AS, &none), 0);
+    ShmProbe reader(d_name.c_str());
+    setrlimit(RLIMIT_AS, &before);
+    EXPECT_EQ(errors.take(), "[WARNING] BaseSignal: signal " + d_name.name() +
+                                 " already exists\n[ERROR] ShmSignal: shmat (" + d_name.name() +
+                                 "): Cannot allocate memory\n");
+    EXPECT_TRUE(reader.d_waiting);
+    EXPECT_EQ(reader.d_shmId, -1);
+    unsigned long long value = 0, timestamp = 0;
+    EXPECT_TRUE(reader.read(value, timestamp));
+    EXPECT_EQ(errors.text(), "");
+}
+
+TEST_F(ShmSignalRecordTest, unreadableSegmentIsReportedAsFailedAttachment) {
+    if (geteuid() != 0)
+        GTEST_SKIP() << "needs to change the user";
+    close(open(d_name.path().c_str(), O_CREAT | O_WRONLY, 0644));
+    ASSERT_NE(shmget(d_name.key(), sizeof(shmSignalData_t), IPC_CREAT | 0600), -1);
+    int ends[2];
+    ASSERT_EQ(pipe(ends), 0);
+    pid_t const child = fork();
+    if (child == 0) {
+        dup2(ends[1], STDERR_FILENO);
+        if (setuid(65534) == 0) {
+            ShmSignal const reader(d_name.c_str());
+        }
+        _exit(0);
+    }
+    close(ends[1]);
+    char text[256] = {};
+    ssize_t const got = read(ends[0], text, sizeof text);
+    waitpid(child, nullptr, 0);
+    close(ends[0]);
+    EXPECT_EQ(std::string(text, got > 0 ? static_cast<std::size_t>(got) : 0),
+              "[ERROR] ShmSignal: shmat (" + d_name.name() + "): Permission denied\n");
+}
+
+TEST_F(ShmSignalRecordTest, definingSignalsLeavesNoFileOpen) {
+    int const before = open("/dev/null", O_RDONLY);
+    close(before);
+    for (int i = 0; i < 3; ++i)
+        ShmProbe(plainDefinition(d_name.name()), true);
+    int const after = open("/dev/null", O_RDONLY);
+    close(after);
+    EXPECT_EQ(after, before);
+}
+
+TEST_F(ShmSignalRecordTest, keyFileIsMadeForEverybody) {
+    mode_t const mask = umask(0);
+    ShmProbe(plainDefinition(d_name.name()), true);
+    umask(mask);
+    struct stat status {};
+    ASSERT_EQ(stat(d_name.path().c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 0777U, 0666U);
+}
+
+TEST_F(ShmSignalRecordTest, writerWaitsForAKeptLockAboutASecond) {
+    ShmProbe first(plainDefinition(d_name.name()), true);
+    first.lock();
+    Capture const errors(std::cerr);
+    auto const start = std::chrono::steady_clock::now();
+    ShmProbe second(plainDefinition(d_name.name()), true);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
+    first.d_owner = false;
+}
+
+TEST_F(ShmSignalRecordTest, recordIsWithdrawnAndLockedWhileItIsFilledAnew) {
+    Capture const errors(std::cerr);
+    ShmProbe crashed(plainDefinition(d_name.name()), true);
+    crashed.d_owner = false;
+    std::atomic<bool> end{false}, unlocked{false};
+    std::atomic<unsigned> withdrawn{0};
+    std::thread watcher([&] {
+        while (!end) {
+            if (__atomic_load_n(&crashed.d_data->size, __ATOMIC_ACQUIRE) != 0)
+                continue;
+            ++withdrawn;
+            if (pthread_mutex_trylock(&crashed.d_data->mutex) == 0) {
+                unlocked = unlocked || __atomic_load_n(&crashed.d_data->size, __ATOMIC_ACQUIRE) == 0;
+                pthread_mutex_unlock(&crashed.d_data->mutex);
+            }
+        }
+    });
+    auto const last = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+    while (withdrawn < 200 && std::chrono::steady_clock::now() < last) {
+        ShmProbe restarted(plainDefinition(d_name.name()), true);
+        restarted.d_owner = false;
+    }
+    end = true;
+    watcher.join();
+    EXPECT_GT(withdrawn, 0U);
+    EXPECT_FALSE(unlocked);
+}
+
+TEST_F(ShmSignalRecordTest, flagsOfTheRecordCountWheneverTheyAreNotZero) {
+    ShmProbe signal(plainDefinition(d_name.name()), false);
+    signal.d_data->startbit = 7;
+    signal.d_data->bits = 12;
+    signal.d_data->endian = 0x80;
+    signal.cInit();
+    EXPECT_EQ(signal.d_rawMask, 0xfff0000000000000U);
+    signal.write(0x1230000000000000ULL, 1ULL);
+    signal.d_data->used = 2;
+    signal.d_data->conv = 4;
+    signal.d_data->phys = 4711;
+    signal.write(0x123fffffffffffffULL, 2ULL);
+    EXPECT_FALSE(signal.isModified());
+    double phys = 0;
+    unsigned long long value = 0, timestamp = 0;
+    EXPECT_TRUE(signal.read(phys, timestamp));
+    EXPECT_EQ(phys, 4711);
+    EXPECT_TRUE(signal.read(value, timestamp));
+    EXPECT_EQ(value, 0x123U);
+    std::ostringstream out;
+    out << signal;
+    EXPECT_NE(out.str().find(",used=yes,conv=yes,"), std::string::npos);
+    EXPECT_NE(out.str().find(",endian=BIG,"), std::string::npos);
+}
+
+TEST_F(ShmSignalRecordTest, payloadBytesOfADecodeLineHaveTwoDigits) {
+    ShmProbe signal(plainDefinition(d_name.name(), 8), false);
+    Capture output(std::cout);
+    BaseSignal::debug = 1;
+    signal.write(0x000102030405060fULL, 1ULL);
+    EXPECT_NE(output.take().find(": 00-01-02-03-04-05-06-0f\n"), std::string::npos);
+}
+
+TEST_F(ShmSignalRecordTest, writeIsAnnouncedBeforeItWaitsForTheLock) {
+    ShmProbe signal(plainDefinition(d_name.name()), true);
+    std::atomic<bool> locked{false};
+    std::thread owner([&] {
+        pthread_mutex_lock(&signal.d_data->mutex);
+        locked = true;
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        pthread_mutex_unlock(&signal.d_data->mutex);
+    });
+    while (!locked)
+        std::this_thread::sleep_for(std::chrono::microseconds(50));
+    std::string text;
+    {
+        Capture const output(std::cout);
+        BaseSignal::debug = 1;
+        signal.write(word(1), 2);
+        BaseSignal::debug = 0;
+        text = output.text();
+    }
+    owner.join();
+    EXPECT_EQ(text.find("[DEBUG] writing 100000000000000, ts=2\n[DEBUG] ShmSignal::lock ("), 0U);
+}
+
+TEST_F(ShmSignalRecordTest, lockErrorsAreReportedAndTheAccessGoesOn) {
+#ifdef __SANITIZE_THREAD__
+    GTEST_SKIP() << "the thread sanitizer takes a damaged mutex for a mistake";
+#endif
+    ShmProbe signal(fullDefinition(d_name.name()), true);
+    unsigned long long value = 0, timestamp = 0;
+    std::memset(&signal.d_data->mutex, 0xff, sizeof signal.d_data->mutex);
+    Capture errors(std::cerr);
+    EXPECT_TRUE(signal.write(0x1230000000000000, 7));
+    std::string const text = errors.take();
+    EXPECT_EQ(text.substr(0, text.find('\n')), "[ERROR] ShmSignal::lock (" + d_name.name() + "): Invalid argument");
+    EXPECT_NE(text.find("\n[ERROR] ShmSignal::unlock (" + d_name.name() + "): "), std::string::npos)
+        << "the lock is given back also when it was not had";
+    EXPECT_TRUE(signal.read(value, timestamp));
+    EXPECT_EQ(value, 0x123U);
 }
 
 } // namespace

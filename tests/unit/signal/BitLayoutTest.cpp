@@ -197,5 +197,40 @@ TEST(BitLayout, debugLineShowsAllMembers) {
     EXPECT_EQ(output.take(), "");
 }
 
+TEST(BitLayout, onlyTheLowEightBitsOfTheStartBitCount) {
+    for (unsigned const startBit : {4U, 260U, 65284U}) {
+        BitLayout const layout = layoutOf(startBit, 12, ByteOrder::Little);
+        EXPECT_EQ(layout.d_lsbBit, 4);
+        EXPECT_EQ(layout.d_startByte, 0);
+        EXPECT_EQ(layout.d_bytes, 2);
+        EXPECT_EQ(layout.d_rawMask, 0xf0ff000000000000U);
+    }
+    BitLayout const big = layoutOf(263, 12, ByteOrder::Big); // 256 bits behind start bit 7
+    EXPECT_EQ(big.d_lsbBit, 12);
+    EXPECT_EQ(big.d_bytes, 2);
+    EXPECT_EQ(big.d_rawMask, 0xfff0000000000000U);
+}
+
+TEST(BitLayout, bytesOfAnEmptySignalAreCountedTruncating) {
+    EXPECT_EQ(layoutOf(0, 0, ByteOrder::Little).d_bytes, 1);
+    EXPECT_EQ(layoutOf(8, 0, ByteOrder::Little).d_bytes, 0);
+    EXPECT_EQ(layoutOf(7, 0, ByteOrder::Big).d_lsbBit, 8);
+}
+
+TEST(BitLayout, lengthBeyondSixtyFourBitsHasAllOnesAndNoSignBit) {
+    for (unsigned const bits : {65U, 128U, 129U, 255U}) {
+        EXPECT_EQ(layoutOf(7, bits, ByteOrder::Little).d_maksBits, ~std::uint64_t{0}) << bits;
+        EXPECT_EQ(layoutOf(7, bits, ByteOrder::Little).d_signBit, 0U) << bits;
+    }
+}
+
+TEST(BitLayout, ninthByteIsInNeitherMaskNorValue) {
+    BitLayout const layout = layoutOf(0, 58, ByteOrder::Big);
+    EXPECT_EQ(layout.d_startByte, 8);
+    EXPECT_EQ(layout.d_rawMask, 0x00ffffffffffffffU);
+    for (unsigned byte = 15; byte < 32; ++byte)
+        EXPECT_EQ(layoutOf(8 * byte + 7, 8, ByteOrder::Big).extract(~std::uint64_t{0}, ByteOrder::Big), 0U) << byte;
+}
+
 } // namespace
 } // namespace qzsignal

@@ -1,0 +1,94 @@
+// What the library allocates: nothing where values are written and read, and whatever fails elsewhere leaves no trace.
+// Replaces the allocator, so it is a program of its own.
+#include "qzsignal/can/CANSignalExt.h"
+#include "qzsignal/trace/CANExtTraceMessage.h"
+#include "tests/support/SharedName.h"
+#include "tests/support/ShmProbe.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <new>
+
+namespace {
+
+unsigned long allocations = 0;
+long allocationsLeft = -1; // until one fails; negative: none fails
+
+} // namespace
+
+void* operator new(std::size_t size) {
+    ++allocations;
+    if (allocationsLeft >= 0 && allocationsLeft-- == 0)
+        throw std::bad_alloc();
+    if (void* const memory = std::malloc(size != 0 ? size : 1))
+        return memory;
+    throw std::bad_alloc();
+}
+void operator delete(void* memory) noexcept {
+    std::free(memory);
+}
+void operator delete(void* memory, std::size_t) noexcept {
+    std::free(memory);
+}
+
+namespace {
+
+canSignalDef_t definitionOf(std::string const& instance) {
+    canSignalDef_t definition;
+    static_cast<baseSignalDef_t&>(definition) = plainDefinition(instance, 8);
+    definition.signal = "A name that is too long to be kept without memory of its own";
+    definition.channel = 1;
+    definition.msgId = 0x123;
+    return definition;
+}
+
+TEST(Allocation, accessesAllocateNothing) {
+    SharedName const name;
+    CANSignalExt signal(definitionOf(name.name()), true);
+    CANExtTraceMessage message;
+    message.channel = 1;
+    message.identifier = 0x123;
+    message.length = 8;
+    unsigned char record[22] = {};
+    record[14] = 1;
+    record[20] = 1;
+    record[21] = 0x23;
+    bool all = true;
+    double phys = 0;
+    unsigned long long value = 0, timestamp = 0;
+    unsigned long const before = allocations;
+    for (unsigned char i = 0; i < 100; ++i) {
+        message.payload[0] = i;
+        all = all && CANSignalExt::signalsInUse(record, record + sizeof record);
+        all = all && CANSignalExt::decodeMessage(message) != 0;
+        all = all && signal.read(phys, timestamp) && signal.read(value, timestamp);
+    }
+    EXPECT_EQ(allocations, before);
+    EXPECT_TRUE(all);
+    EXPECT_EQ(value, 99U);
+}
+
+TEST(Allocation, constructionThatFailsAnywhereLeavesNothingBehind) {
+    SharedName const name("a name that is too long to be kept without memory of its own");
+    canSignalDef_t const definition = definitionOf(name.name());
+    bool built = false;
+    long failures = 0;
+    for (; !built; ++failures) {
+        allocationsLeft = failures;
+        try {
+            CANSignalExt const signal(definition, true);
+            allocationsLeft = -1;
+            built = true;
+            EXPECT_EQ(CANSignalExt::canMessageContainer.size(), 1U);
+        } catch (std::bad_alloc const&) {
+            allocationsLeft = -1;
+            EXPECT_TRUE(BaseSignal::instances.empty()) << failures;
+            EXPECT_TRUE(CANSignalExt::canMessageContainer.empty()) << failures;
+            EXPECT_EQ(name.segmentId(), -1) << failures;
+        }
+    }
+    EXPECT_GT(failures, 5) << "allocations that were made to fail";
+}
+
+} // namespace
