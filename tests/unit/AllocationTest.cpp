@@ -17,7 +17,8 @@ long allocationsLeft = -1; // until one fails; negative: none fails
 
 } // namespace
 
-void* operator new(std::size_t size) {
+// Not inlined: GCC takes a deallocation by free for a mistake where it sees both.
+__attribute__((noinline)) void* operator new(std::size_t size) {
     ++allocations;
     if (allocationsLeft >= 0 && allocationsLeft-- == 0)
         throw std::bad_alloc();
@@ -25,10 +26,10 @@ void* operator new(std::size_t size) {
         return memory;
     throw std::bad_alloc();
 }
-void operator delete(void* memory) noexcept {
+__attribute__((noinline)) void operator delete(void* memory) noexcept {
     std::free(memory);
 }
-void operator delete(void* memory, std::size_t) noexcept {
+__attribute__((noinline)) void operator delete(void* memory, std::size_t) noexcept {
     std::free(memory);
 }
 
