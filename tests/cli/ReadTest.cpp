@@ -74,6 +74,8 @@ TEST(ReadTest, valueTablesGiveWords) {
     EXPECT_EQ(Result(arguments).output, definition.instance + " = - (no value yet)\n");
     signal.write(word(0xff), 7);
     EXPECT_EQ(Result(arguments).output, definition.instance + " = -2 'reverse' (raw -1, timestamp 7)\n");
+    EXPECT_EQ(Result({"read", "--dbc", definitions, definition.instance}).output, Result(arguments).output)
+        << "what follows the file is a name";
     signal.write(word(3), 8);
     EXPECT_EQ(Result(arguments).output, definition.instance + " = 6 (raw 3, timestamp 8)\n");
     signal.write(word(0), 9);

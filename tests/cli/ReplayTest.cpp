@@ -42,6 +42,14 @@ TEST_F(ReplayTest, anotherProcessReadsWhatWasKept) {
     EXPECT_EQ(valueOf(d_drive.load()), "-3.000000 18446744073709551613 1700000000123456");
 }
 
+TEST_F(ReplayTest, definitionFilesMayComeInAnyPlace) {
+    Folder folder;
+    std::string const other = folder.file("other.dbc", "VERSION \"\"\n"), recording = log(drivingFrame);
+    EXPECT_EQ(Result({"replay", "--dbc", other, "--dbc", d_drive.definitions(), recording, "--fast"}).status, 0);
+    EXPECT_EQ(Result({"replay", "--fast", recording, "--dbc", d_drive.definitions(), "--dbc", other}).status, 0);
+    EXPECT_EQ(Result({"replay", "--fast", "--dbc", d_drive.definitions(), recording, "surplus"}).status, 64);
+}
+
 TEST_F(ReplayTest, segmentsGoWithTheProcess) {
     EXPECT_EQ(Result(replay({"--fast", log(drivingFrame)})).status, 0);
     EXPECT_FALSE(segmentExists(d_drive.speed()));

@@ -1,4 +1,4 @@
-// Numbers as text that reads back to the same number, in any locale.
+// Numbers as text, the same in any locale.
 #pragma once
 
 #include "qzsignal/signal/SignalDefinition.h"
@@ -9,10 +9,11 @@
 
 namespace qztool {
 
-// The shortest text that reads back to `number`.
+// 15 significant digits: what a double holds for certain, without the noise of a conversion behind them (10.45, not
+// 10.450000000000001). Programs that want every bit read the JSON form.
 inline std::string numberText(double number) {
     char text[32];
-    auto const end = std::to_chars(text, text + sizeof text, number).ptr;
+    auto const end = std::to_chars(text, text + sizeof text, number, std::chars_format::general, 15).ptr;
     return std::string(text, end);
 }
 

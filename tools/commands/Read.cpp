@@ -97,8 +97,7 @@ std::function<int()> setUpRead(CLI::App& parser, Console& console) {
                     "Definition file whose value tables give words for values; in JSON they are called text. May be "
                     "given more than once")
         ->type_name("FILE")
-        ->expected(1)
-        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+        ->allow_extra_args(false); // what follows its file is a name
     parser.add_option("--wait", options->wait, "Wait this long for signals that are not there or hold no value yet")
         ->type_name("SECONDS")
         ->check(CLI::Range(0.0, 1e6).description(""));

@@ -148,8 +148,7 @@ std::function<int()> setUpReplay(CLI::App& parser, Console& console) {
             "own. May be given more than once")
         ->type_name("[CHANNEL:]FILE")
         ->required()
-        ->expected(1)
-        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+        ->allow_extra_args(false); // what follows its file may be the recording
     CLI::Option* const speed = parser.add_option("--speed", options->speed, "Play this many times as fast as recorded")
                                    ->type_name("FACTOR")
                                    ->check(CLI::Range(1e-6, 1e6).description(""));
