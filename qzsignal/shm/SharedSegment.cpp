@@ -1,13 +1,13 @@
-// All calls of ftok and of the System V shared memory functions.
+// All calls of the System V shared memory functions.
 #include "qzsignal/shm/SharedSegment.h"
 
+#include "qzsignal/shm/KeyFile.h"
 #include "qzsignal/shm/RecordLock.h"
 #include "qzsignal/signal/Diagnostics.h"
 
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
-#include <sys/ipc.h>
 #include <sys/shm.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -15,12 +15,6 @@
 namespace qzsignal {
 
 namespace {
-
-constexpr int projectId = 'f';
-
-std::string keyPath(std::string const& instance) {
-    return "/tmp/" + instance;
-}
 
 // Leaves an empty file of this name. /tmp belongs to everybody, so whatever else lies there under the name is left
 // alone: no link is followed, nothing but a regular file is emptied, and no pipe makes us wait. Failures show in ftok.
@@ -72,7 +66,7 @@ void warnWaiting(RecordFamily const& family, std::string const& instance, char c
 void* SharedSegment::create(RecordFamily const& family, std::string const& instance, RecordResetLock& lock) {
     std::string const path = keyPath(instance);
     makeKeyFile(path);
-    d_key = ftok(path.c_str(), projectId);
+    d_key = keyOfFile(path);
     if (d_key == -1) {
         errorLine(family.d_label, ": ", instance, ": Missing File (", path, ")");
         return nullptr;
@@ -94,7 +88,7 @@ void* SharedSegment::create(RecordFamily const& family, std::string const& insta
 
 void* SharedSegment::attach(RecordFamily const& family, std::string const& instance) {
     std::string const path = keyPath(instance);
-    d_key = ftok(path.c_str(), projectId);
+    d_key = keyOfFile(path);
     if (d_key == -1) {
         warnWaiting(family, instance, "key", path);
         return nullptr;

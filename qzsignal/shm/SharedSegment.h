@@ -24,7 +24,7 @@ struct RecordFamily {
 constexpr std::size_t recordMutexOffset = alignof(pthread_mutex_t) > sizeof(std::uint32_t) ? alignof(pthread_mutex_t)
                                                                                            : sizeof(std::uint32_t);
 
-// The part of a shared signal that deals with its segment; the only place that calls ftok and shm*.
+// The part of a shared signal that deals with its segment; the only place in the library that calls shm*.
 //
 // The segment's key is made from the file "/tmp/" + instance name, which its creator makes and nobody removes. The
 // creator owns the segment and removes it in the end; everybody else attaches to it. A record counts as there once its

@@ -1,6 +1,7 @@
 // Looks at /tmp and at the kernel's table of segments.
 #include "tools/machine/SharedSignals.h"
 
+#include "qzsignal/shm/KeyFile.h"
 #include "qzsignal/shm/ShmSignal.h"
 
 #include <algorithm>
@@ -10,7 +11,6 @@
 #include <fstream>
 #include <memory>
 #include <sstream>
-#include <sys/ipc.h>
 #include <sys/shm.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -20,15 +20,10 @@ namespace qztool {
 
 namespace {
 
-constexpr char keyFolder[] = "/tmp/";
-constexpr int projectId = 'f';
-
-std::string keyPath(std::string const& instance) {
-    return keyFolder + instance;
-}
+using qzsignal::keyPath;
 
 std::optional<key_t> keyOfFile(std::string const& path) {
-    key_t const key = ftok(path.c_str(), projectId);
+    key_t const key = qzsignal::keyOfFile(path);
     return key != -1 ? std::optional<key_t>(key) : std::nullopt;
 }
 
@@ -102,7 +97,7 @@ std::vector<ListedSignal> sharedSignals() {
             keys.insert(segment.key);
 
     std::vector<ListedSignal> found;
-    std::unique_ptr<DIR, int (*)(DIR*)> const folder(opendir(keyFolder), closedir);
+    std::unique_ptr<DIR, int (*)(DIR*)> const folder(opendir(keyPath("").c_str()), closedir);
     if (!folder)
         return found;
     while (dirent const* const entry = readdir(folder.get())) {

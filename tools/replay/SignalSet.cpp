@@ -8,7 +8,6 @@
 #include <algorithm>
 #include <climits>
 #include <fnmatch.h>
-#include <sstream>
 
 namespace qztool {
 
