@@ -51,19 +51,14 @@ bool CANSignalExt::signalsInUse(unsigned char const* begin, unsigned char const*
 }
 
 unsigned long long CANSignalExt::decodeMessage(CANExtTraceMessage const& message) {
-    unsigned long long const key = qzsignal::canKey(message.channel, message.identifier, message.extended != 0);
-    auto const* const signals = qzsignal::find(canMessageContainer, key);
-    if (signals == nullptr) {
-        if (debuggingAbove(1))
-            debugLine("CANSignalExt::decodeMessage: CAN message not in canMessageContainer: ", message);
-        return 0;
-    }
-    for (CANSignalExt* const signal : *signals) {
-        if (debugging())
-            qzsignal::traceDelivery(label, signal, signal->instance);
-        signal->ShmSignal::write(message.payload, message.length, message.timestamp);
-    }
-    return key;
+    std::uint64_t const key = qzsignal::canKey(message.channel, message.identifier, message.extended != 0);
+    unsigned long long const served =
+        qzsignal::deliver(canMessageContainer, key, label, [&message](CANSignalExt& signal) {
+            signal.ShmSignal::write(message.payload, message.length, message.timestamp);
+        });
+    if (served == 0 && debuggingAbove(1))
+        debugLine("CANSignalExt::decodeMessage: CAN message not in canMessageContainer: ", message);
+    return served;
 }
 
 std::ostream& operator<<(std::ostream& out, canSignalDef_t const& definition) {

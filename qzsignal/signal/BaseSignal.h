@@ -10,6 +10,13 @@
 #include <string>
 #include <vector>
 
+class BaseSignal;
+
+namespace qzsignal {
+// The signal's name in the registry, for those who name any signal in a message.
+std::string const& instanceOf(BaseSignal const& signal);
+} // namespace qzsignal
+
 // A named value with a timestamp, whatever bus it comes from and wherever it is kept.
 //
 // Signals are created and destroyed by the application; each enters the registry in its constructor and leaves it in
@@ -55,6 +62,8 @@ public:
     // signals' names; a message appears once for each such signal. Always returns 0.
     static int checkTimeout(unsigned long long time, std::vector<unsigned long long>& silent);
 
+    friend std::string const& qzsignal::instanceOf(BaseSignal const& signal);
+
 protected:
     // Registers the signal under `instance`. A name that is taken is reported: the earlier signal stays registered and
     // this one works, but cannot be found by name. A null or empty `signal` means: called like the instance.
@@ -64,6 +73,10 @@ protected:
     std::string signal;               // descriptive signal name
     unsigned long long messageId = 0; // dispatch key of the message that carries the signal; 0: not dispatched
 };
+
+inline std::string const& qzsignal::instanceOf(BaseSignal const& signal) {
+    return signal.instance;
+}
 
 // Calls the virtual `print`.
 QZSIGNAL_EXPORT std::ostream& operator<<(std::ostream& out, BaseSignal const& signal);

@@ -52,10 +52,21 @@ std::vector<Signal*> const* find(DispatchMap<Signal> const& map, unsigned long l
     return entry != map.end() ? &entry->second : nullptr;
 }
 
-// Debug lines on one signal that is about to be fed.
-inline void traceDelivery(char const* label, void const* signal, std::string const& instance) {
-    debugLine(label, "::decodeMessage: addr = ", signal);
-    debugLine("Signal = ", instance);
+// Hands the signals filed under a key to `feed`, one by one. Returns the key, or 0 if there are none. `feed` must not
+// build or destroy signals. Debug output gets two lines on each signal before it is fed.
+template <typename Signal, typename Feed>
+unsigned long long deliver(DispatchMap<Signal> const& map, unsigned long long key, char const* label, Feed feed) {
+    std::vector<Signal*> const* const signals = find(map, key);
+    if (signals == nullptr)
+        return 0;
+    for (Signal* const signal : *signals) {
+        if (debugging()) {
+            debugLine(label, "::decodeMessage: addr = ", static_cast<void const*>(signal));
+            debugLine("Signal = ", instanceOf(*signal));
+        }
+        feed(*signal);
+    }
+    return key;
 }
 
 } // namespace qzsignal

@@ -6,6 +6,11 @@
 namespace qzsignal {
 
 constexpr std::uint64_t canTag = 0x8000000000000000;
+constexpr std::uint64_t linTag = 0x4000000000000000;
+constexpr std::uint64_t flexRayTag = 0x2000000000000000;
+constexpr std::uint64_t keyboardTag = 0x1000000000000000;
+constexpr std::uint64_t digitalTag = 0x0800000000000000;
+constexpr std::uint64_t analogTag = 0x0400000000000000;
 
 // Key of a CAN frame, `identifier` without flag bits.
 //

@@ -23,9 +23,12 @@ public:
 
     std::uint8_t byte(std::size_t offset) const { return offset < d_length ? d_begin[offset] : std::uint8_t{0}; }
 
+    std::uint16_t word16(std::size_t offset) const {
+        return static_cast<std::uint16_t>(byte(offset) << 8 | byte(offset + 1));
+    }
+
     std::uint32_t word32(std::size_t offset) const {
-        return std::uint32_t{byte(offset)} << 24 | std::uint32_t{byte(offset + 1)} << 16 |
-               std::uint32_t{byte(offset + 2)} << 8 | byte(offset + 3);
+        return std::uint32_t{word16(offset)} << 16 | word16(offset + 2);
     }
 
 private:

@@ -11,6 +11,8 @@ unsigned char const bytes[] = {0x80, 0x01, 0x02, 0x03, 0xff};
 TEST(RawRecord, readsBigEndianAtAnyAlignment) {
     RawRecord const record(bytes, bytes + sizeof bytes);
     EXPECT_EQ(record.byte(4), 0xffU);
+    EXPECT_EQ(record.word16(0), 0x8001U);
+    EXPECT_EQ(record.word16(3), 0x03ffU);
     EXPECT_EQ(record.word32(0), 0x80010203U);
     EXPECT_EQ(record.word32(1), 0x010203ffU);
 }
@@ -19,6 +21,7 @@ TEST(RawRecord, bytesBehindTheEndReadAsZero) {
     RawRecord const record(bytes, bytes + 3);
     EXPECT_EQ(record.byte(2), 0x02U);
     EXPECT_EQ(record.byte(3), 0U);
+    EXPECT_EQ(record.word16(2), 0x0200U);
     EXPECT_EQ(record.word32(0), 0x80010200U);
     EXPECT_EQ(record.word32(2), 0x02000000U);
     EXPECT_EQ(record.byte(1000000), 0U);
