@@ -2,6 +2,7 @@
 #pragma once
 
 #include "qzsignal/input/InputTable.h"
+#include "qzsignal/signal/DispatchMap.h"
 #include "qzsignal/trace/AnalogTraceMessage.h"
 #include "qzsignal/trace/GpioTraceMessage.h"
 #include "qzsignal/trace/KeyboardMessage.h"
@@ -38,6 +39,13 @@ inline InputEvent eventOf(AnalogTraceMessage const& message) {
     return {{InputClass::Analog, entry.channel, 0},
             static_cast<std::uint64_t>(std::int64_t{entry.reading}),
             message.timestamp};
+}
+
+// Writes the value into all signals that are filed under a key. Returns the key, or 0 if there are none.
+template <typename Signal>
+unsigned long long deliver(DispatchMap<Signal> const& map, std::uint64_t key, char const* label,
+                           InputEvent const& event) {
+    return deliver(map, key, label, [&event](BaseSignal& signal) { signal.write(event.d_value, event.d_timestamp); });
 }
 
 // The input that a record reports, its mask left out; of no class if the record is not one of inputs.

@@ -13,9 +13,11 @@ using qzsignal::debugLine;
 
 constexpr char label[] = "InputSignal";
 
-unsigned long long decode(qzsignal::InputEvent const& event) {
-    return qzsignal::deliver(InputSignal::inputContainer, qzsignal::numberAndMaskKey(event.d_input), label,
-                             [&event](BaseSignal& signal) { signal.write(event.d_value, event.d_timestamp); });
+// A digital input is keyed by number and mask: a message that reports more bits than one is about something else.
+constexpr auto keyOf = qzsignal::numberAndMaskKey;
+
+unsigned long long feed(qzsignal::InputEvent const& event) {
+    return qzsignal::deliver(InputSignal::inputContainer, keyOf(event.d_input), label, event);
 }
 
 } // namespace
@@ -25,7 +27,7 @@ qzsignal::DispatchMap<InputSignal> InputSignal::inputContainer;
 InputSignal::InputSignal(char const* name) : BaseSignal(name, "") {
     // Deliberate: the empty name is found at the end of the table and filed under its key, 0.
     if (qzsignal::InputRow const* const row = qzsignal::findInput(instance)) {
-        messageId = qzsignal::numberAndMaskKey(row->input());
+        messageId = keyOf(row->input());
         qzsignal::file(inputContainer, messageId, this);
     }
     if (debugging())
@@ -46,19 +48,19 @@ bool InputSignal::signalsInUse(unsigned char const* begin, unsigned char const* 
         return false;
     if (input.d_class == qzsignal::InputClass::Digital)
         input.d_mask = record.byte(qzsignal::record::digitalMask);
-    return qzsignal::find(inputContainer, qzsignal::numberAndMaskKey(input)) != nullptr;
+    return qzsignal::find(inputContainer, keyOf(input)) != nullptr;
 }
 
 unsigned long long InputSignal::decodeMessage(KeyboardMessage const& message) {
-    return decode(qzsignal::eventOf(message));
+    return feed(qzsignal::eventOf(message));
 }
 
 unsigned long long InputSignal::decodeMessage(GpioTraceMessage const& message) {
-    return decode(qzsignal::eventOf(message));
+    return feed(qzsignal::eventOf(message));
 }
 
 unsigned long long InputSignal::decodeMessage(AnalogTraceMessage const& message) {
-    return decode(qzsignal::eventOf(message));
+    return feed(qzsignal::eventOf(message));
 }
 
 char const* InputSignal::getUnit() const {

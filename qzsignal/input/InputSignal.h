@@ -45,11 +45,11 @@ public:
 
     // Both return false, and leave their arguments alone, while the signal has no value. As a double, the raw value
     // counts as unsigned: a reading below zero is a number near 2^64.
-    bool read(double& value, unsigned long long& timestamp) override;
-    bool read(unsigned long long& value, unsigned long long& timestamp) override;
+    bool read(double& phys, unsigned long long& time) override;
+    bool read(unsigned long long& raw, unsigned long long& time) override;
 
     // Stores a value that differs from the stored one, and its timestamp. Always true.
-    bool write(unsigned long long value, unsigned long long timestamp) override;
+    bool write(unsigned long long raw, unsigned long long time) override;
 
     // True if the last `write` changed the value.
     bool isModified() const override;
@@ -63,7 +63,7 @@ public:
 
 protected:
     bool used = false;           // there is a value
-    bool modified = false;       // the last write changed the value
+    bool modified = false;       // the last write changed the value; not so after `clear`
     std::uint64_t value = 0;     // key state, level or reading; below zero as two's complement
     std::uint64_t timestamp = 0; // of the message that brought the value
 

@@ -17,6 +17,7 @@ constexpr std::size_t digitalMask = 17;   // 8 bits, digital records: the bits t
 constexpr std::size_t canIdentifier = 18; // 32 bits, with bit 31 set for an extended identifier
 constexpr std::size_t canEnd = 22;        // behind the last field of a CAN record that is read here
 
+// Types of the records of inputs.
 constexpr std::uint16_t analogType = 0x12;
 constexpr std::uint16_t digitalType = 0x13;
 constexpr std::uint16_t keyboardType = 0x8031;
@@ -35,10 +36,10 @@ public:
         return static_cast<std::uint16_t>(byte(offset) << 8 | byte(offset + 1));
     }
 
+    std::uint32_t word32(std::size_t offset) const { return std::uint32_t{word16(offset)} << 16 | word16(offset + 2); }
+
     // Record type, from where this process's record version has it.
     std::uint16_t type() const { return MessageBase::version == 1 ? word16(2) : byte(0); }
-
-    std::uint32_t word32(std::size_t offset) const { return std::uint32_t{word16(offset)} << 16 | word16(offset + 2); }
 
 private:
     unsigned char const* d_begin;
