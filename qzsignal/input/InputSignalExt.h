@@ -12,8 +12,8 @@ struct AnalogTraceMessage;
 struct GpioTraceMessage;
 struct KeyboardMessage;
 
-// Definition of an input in shared memory. The instance name says which input it is; a value arrives as the raw word of
-// a payload, so an unscaled one takes 64 bits.
+// Definition of an input in shared memory. The instance name says which input it is. A value arrives as the raw word of
+// a payload, its lowest byte last: big endian, start bit 7 and 64 bits take it whole.
 struct QZSIGNAL_EXPORT inputSignalDef_t : baseSignalDef_t {};
 
 // Writes all fields as label and value, without an end of line. Leaves the stream in decimal.
