@@ -21,7 +21,7 @@
 namespace {
 
 enum class Kind { Process, Shared };
-enum class Source { Digital, Analog, Key };
+enum class Source { Digital, Analog, Key, Other };
 
 // One message: number is input, channel or key code.
 struct Sent {
@@ -169,13 +169,12 @@ public:
         written.clear();
     }
 
-    // `source` empty: a record of something else, or without its mark.
-    void filter(InputRecord const& record, std::optional<Source> source, std::uint8_t number, std::uint8_t mask) {
+    // Source::Other: a record of something else, or without its mark.
+    void filter(InputRecord const& record, Source source, std::uint8_t number, std::uint8_t mask) {
         bool expected = false;
         for (Member const& member : d_members)
-            expected = expected ||
-                       (source == Source::Key ? member.d_name == "RC.F7"
-                                              : source && concerns({*source, number, mask, 0}, member.d_name, kind));
+            expected = expected || (source == Source::Key ? member.d_name == "RC.F7"
+                                                          : concerns({source, number, mask, 0}, member.d_name, kind));
         EXPECT_EQ(Signal::signalsInUse(record.data(), record.data() + record.size()), expected);
     }
 
@@ -314,14 +313,14 @@ private:
     void filter() {
         static constexpr struct {
             std::uint16_t type;
-            std::optional<Source> source;
-        } types[] = {{0x12, Source::Analog}, {0x13, Source::Digital}, {0x8031, Source::Key}, {0x14, std::nullopt}};
+            Source source;
+        } types[] = {{0x12, Source::Analog}, {0x13, Source::Digital}, {0x8031, Source::Key}, {0x14, Source::Other}};
         auto const& type = types[below(std::size(types))];
         auto const number = static_cast<std::uint8_t>(below(12));
         auto const mask = static_cast<std::uint8_t>(below(4));
         auto const mark = static_cast<std::uint8_t>(below(4) != 0 ? 1 : 2);
         InputRecord const record = inputRecord(type.type, number, mask, mark);
-        std::optional<Source> const source = mark == 1 || type.source == Source::Key ? type.source : std::nullopt;
+        Source const source = mark == 1 || type.source == Source::Key ? type.source : Source::Other;
         d_process.filter(record, source, number, mask);
         d_shared.filter(record, source, number, mask);
     }

@@ -529,7 +529,9 @@ TEST_F(InputSignalExtTest, signalThatWaitsPrintsItsEmptyDefinitionAllTheSame) {
     SharedInput const input("AI.3");
     Capture const errors(std::cerr);
     InputSignalExt const reader("AI.3");
-    EXPECT_EQ(printed(reader), std::string("ShmSignal not valid\n;") + openedDefinition + ";index=400000000000003");
+    std::ostringstream out;
+    out << std::showbase << std::uppercase << reader;
+    EXPECT_EQ(out.str(), std::string("ShmSignal not valid\n;") + openedDefinition + ";index=400000000000003");
 }
 
 TEST_F(InputSignalExtTest, unknownInputPrintsIndexZero) {
