@@ -9,9 +9,10 @@ namespace qzsignal {
 
 // Offsets of the fields that pre-filters read; all numbers are big-endian and none is aligned.
 namespace record {
-constexpr std::size_t channel = 14;       // 8 bits, all bus records
-constexpr std::size_t canIdentifier = 18; // 32 bits, with bit 31 set for an extended identifier
-constexpr std::size_t canEnd = 22;        // behind the last field of a CAN record that is read here
+constexpr std::size_t channel = 14;        // 8 bits, CAN and LIN
+constexpr std::size_t canIdentifier = 18;  // 32 bits, with bit 31 set for an extended identifier
+constexpr std::size_t canEnd = 22;         // behind the last field of a CAN record that is read here
+constexpr std::size_t linIdentifier = 26;  // 16 bits, the frame identifier without its parity bits
 } // namespace record
 
 // Reads fields of one record. Bytes behind its end read as zero; with no end given (null, or none beyond the beginning)
@@ -27,9 +28,7 @@ public:
         return static_cast<std::uint16_t>(byte(offset) << 8 | byte(offset + 1));
     }
 
-    std::uint32_t word32(std::size_t offset) const {
-        return std::uint32_t{word16(offset)} << 16 | word16(offset + 2);
-    }
+    std::uint32_t word32(std::size_t offset) const { return std::uint32_t{word16(offset)} << 16 | word16(offset + 2); }
 
 private:
     unsigned char const* d_begin;
