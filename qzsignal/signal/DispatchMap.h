@@ -53,7 +53,8 @@ std::vector<Signal*> const* find(DispatchMap<Signal> const& map, unsigned long l
 }
 
 // Hands the signals filed under a key to `feed`, one by one. Returns the key, or 0 if there are none. `feed` must not
-// build or destroy signals. Debug output gets two lines on each signal before it is fed.
+// build or destroy signals. Debug output gets two lines on each signal before it is fed; the first, with its address,
+// is headed by `label` and left out if that is null.
 template <typename Signal, typename Feed>
 unsigned long long deliver(DispatchMap<Signal> const& map, unsigned long long key, char const* label, Feed feed) {
     std::vector<Signal*> const* const signals = find(map, key);
@@ -61,7 +62,8 @@ unsigned long long deliver(DispatchMap<Signal> const& map, unsigned long long ke
         return 0;
     for (Signal* const signal : *signals) {
         if (debugging()) {
-            debugLine(label, "::decodeMessage: addr = ", static_cast<void const*>(signal));
+            if (label != nullptr)
+                debugLine(label, "::decodeMessage: addr = ", static_cast<void const*>(signal));
             debugLine("Signal = ", instanceOf(*signal));
         }
         feed(*signal);

@@ -31,4 +31,9 @@ constexpr std::uint64_t linKey(std::uint8_t channel, std::uint32_t identifier) {
     return linTag + untaggedLinKey(channel, identifier);
 }
 
+// Key of a FlexRay frame, from its id in the table of frames (flexray/FlexRayIdTable.h).
+constexpr std::uint64_t flexRayKey(std::uint16_t id) {
+    return flexRayTag + id;
+}
+
 } // namespace qzsignal

@@ -13,6 +13,10 @@ constexpr std::size_t channel = 14;        // 8 bits, CAN and LIN
 constexpr std::size_t canIdentifier = 18;  // 32 bits, with bit 31 set for an extended identifier
 constexpr std::size_t canEnd = 22;         // behind the last field of a CAN record that is read here
 constexpr std::size_t linIdentifier = 26;  // 16 bits, the frame identifier without its parity bits
+constexpr std::size_t flexRayChannel = 15; // 8 bits, channel code
+constexpr std::size_t flexRaySlot = 19;    // 16 bits
+constexpr std::size_t flexRayLeast = 20;   // bytes of the shortest FlexRay record that is looked at
+constexpr std::size_t flexRayCycle = 24;   // 8 bits
 } // namespace record
 
 // Reads fields of one record. Bytes behind its end read as zero; with no end given (null, or none beyond the beginning)

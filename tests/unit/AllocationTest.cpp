@@ -2,6 +2,8 @@
 // Replaces the allocator, so it is a program of its own.
 #include "qzsignal/can/CANSignalExt.h"
 #include "qzsignal/trace/CANExtTraceMessage.h"
+#include "tests/support/FlexRayFixture.h"
+#include "tests/support/LINFixture.h"
 #include "tests/support/SharedName.h"
 #include "tests/support/ShmProbe.h"
 
@@ -35,18 +37,76 @@ __attribute__((noinline)) void operator delete(void* memory, std::size_t) noexce
 
 namespace {
 
-canSignalDef_t definitionOf(std::string const& instance) {
+// More than a string holds without memory of its own.
+constexpr char longName[] = "A name that is too long to be kept without memory of its own";
+
+canSignalDef_t canDefinition(std::string const& instance) {
     canSignalDef_t definition;
     static_cast<baseSignalDef_t&>(definition) = plainDefinition(instance, 8);
-    definition.signal = "A name that is too long to be kept without memory of its own";
+    definition.signal = longName;
     definition.channel = 1;
     definition.msgId = 0x123;
     return definition;
 }
 
-TEST(Allocation, accessesAllocateNothing) {
+linSignalDef_t linDefinitionOf(std::string const& instance) {
+    linSignalDef_t definition = linDefinition(instance, 0x21);
+    definition.signal = longName;
+    return definition;
+}
+
+flexRaySignalDef_t flexRayDefinitionOf(std::string const& instance) {
+    flexRaySignalDef_t definition = flexRayDefinition(instance, 1, 5, 0, 1);
+    definition.signal = longName;
+    return definition;
+}
+
+// Runs `round` a hundred times; true if it was true each time and nothing was allocated.
+template <typename Round>
+bool allocatesNothing(Round round) {
+    bool all = true;
+    unsigned long const before = allocations;
+    for (unsigned char i = 0; i < 100; ++i)
+        all = all && round(i);
+    EXPECT_EQ(allocations, before);
+    return all;
+}
+
+bool readable(BaseSignal& signal, unsigned long long expected) {
+    double phys = 0;
+    unsigned long long value = 0, timestamp = 0;
+    return signal.read(phys, timestamp) && signal.read(value, timestamp) && value == expected;
+}
+
+// Builds a shared signal again and again, with a later allocation failing each time, until it succeeds.
+template <typename Signal, typename Definition>
+void expectFailuresToLeaveNothing(Definition const& definition, SharedName const& name,
+                                  std::map<unsigned long long, std::vector<Signal*>> const& container) {
+    auto const before = container;
+    std::size_t const registered = BaseSignal::instances.size();
+    bool built = false;
+    long failures = 0;
+    for (; !built; ++failures) {
+        allocationsLeft = failures;
+        try {
+            Signal const signal(definition, true);
+            allocationsLeft = -1;
+            built = true;
+            EXPECT_EQ(BaseSignal::instances.size(), registered + 1);
+            EXPECT_NE(container, before);
+        } catch (std::bad_alloc const&) {
+            allocationsLeft = -1;
+            EXPECT_EQ(BaseSignal::instances.size(), registered) << failures;
+            EXPECT_EQ(container, before) << failures;
+            EXPECT_EQ(name.segmentId(), -1) << failures;
+        }
+    }
+    EXPECT_GT(failures, 5) << "allocations that were made to fail";
+}
+
+TEST(Allocation, canAccessesAllocateNothing) {
     SharedName const name;
-    CANSignalExt signal(definitionOf(name.name()), true);
+    CANSignalExt signal(canDefinition(name.name()), true);
     CANExtTraceMessage message;
     message.channel = 1;
     message.identifier = 0x123;
@@ -55,41 +115,76 @@ TEST(Allocation, accessesAllocateNothing) {
     record[14] = 1;
     record[20] = 1;
     record[21] = 0x23;
-    bool all = true;
-    double phys = 0;
-    unsigned long long value = 0, timestamp = 0;
-    unsigned long const before = allocations;
-    for (unsigned char i = 0; i < 100; ++i) {
-        message.payload[0] = i;
-        all = all && CANSignalExt::signalsInUse(record, record + sizeof record);
-        all = all && CANSignalExt::decodeMessage(message) != 0;
-        all = all && signal.read(phys, timestamp) && signal.read(value, timestamp);
-    }
-    EXPECT_EQ(allocations, before);
-    EXPECT_TRUE(all);
-    EXPECT_EQ(value, 99U);
+    EXPECT_TRUE(allocatesNothing([&](unsigned char round) {
+        message.payload[0] = round;
+        return CANSignalExt::signalsInUse(record, record + sizeof record) &&
+               CANSignalExt::decodeMessage(message) != 0 && readable(signal, round);
+    }));
 }
 
-TEST(Allocation, constructionThatFailsAnywhereLeavesNothingBehind) {
+TEST(Allocation, linAccessesAllocateNothing) {
+    SharedName const name;
+    FedLINSignal signal(linDefinitionOf(name.name()), true);
+    LINSignal const unfed(linDefinition("defined", 0x21), false);
+    LINTraceMessage message = linFrame(2, 0xa1);
+    LINTraceMessage const unknown = linFrame(2, 0x22);
+    LINRecord const record = linRecord(2, 0x21);
+    EXPECT_TRUE(allocatesNothing([&](unsigned char round) {
+        message.data[0] = round;
+        return LINSignal::signalsInUse(record.data(), record.data() + record.size()) &&
+               LINSignal::decodeMessage(message) == 0x221 && LINSignal::decodeMessage(unknown) == 0 &&
+               readable(signal, round);
+    }));
+}
+
+TEST(Allocation, flexRayAccessesAllocateNothing) {
+    SharedName const name;
+    FlexRaySignal signal(flexRayDefinitionOf(name.name()), true);
+    FlexRayExtTraceMessage message = flexRayFrame(1, 3, 5);
+    FlexRayExtTraceMessage const unknown = flexRayFrame(1, 3, 6);
+    FlexRayRecord const record = flexRayRecord(1, 3, 5);
+    EXPECT_TRUE(allocatesNothing([&](unsigned char round) {
+        message.payload[0] = round;
+        return FlexRaySignal::signalsInUse(record.data(), record.data() + record.size()) &&
+               FlexRaySignal::decodeMessage(message) == 0x2000000000000001 &&
+               FlexRaySignal::decodeMessage(unknown) == 0x2000000000000000 && readable(signal, round);
+    }));
+}
+
+TEST(Allocation, failedConstructionLeavesNothingBehind) {
     SharedName const name("a name that is too long to be kept without memory of its own");
-    canSignalDef_t const definition = definitionOf(name.name());
-    bool built = false;
-    long failures = 0;
-    for (; !built; ++failures) {
+    expectFailuresToLeaveNothing(canDefinition(name.name()), name, CANSignalExt::canMessageContainer);
+    expectFailuresToLeaveNothing(linDefinitionOf(name.name()), name, LINSignal::linMessageContainer);
+    expectFailuresToLeaveNothing(flexRayDefinitionOf(name.name()), name, FlexRaySignal::frMessageContainer);
+    EXPECT_EQ(FlexRaySignal::frIdArray, nullptr);
+}
+
+TEST(Allocation, failedFlexRayConstructionReleasesItsTable) {
+    flexRaySignalDef_t const definition = flexRayDefinitionOf("signal");
+    for (long failures = 0;; ++failures) {
         allocationsLeft = failures;
         try {
-            CANSignalExt const signal(definition, true);
+            FlexRaySignal const signal(definition, false);
             allocationsLeft = -1;
-            built = true;
-            EXPECT_EQ(CANSignalExt::canMessageContainer.size(), 1U);
+            break;
         } catch (std::bad_alloc const&) {
             allocationsLeft = -1;
-            EXPECT_TRUE(BaseSignal::instances.empty()) << failures;
-            EXPECT_TRUE(CANSignalExt::canMessageContainer.empty()) << failures;
-            EXPECT_EQ(name.segmentId(), -1) << failures;
+            ASSERT_EQ(FlexRaySignal::frIdArray, nullptr) << failures;
         }
     }
-    EXPECT_GT(failures, 5) << "allocations that were made to fail";
+}
+
+TEST(Allocation, failedFlexRayConstructionLeavesTheOthersAsTheyWere) {
+    SharedName const name("a name that is too long to be kept without memory of its own");
+    flexRaySignalDef_t otherFrame = flexRayDefinition("other", 1, 6, 0, 1);
+    FlexRaySignal other(otherFrame, false);
+    flexRaySignalDef_t const newFrame = flexRayDefinitionOf(name.name());
+    expectFailuresToLeaveNothing(newFrame, name, FlexRaySignal::frMessageContainer);
+    flexRaySignalDef_t sameFrame = newFrame;
+    sameFrame.slot = 6;
+    expectFailuresToLeaveNothing(sameFrame, name, FlexRaySignal::frMessageContainer);
+    EXPECT_EQ(FlexRaySignal::decodeMessage(flexRayFrame(1, 0, 6)), 0x2000000000000001U);
+    EXPECT_TRUE(readable(other, 0x12));
 }
 
 } // namespace
