@@ -110,7 +110,7 @@ unsigned long long FlexRaySignal::fillFlexRayIdArray() {
 }
 
 bool FlexRaySignal::signalsInUse(unsigned char const* begin, unsigned char const* end) {
-    if (frIdArray == nullptr || frMessageContainer.empty())
+    if (frMessageContainer.empty())
         return false;
     // Deliberate: 20 bytes are enough, though the cycle comes later; a missing one counts as zero.
     if (!std::greater<>()(end, begin) || end - begin < std::ptrdiff_t{qzsignal::record::flexRayLeast})

@@ -12,7 +12,7 @@
 #if __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__
 constexpr unsigned modelSteps = 1500;
 #else
-constexpr unsigned modelSteps = 10000;
+constexpr unsigned modelSteps = 6000;
 #endif
 
 class Random {

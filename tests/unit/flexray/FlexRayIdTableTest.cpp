@@ -357,6 +357,11 @@ TEST_F(FlexRayIdTableTest, preFilterWantsTwentyBytesAndReadsNoneBehindTheEnd) {
     EXPECT_FALSE(FlexRaySignal::signalsInUse(begin, nullptr));
     EXPECT_FALSE(FlexRaySignal::signalsInUse(begin + 25, begin)) << "negative length";
 
+    TableProbe const first(0, 0, 0, 64);
+    FlexRayRecord const zeros{};
+    EXPECT_FALSE(FlexRaySignal::signalsInUse(zeros.data(), zeros.data() + 19)) << "though all that is there fits";
+    EXPECT_TRUE(FlexRaySignal::signalsInUse(zeros.data(), zeros.data() + 20));
+
     FlexRayRecord const otherSlot = flexRayRecord(1, 0, 0x101), otherCycle = flexRayRecord(1, 1, 0x100);
     EXPECT_TRUE(FlexRaySignal::signalsInUse(otherSlot.data(), otherSlot.data() + 20)) << "missing: zero";
     EXPECT_FALSE(FlexRaySignal::signalsInUse(otherSlot.data(), otherSlot.data() + 21));
@@ -393,6 +398,12 @@ TEST_F(FlexRayIdTableTest, preFilterOfNoSignalsIsFalse) {
     TableProbe const next(0, 6, 0, 1);
     EXPECT_FALSE(inUse(flexRayRecord(0, 0, 5)));
     EXPECT_TRUE(inUse(flexRayRecord(0, 0, 6)));
+}
+
+TEST_F(FlexRayIdTableTest, preFilterOfSignalsWithoutATableIsFalse) {
+    FlexRaySignal::frMessageContainer[0x2000000000000001];
+    EXPECT_FALSE(inUse(flexRayRecord(0, 0, 5)));
+    FlexRaySignal::frMessageContainer.clear();
 }
 
 TEST_F(FlexRayIdTableTest, preFilterOfATableWithoutSignalsIsFalse) {
