@@ -1,5 +1,6 @@
 // qzsignal replay: feeds a recorded drive, or a live bus, into shared signals.
 #include "tools/Subcommand.h"
+#include "tools/base/Clock.h"
 #include "tools/base/Console.h"
 #include "tools/base/ExitStatus.h"
 #include "tools/base/StopRequest.h"
