@@ -9,6 +9,7 @@
 #include "tools/replay/Progress.h"
 #include "tools/replay/SignalSet.h"
 #include "tools/traces/TraceReader.h"
+#include "tools/traces/TraceReport.h"
 
 #include <CLI/CLI.hpp>
 
@@ -55,8 +56,9 @@ public:
         feedFrom(trace);
         if (d_options.keep)
             d_signals.keep();
+        ExitStatus const status = report(trace, d_options.trace, d_console);
         summarize(trace);
-        return status(trace, allLoaded);
+        return status == exitSuccess && !allLoaded ? exitNothingUsable : status;
     }
 
 private:
@@ -86,10 +88,6 @@ private:
             d_feeder.feed(frame);
         }
         d_seconds = secondsSince(d_start);
-        if (!trace.problem().empty())
-            d_console.error(trace.problem());
-        for (MalformedLines const& lines : trace.malformed())
-            d_console.error(d_options.trace, ":", lines.lines.text(), ": ", lines.cause);
     }
 
     void summarize(TraceReader const& trace) {
@@ -115,16 +113,6 @@ private:
         for (MalformedLines const& lines : trace.malformed())
             text += (text.empty() ? " (" : "; ") + std::string(lines.cause) + ": " + lines.lines.text();
         return text.empty() ? text : text + ")";
-    }
-
-    int status(TraceReader const& trace, bool allLoaded) {
-        if (d_frames == 0 && !stopRequested()) {
-            bool const bad = !trace.problem().empty() || trace.count(LineKind::Malformed) != 0;
-            if (trace.problem().empty())
-                d_console.error(d_options.trace, bad ? ": not one line holds a frame" : ": holds no frame");
-            return bad ? exitBadData : exitNothingUsable;
-        }
-        return allLoaded && trace.problem().empty() ? exitSuccess : exitNothingUsable;
     }
 
     Options const& d_options;
