@@ -4,6 +4,7 @@
 #include "tools/base/Console.h"
 #include "tools/base/ExitStatus.h"
 #include "tools/base/StopRequest.h"
+#include "tools/replay/DefinitionOption.h"
 #include "tools/replay/FrameFeeder.h"
 #include "tools/replay/Pacer.h"
 #include "tools/replay/Progress.h"
@@ -129,15 +130,7 @@ private:
 
 std::function<int()> setUpReplay(CLI::App& parser, Console& console) {
     auto const options = std::make_shared<Options>();
-    parser
-        .add_option(
-            "--dbc", options->definitions,
-            "Definitions in the DBC format. CHANNEL (a number, or an interface such as can0) restricts a file to "
-            "one channel of the recording; a file without one serves all channels that have no file of their "
-            "own. May be given more than once")
-        ->type_name("[CHANNEL:]FILE")
-        ->required()
-        ->allow_extra_args(false); // what follows its file may be the recording
+    addDefinitionOption(parser, options->definitions);
     CLI::Option* const speed = parser.add_option("--speed", options->speed, "Play this many times as fast as recorded")
                                    ->type_name("FACTOR")
                                    ->check(CLI::Range(1e-6, 1e6).description(""));
