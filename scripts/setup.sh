@@ -10,7 +10,7 @@ Groups:
   coverage  line coverage reports
   lint      formatter and static checks"
 
-base=(g++ cmake ninja-build pkg-config python3 libgtest-dev googletest libcli11-dev nlohmann-json3-dev)
+base=(g++ cmake ninja-build pkg-config python3 flex bison libfl-dev libgtest-dev googletest libcli11-dev nlohmann-json3-dev)
 # The cross compilers bring the targets' C and C++ libraries; i686 programs run on the host's own kernel with them.
 cross=(g++-i686-linux-gnu g++-powerpc-linux-gnu qemu-user)
 coverage=(gcovr)

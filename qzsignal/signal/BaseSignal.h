@@ -13,8 +13,9 @@
 class BaseSignal;
 
 namespace qzsignal {
-// The signal's name in the registry, for those who name any signal in a message.
+// What those who deal with signals of any kind know of them: name in the registry and dispatch key.
 std::string const& instanceOf(BaseSignal const& signal);
+unsigned long long messageIdOf(BaseSignal const& signal);
 } // namespace qzsignal
 
 // A named value with a timestamp, whatever bus it comes from and wherever it is kept.
@@ -63,6 +64,7 @@ public:
     static int checkTimeout(unsigned long long time, std::vector<unsigned long long>& silent);
 
     friend std::string const& qzsignal::instanceOf(BaseSignal const& signal);
+    friend unsigned long long qzsignal::messageIdOf(BaseSignal const& signal);
 
 protected:
     // Registers the signal under `instance`. A name that is taken is reported: the earlier signal stays registered and
@@ -76,6 +78,10 @@ protected:
 
 inline std::string const& qzsignal::instanceOf(BaseSignal const& signal) {
     return signal.instance;
+}
+
+inline unsigned long long qzsignal::messageIdOf(BaseSignal const& signal) {
+    return signal.messageId;
 }
 
 // Calls the virtual `print`.

@@ -1,6 +1,8 @@
 // Serialized trace records, as they come from the trace stream, before any message object is made of them.
 #pragma once
 
+#include "qzsignal/trace/MessageBase.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -9,9 +11,16 @@ namespace qzsignal {
 
 // Offsets of the fields that pre-filters read; all numbers are big-endian and none is aligned.
 namespace record {
-constexpr std::size_t channel = 14;       // 8 bits, all bus records
+constexpr std::size_t channel = 14;       // 8 bits, all records; in those of inputs, the number of the input
+constexpr std::size_t inputMark = 16;     // 8 bits, digital and analog records: 1 unless they are to be passed over
+constexpr std::size_t digitalMask = 17;   // 8 bits, digital records: the bits that are reported
 constexpr std::size_t canIdentifier = 18; // 32 bits, with bit 31 set for an extended identifier
 constexpr std::size_t canEnd = 22;        // behind the last field of a CAN record that is read here
+
+// Types of the records of inputs.
+constexpr std::uint16_t analogType = 0x12;
+constexpr std::uint16_t digitalType = 0x13;
+constexpr std::uint16_t keyboardType = 0x8031;
 } // namespace record
 
 // Reads fields of one record. Bytes behind its end read as zero; with no end given (null, or none beyond the beginning)
@@ -27,9 +36,10 @@ public:
         return static_cast<std::uint16_t>(byte(offset) << 8 | byte(offset + 1));
     }
 
-    std::uint32_t word32(std::size_t offset) const {
-        return std::uint32_t{word16(offset)} << 16 | word16(offset + 2);
-    }
+    std::uint32_t word32(std::size_t offset) const { return std::uint32_t{word16(offset)} << 16 | word16(offset + 2); }
+
+    // Record type, from where this process's record version has it.
+    std::uint16_t type() const { return MessageBase::version == 1 ? word16(2) : byte(0); }
 
 private:
     unsigned char const* d_begin;

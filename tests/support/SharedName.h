@@ -13,7 +13,6 @@ public:
     explicit SharedName(std::string const& stem = "signal") {
         static int count = 0;
         d_name = "qzsignal_test_" + std::to_string(getpid()) + "_" + std::to_string(count++) + "_" + stem;
-        d_creator = getpid();
     }
     ~SharedName() {
         if (getpid() != d_creator)
@@ -38,7 +37,12 @@ public:
         return segmentKey != -1 ? shmget(segmentKey, 0, 0) : -1;
     }
 
+protected:
+    // A name that others may use as well; the derived class sees to it that they do not meanwhile.
+    enum class Exactly { Name };
+    SharedName(Exactly, std::string const& name) : d_name(name) {}
+
 private:
     std::string d_name;
-    pid_t d_creator = 0;
+    pid_t d_creator = getpid();
 };

@@ -1,7 +1,10 @@
 // What the library allocates: nothing where values are written and read, and whatever fails elsewhere leaves no trace.
 // Replaces the allocator, so it is a program of its own.
 #include "qzsignal/can/CANSignalExt.h"
+#include "qzsignal/input/InputSignal.h"
+#include "qzsignal/input/InputSignalExt.h"
 #include "qzsignal/trace/CANExtTraceMessage.h"
+#include "tests/support/InputMessages.h"
 #include "tests/support/SharedName.h"
 #include "tests/support/ShmProbe.h"
 
@@ -68,6 +71,75 @@ TEST(Allocation, accessesAllocateNothing) {
     EXPECT_EQ(allocations, before);
     EXPECT_TRUE(all);
     EXPECT_EQ(value, 99U);
+}
+
+template <typename Signal>
+void expectNoAllocations(Signal& digital, Signal& analog, Signal& key) {
+    // Built beforehand: messages that carry entries allocate.
+    GpioTraceMessage gpio = gpioMessage(3, 1, 0);
+    AnalogTraceMessage reading = analogMessage(3, 0);
+    KeyboardMessage event = keyMessage(7, 0);
+    InputRecord const records[] = {inputRecord(0x13, 3), inputRecord(0x12, 3), inputRecord(0x8031, 7)};
+    bool all = true;
+    double phys = 0;
+    unsigned long long value = 0, timestamp = 0;
+    unsigned long const before = allocations;
+    for (std::uint16_t i = 1; i <= 100; ++i) {
+        gpio.entries[0].levels = i;
+        reading.entries[0].reading = event.keyState = i;
+        gpio.timestamp = reading.timestamp = event.timestamp = i;
+        for (InputRecord const& record : records)
+            all = all && Signal::signalsInUse(record.data(), record.data() + record.size());
+        all = all && Signal::decodeMessage(gpio) != 0 && Signal::decodeMessage(reading) != 0 &&
+              Signal::decodeMessage(event) != 0;
+        for (Signal* const signal : {&digital, &analog, &key})
+            all = all && signal->write(i + 1U, i) && signal->read(phys, timestamp) && signal->read(value, timestamp);
+    }
+    EXPECT_EQ(allocations, before);
+    EXPECT_TRUE(all);
+    EXPECT_EQ(value, 101U);
+}
+
+inputSignalDef_t inputDefinition(std::string const& instance) {
+    inputSignalDef_t definition;
+    static_cast<baseSignalDef_t&>(definition) = plainDefinition(instance, 64);
+    definition.startbit = 7;
+    definition.endian = true;
+    return definition;
+}
+
+TEST(Allocation, inputsOfTheProcessAllocateNothing) {
+    InputSignal digital("DI.3"), analog("AI.3"), key("RC.F7");
+    expectNoAllocations(digital, analog, key);
+}
+
+TEST(Allocation, inputsInSharedMemoryAllocateNothing) {
+    InputSignalExt digital(inputDefinition("DI.3"), false), analog(inputDefinition("AI.3"), false),
+        key(inputDefinition("RC.F7"), false);
+    expectNoAllocations(digital, analog, key);
+}
+
+// Builds `Signal` with one allocation less to fail each time, until none does. Returns the number of failures.
+template <typename Signal, typename... Arguments>
+long failuresOf(Arguments const&... arguments) {
+    for (long failures = 0;; ++failures) {
+        allocationsLeft = failures;
+        try {
+            Signal const signal(arguments...);
+            allocationsLeft = -1;
+            EXPECT_EQ(Signal::inputContainer.size(), 1U);
+            return failures;
+        } catch (std::bad_alloc const&) {
+            allocationsLeft = -1;
+            EXPECT_TRUE(BaseSignal::instances.empty()) << failures;
+            EXPECT_TRUE(Signal::inputContainer.empty()) << failures;
+        }
+    }
+}
+
+TEST(Allocation, inputWhoseConstructionFailsAnywhereLeavesNothingBehind) {
+    EXPECT_GT(failuresOf<InputSignal>("DI.3"), 2) << "registry, map and vector";
+    EXPECT_GT(failuresOf<InputSignalExt>(inputDefinition("DI.3"), false), 2);
 }
 
 TEST(Allocation, constructionThatFailsAnywhereLeavesNothingBehind) {

@@ -32,5 +32,17 @@ TEST(RawRecord, withoutAnEndTheRecordIsTrusted) {
     EXPECT_EQ(RawRecord(bytes, bytes).word32(1), 0x010203ffU);
 }
 
+TEST(RawRecord, typeLiesWhereTheVersionHasIt) {
+    unsigned char const before = MessageBase::version;
+    RawRecord const record(bytes, bytes + sizeof bytes);
+    MessageBase::version = 1;
+    EXPECT_EQ(record.type(), 0x0203U);
+    for (unsigned const version : {0, 2, 255}) {
+        MessageBase::version = static_cast<unsigned char>(version);
+        EXPECT_EQ(record.type(), 0x80U) << version;
+    }
+    MessageBase::version = before;
+}
+
 } // namespace
 } // namespace qzsignal

@@ -1,0 +1,142 @@
+// Values of inputs in the process, and their feeding.
+#include "qzsignal/input/InputSignal.h"
+
+#include "qzsignal/input/InputMessages.h"
+#include "qzsignal/signal/DispatchMap.h"
+
+#include <iostream>
+
+namespace {
+
+using qzsignal::debugging;
+using qzsignal::debugLine;
+
+constexpr char label[] = "InputSignal";
+
+// A digital input is keyed by number and mask: a message that reports more bits than one is about something else.
+constexpr auto keyOf = qzsignal::numberAndMaskKey;
+
+unsigned long long feed(qzsignal::InputEvent const& event) {
+    return qzsignal::deliver(InputSignal::inputContainer, keyOf(event.d_input), label, event);
+}
+
+} // namespace
+
+qzsignal::DispatchMap<InputSignal> InputSignal::inputContainer;
+
+InputSignal::InputSignal(char const* name) : BaseSignal(name, "") {
+    // Deliberate: the empty name is found at the end of the table and filed under its key, 0.
+    if (qzsignal::InputRow const* const row = qzsignal::findInput(instance)) {
+        messageId = keyOf(row->input());
+        qzsignal::file(inputContainer, messageId, this);
+    }
+    if (debugging())
+        debugLine(label, " ", instance, " created");
+}
+
+InputSignal::~InputSignal() {
+    // Deliberate: a signal of an unknown name, which has key 0 as well, misses itself among those of the empty name.
+    qzsignal::withdraw(inputContainer, messageId, this, label);
+}
+
+bool InputSignal::signalsInUse(unsigned char const* begin, unsigned char const* end) {
+    if (inputContainer.empty())
+        return false;
+    qzsignal::RawRecord const record(begin, end);
+    qzsignal::Input input = qzsignal::reportedInput(record);
+    if (input.d_class == qzsignal::InputClass::None)
+        return false;
+    if (input.d_class == qzsignal::InputClass::Digital)
+        input.d_mask = record.byte(qzsignal::record::digitalMask);
+    return qzsignal::find(inputContainer, keyOf(input)) != nullptr;
+}
+
+unsigned long long InputSignal::decodeMessage(KeyboardMessage const& message) {
+    return feed(qzsignal::eventOf(message));
+}
+
+unsigned long long InputSignal::decodeMessage(GpioTraceMessage const& message) {
+    return feed(qzsignal::eventOf(message));
+}
+
+unsigned long long InputSignal::decodeMessage(AnalogTraceMessage const& message) {
+    return feed(qzsignal::eventOf(message));
+}
+
+char const* InputSignal::getUnit() const {
+    return "";
+}
+
+double InputSignal::getScaleFactor() const {
+    return 1.0;
+}
+
+double InputSignal::getOffset() const {
+    return 0.0;
+}
+
+unsigned char InputSignal::getBits() const {
+    return 1;
+}
+
+signalValue_t InputSignal::getType() const {
+    return signalUnsigned;
+}
+
+bool InputSignal::read(double& phys, unsigned long long& time) {
+    unsigned long long raw = 0;
+    if (!InputSignal::read(raw, time))
+        return false;
+    phys = static_cast<double>(raw);
+    return true;
+}
+
+bool InputSignal::read(unsigned long long& raw, unsigned long long& time) {
+    if (!used)
+        return false;
+    raw = value;
+    time = timestamp;
+    if (debugging())
+        trace("read ");
+    return true;
+}
+
+bool InputSignal::write(unsigned long long raw, unsigned long long time) {
+    // Deliberate: a new signal holds 0, so a first event of value 0 is no change and leaves it without a value. Nor
+    // does an event without change refresh the timestamp.
+    modified = raw != value;
+    if (modified) {
+        value = raw;
+        timestamp = time;
+        used = true;
+    }
+    if (debugging())
+        trace(modified ? "write " : "write (no change) ");
+    return true;
+}
+
+bool InputSignal::isModified() const {
+    return modified;
+}
+
+void InputSignal::print(std::ostream&) const {
+    if (!used) {
+        std::cout << "InputSignal not used" << std::endl;
+        return;
+    }
+    std::cout << std::dec << instance << ", value=" << value << ", timestamp=" << timestamp;
+}
+
+void InputSignal::clear() {
+    used = false;
+    modified = false;
+    value = 0;
+    timestamp = 0;
+}
+
+// Two lines on an access: which it is, and the signal. As `print` writes to standard output by itself, it comes before
+// the end of its line does.
+void InputSignal::trace(char const* access) const {
+    debugLine(label, "::", access);
+    qzsignal::writeLine(std::cout, "", *this);
+}
