@@ -85,7 +85,7 @@ RATIOS = {1: 13.5, 2: 7.8, 3: 5.2, 4: 3.9}  # engine revolutions per wheel revol
 SHIFT_TIMES = [(2.0, 1), (4.5, 2), (7.5, 3), (10.5, 4), (15.5, 3), (16.8, 2), (17.8, 0)]  # second, gear from then on
 # Acceleration from each second on, in m/s2.
 ACCELERATIONS = [(0.0, 0.0), (2.0, 2.8), (4.5, 2.2), (7.5, 1.7), (10.5, 0.3), (13.5, 0.0), (14.2, -4.2)]
-KEY_TIMES = [(7.0, 1), (12.0, 0), (13.0, 1), (17.0, 0)]  # second, state of the remote control's key from then on
+KEY_TIMES = [(7.0, 1), (12.0, 0), (13.0, 1), (14.6, 0)]  # second, state of the remote control's key from then on
 MASS = 1300  # kilograms
 RUNNING_AT = 0.6  # second at which the engine has started
 
