@@ -1,5 +1,6 @@
 // What the library allocates: nothing where values are written and read, and whatever fails elsewhere leaves no trace.
 // Replaces the allocator, so it is a program of its own.
+#include "qzsignal/can/CANSignal.h"
 #include "qzsignal/can/CANSignalExt.h"
 #include "qzsignal/input/InputSignal.h"
 #include "qzsignal/input/InputSignalExt.h"
@@ -50,6 +51,17 @@ canSignalDef_t canDefinition(std::string const& instance) {
     definition.signal = longName;
     definition.channel = 1;
     definition.msgId = 0x123;
+    return definition;
+}
+
+canSignal_t storeDefinitionOf(std::string const& name) {
+    canSignal_t definition;
+    definition.bus = 1;
+    definition.id = 0x123;
+    definition.name = name;
+    definition.unit = "A unit that is too long to be kept without memory of its own";
+    definition.bits = 8;
+    definition.scale = 1;
     return definition;
 }
 
@@ -123,6 +135,16 @@ TEST(Allocation, canAccessesAllocateNothing) {
         message.payload[0] = round;
         return CANSignalExt::signalsInUse(record, record + sizeof record) &&
                CANSignalExt::decodeMessage(message) != 0 && readable(signal, round);
+    }));
+}
+
+TEST(Allocation, canStoreAccessesAllocateNothing) {
+    SharedName const name;
+    CANSignal signal(storeDefinitionOf(name.name()), true);
+    EXPECT_TRUE(allocatesNothing([&](unsigned char round) {
+        CANSignal::decodeMessage(1, 0x123, 0x0100000000000000ULL * (round + 1U), round);
+        return readable(signal, round + 1U) && signal.write(static_cast<double>(round), 5ULL) &&
+               signal.write(0x0100000000000000ULL * round, 6ULL) && readable(signal, round);
     }));
 }
 
@@ -202,6 +224,30 @@ TEST(Allocation, failedConstructionLeavesNothingBehind) {
     EXPECT_EQ(FlexRaySignal::frIdArray, nullptr);
     SharedInput const input("DI.3");
     expectFailuresToLeaveNothing(inputDefinition("DI.3"), input, InputSignalExt::inputContainer);
+}
+
+TEST(Allocation, failedConstructionOfAStoredSignalLeavesNothingBehind) {
+    SharedName const name("a name that is too long to be kept without memory of its own");
+    canSignal_t const definition = storeDefinitionOf(name.name());
+    std::vector<CANSignal*>& entry = CANSignal::canMessageVector.at(2048 + 0x123);
+    bool built = false;
+    long failures = 0;
+    for (; !built; ++failures) {
+        entry.shrink_to_fit();
+        allocationsLeft = failures;
+        try {
+            CANSignal const signal(definition, true);
+            allocationsLeft = -1;
+            built = true;
+            EXPECT_EQ(entry.size(), 1U);
+        } catch (std::bad_alloc const&) {
+            allocationsLeft = -1;
+            EXPECT_TRUE(BaseSignal::instances.empty()) << failures;
+            EXPECT_TRUE(entry.empty()) << failures;
+            EXPECT_EQ(name.segmentId(), -1) << failures;
+        }
+    }
+    EXPECT_GT(failures, 4) << "allocations that were made to fail";
 }
 
 TEST(Allocation, failedConstructionOfAnInputOfTheProcessLeavesNothingBehind) {
