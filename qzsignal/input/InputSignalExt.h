@@ -1,4 +1,5 @@
-// The shared signal that follows one of the device's own inputs.
+/// @file
+/// The shared signal that follows one of the device's own inputs.
 #pragma once
 
 #include "qzsignal/Export.h"
@@ -12,50 +13,52 @@ struct AnalogTraceMessage;
 struct GpioTraceMessage;
 struct KeyboardMessage;
 
-// Definition of an input in shared memory. The instance name says which input it is. A value arrives as the raw word of
-// a payload, its lowest byte last: big endian, start bit 7 and 64 bits take it whole.
+/// Definition of an input in shared memory. The instance name says which input it is. A value arrives as the raw word
+/// of a payload, its lowest byte last: big endian, start bit 7 and 64 bits take it whole.
 struct QZSIGNAL_EXPORT inputSignalDef_t : baseSignalDef_t {};
 
-// Writes all fields as label and value, without an end of line. Leaves the stream in decimal.
+/// Writes all fields as label and value, without an end of line. Leaves the stream in decimal.
 QZSIGNAL_EXPORT std::ostream& operator<<(std::ostream& out, inputSignalDef_t const& definition);
 
-// A digital input "DI.0" to "DI.4", an analog input "AI.0" to "AI.9", or a key of the remote control "RC.F1" to
-// "RC.F10" and "RC.TRG". A signal of such a name is filed under the key of its input from the end of its constructor to
-// the start of its destructor, and fed by `decodeMessage`, whether it was defined or opened by name. A signal of any
-// other name is reported; it is a shared signal that is never fed. Building, feeding and destroying happen on one
-// thread of a process.
+/// A digital input "DI.0" to "DI.4", an analog input "AI.0" to "AI.9", or a key of the remote control "RC.F1" to
+/// "RC.F10" and "RC.TRG". A signal of such a name is filed under the key of its input from the end of its constructor
+/// to the start of its destructor, and fed by `decodeMessage`, whether it was defined or opened by name. A signal of
+/// any other name is reported; it is a shared signal that is never fed. Building, feeding and destroying happen on one
+/// thread of a process.
 class QZSIGNAL_EXPORT InputSignalExt : public ShmSignal {
 public:
-    // The signals of each input key in order of construction; an entry exists only while it has signals.
+    /// The signals of each input key in order of construction; an entry exists only while it has signals.
     static std::map<unsigned long long, std::vector<InputSignalExt*>> inputContainer;
 
-    // Defines the signal, in shared memory or for this process alone.
+    /// Defines the signal, in shared memory or for this process alone.
     InputSignalExt(inputSignalDef_t const& definition, bool shared);
 
-    // Opens a signal that another process defines.
+    /// Opens a signal that another process defines.
     explicit InputSignalExt(char const* instance);
 
     ~InputSignalExt() override;
 
-    // True if the serialized record at `begin`, of at least 17 bytes, reports an input that a signal of this process
-    // follows. `end` may be null; if it is behind `begin`, bytes from there on count as zero.
+    /// True if the serialized record at `begin`, of at least 17 bytes, reports an input that a signal of this process
+    /// follows. `end` may be null; if it is behind `begin`, bytes from there on count as zero.
     static bool signalsInUse(unsigned char const* begin, unsigned char const* end);
 
-    // Each writes what the message reports into all signals of its input: key state, level or reading, as a raw word.
-    // Returns the input's key, or 0 if it has no signals. A signal's `write` must not build or destroy signals.
+    /// @{
+    /// Each writes what the message reports into all signals of its input: key state, level or reading, as a raw word.
+    /// Returns the input's key, or 0 if it has no signals. A signal's `write` must not build or destroy signals.
     static unsigned long long decodeMessage(KeyboardMessage const& message);
     static unsigned long long decodeMessage(GpioTraceMessage const& message);
     static unsigned long long decodeMessage(AnalogTraceMessage const& message);
+    /// @}
 
     friend QZSIGNAL_EXPORT std::ostream& operator<<(std::ostream& out, InputSignalExt const& signal);
 
 protected:
-    inputSignalDef_t d_definition; // of a signal opened by name: 64 bits, scale 1, and nothing else
+    inputSignalDef_t d_definition; ///< of a signal opened by name: 64 bits, scale 1, and nothing else
 
 private:
     void follow();
 };
 
-// Writes the shared signal's description, ";", the definition and the key, without an end of line. Leaves the stream in
-// hexadecimal.
+/// Writes the shared signal's description, ";", the definition and the key, without an end of line. Leaves the stream
+/// in hexadecimal.
 QZSIGNAL_EXPORT std::ostream& operator<<(std::ostream& out, InputSignalExt const& signal);

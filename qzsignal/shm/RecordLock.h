@@ -1,4 +1,5 @@
-// The lock inside a shared record: how it is made, waited for, and taken over from a process that died.
+/// @file
+/// The lock inside a shared record: how it is made, waited for, and taken over from a process that died.
 #pragma once
 
 #include <pthread.h>
@@ -6,29 +7,30 @@
 
 namespace qzsignal {
 
+/// How an attempt to lock a record ended.
 enum class LockOutcome {
-    Locked,
-    OwnerDied, // locked; a process died while it held the lock, so the record may be half written
-    Busy,      // not locked: somebody else holds it
-    Failed,    // not locked, reported; the caller carries on without
+    Locked,    ///< locked
+    OwnerDied, ///< locked; a process died while it held the lock, so the record may be half written
+    Busy,      ///< not locked: somebody else holds it
+    Failed,    ///< not locked, reported; the caller carries on without
 };
 
-// Makes a mutex that several processes may share, and robust where the platform allows: if a process dies while it
-// holds the mutex, the next to lock is told so instead of waiting forever.
+/// Makes a mutex that several processes may share, and robust where the platform allows: if a process dies while it
+/// holds the mutex, the next to lock is told so instead of waiting forever.
 void initRecordMutex(pthread_mutex_t& mutex);
 
-// Tries for the lock once.
+/// Tries for the lock once.
 LockOutcome tryLockRecord(pthread_mutex_t& mutex, char const* label, std::string const& instance);
 
-// Tries for the lock until it is free; between attempts it says so on standard output and gives up the processor.
-// Deliberate: there is no limit and no sleep, and the line appears whatever the debug level. Never returns `Busy`.
+/// Tries for the lock until it is free; between attempts it says so on standard output and gives up the processor.
+/// Deliberate: there is no limit and no sleep, and the line appears whatever the debug level. Never returns `Busy`.
 LockOutcome lockRecord(pthread_mutex_t& mutex, char const* label, std::string const& instance);
 
-// A failure is reported, nothing more: the access that ends here keeps its result.
+/// Releases the lock. A failure is reported, nothing more: the access that ends here keeps its result.
 void unlockRecord(pthread_mutex_t& mutex, char const* label, std::string const& instance);
 
-// Holds the lock of a record while its creator fills it, if it can be had. Deliberate: a creator waits for nobody for
-// long. After a second it does without, and a process that keeps the lock cannot stop it.
+/// Holds the lock of a record while its creator fills it, if it can be had. Deliberate: a creator waits for nobody for
+/// long. After a second it does without, and a process that keeps the lock cannot stop it.
 class RecordResetLock {
 public:
     RecordResetLock() = default;
@@ -36,26 +38,27 @@ public:
     RecordResetLock(RecordResetLock const&) = delete;
     RecordResetLock& operator=(RecordResetLock const&) = delete;
 
-    // Takes the lock of `mutex`, found in a segment that outlived its creator, if `initRecordMutex` made it and nobody
-    // keeps it; otherwise returns false. A mutex that can be adopted must not be made anew: a reader may take it at any
-    // moment, and its unlock would then fail and leave the reader's list of robust mutexes broken.
+    /// Takes the lock of `mutex`, found in a segment that outlived its creator, if `initRecordMutex` made it and nobody
+    /// keeps it; otherwise returns false. A mutex that can be adopted must not be made anew: a reader may take it at
+    /// any moment, and its unlock would then fail and leave the reader's list of robust mutexes broken.
     bool adopt(pthread_mutex_t& mutex);
 
-    // Makes the mutex anew, and takes it.
+    /// Makes the mutex anew, and takes it.
     void make(pthread_mutex_t& mutex);
 
 private:
     int take(pthread_mutex_t& mutex);
     void release();
 
-    pthread_mutex_t* d_mutex = nullptr; // null: not locked
+    pthread_mutex_t* d_mutex = nullptr; ///< null: not locked
 };
 
-// Holds a signal's record from construction to destruction. What locking means (and whether there is anything to lock)
-// is the signal's own business: its `lock` and `unlock`.
+/// Holds a signal's record from construction to destruction. What locking means (and whether there is anything to lock)
+/// is the signal's own business: its `lock` and `unlock`.
 template <typename Signal>
 class RecordLock {
 public:
+    /// Takes the lock; `signal` has to outlive it.
     explicit RecordLock(Signal& signal) : d_signal(signal) { d_signal.lock(); }
     ~RecordLock() { d_signal.unlock(); }
     RecordLock(RecordLock const&) = delete;

@@ -1,4 +1,5 @@
-// Where a signal's bits lie in an 8-byte payload, and how to take them out.
+/// @file
+/// Where a signal's bits lie in an 8-byte payload, and how to take them out.
 #pragma once
 
 #include "qzsignal/Export.h"
@@ -8,51 +9,59 @@
 
 namespace qzsignal {
 
-enum class ByteOrder : bool { Little = false, Big = true };
+/// How a signal lies over several bytes of a payload.
+enum class ByteOrder : bool {
+    Little = false, ///< Intel: upward, from the lowest bit of the value
+    Big = true,     ///< Motorola: from its highest bit downward, then into the next byte
+};
 
+/// The same as signal definitions have it: true is big endian.
 inline ByteOrder byteOrder(bool bigEndian) {
     return bigEndian ? ByteOrder::Big : ByteOrder::Little;
 }
 
-// The raw word of a payload: byte 0 in the most significant byte, whatever the host's byte order. Of a payload of more
-// than eight bytes the first eight count; a shorter one is padded with zero bytes.
+/// The raw word of a payload: byte 0 in the most significant byte, whatever the host's byte order. Of a payload of more
+/// than eight bytes the first eight count; a shorter one is padded with zero bytes.
 std::uint64_t rawWord(unsigned char const* payload, std::size_t length);
 
-// Bit n is bit n % 8 of payload byte n / 8; bit 0 is the least significant. A little-endian signal is placed by its
-// lowest bit and grows upward; a big-endian one by its highest bit and grows downward, then into the next byte:
-//     start 7, 12 bits, big endian;         payload byte   0         1
-//     b..0 are bits 11..0 of the value                     ba987654  3210----
-// Bits beyond the payload are left out of the mask and read as zero.
+/// Where a signal's bits lie in an 8-byte payload.
+///
+/// Bit n is bit n % 8 of payload byte n / 8; bit 0 is the least significant. A little-endian signal is placed by its
+/// lowest bit and grows upward; a big-endian one by its highest bit and grows downward, then into the next byte:
+///
+///     start 7, 12 bits, big endian;         payload byte   0         1
+///     b..0 are bits 11..0 of the value                     ba987654  3210----
+///
+/// Bits beyond the payload are left out of the mask and read as zero. In brackets: the values of this example.
 struct QZSIGNAL_EXPORT BitLayout {
-    // The values of the example above stand on the right.
-    std::uint8_t d_lsbBit = 0;    // bit number of the value's lowest bit                          12
-    std::uint8_t d_startByte = 0; // payload byte that holds it                                    1
-    std::uint8_t d_bytes = 0;     // payload bytes the signal touches                              2
-    std::uint8_t d_shift = 0;     // position of the lowest bit in its byte, 0..7                  4
+    std::uint8_t d_lsbBit = 0;    ///< bit number of the value's lowest bit (12)
+    std::uint8_t d_startByte = 0; ///< payload byte that holds it (1)
+    std::uint8_t d_bytes = 0;     ///< payload bytes the signal touches (2)
+    std::uint8_t d_shift = 0;     ///< position of the lowest bit in its byte, 0..7 (4)
     // Deliberate: spelled and printed so; tools that read the debug output look for this word.
-    std::uint64_t d_maksBits = 0; // a low one per bit of the value                                0xfff
-    std::uint64_t d_signBit = 0;  // the value's highest bit                                       0x800
-    std::uint64_t d_rawMask = 0;  // the signal's bits in a raw word                               0xfff0000000000000
+    std::uint64_t d_maksBits = 0; ///< a low one per bit of the value (0xfff)
+    std::uint64_t d_signBit = 0;  ///< the value's highest bit (0x800)
+    std::uint64_t d_rawMask = 0;  ///< the signal's bits in a raw word (0xfff0000000000000)
 
-    // Computes all seven. `bits` is 1..64; 0 gives an empty mask. Debug output gets a line with the result.
+    /// Computes all seven. `bits` is 1..64; 0 gives an empty mask. Debug output gets a line with the result.
     void set(unsigned startBit, unsigned bits, ByteOrder order);
 
-    // The value in `rawWord`, right-aligned; sign extension is left to the value's type.
+    /// The value in `rawWord`, right-aligned; sign extension is left to the value's type.
     std::uint64_t extract(std::uint64_t rawWord, ByteOrder order) const;
 
-    // Repeats the value's highest bit in all bits above it.
+    /// Repeats the value's highest bit in all bits above it.
     std::uint64_t signExtend(std::uint64_t value) const {
         return (value & d_signBit) != 0 ? value | ~d_maksBits : value;
     }
 
-    // True if the two words differ in this signal's bits; a change of other signals' bits is none of ours.
+    /// True if the two words differ in this signal's bits; a change of other signals' bits is none of ours.
     bool differs(std::uint64_t a, std::uint64_t b) const { return ((a ^ b) & d_rawMask) != 0; }
 
-    // Debug output gets the two lines on one extraction; `label` is the class and `instance` the signal it was for.
+    /// Debug output gets the two lines on one extraction; `label` is the class and `instance` the signal it was for.
     void traceExtraction(char const* label, char const* instance, std::uint64_t rawWord, unsigned startBit,
                          unsigned bits, ByteOrder order, std::uint64_t value) const;
 
-    // Debug output gets the line on how `operation` made a number, `result`, that is called `name` there.
+    /// Debug output gets the line on how `operation` made a number, `result`, that is called `name` there.
     void traceResult(char const* label, char const* operation, unsigned startBit, unsigned bits, ByteOrder order,
                      char const* name, std::uint64_t result) const;
 };

@@ -1,4 +1,5 @@
-// What a signal is called, where its bits lie in a payload, and how its raw value becomes a physical one.
+/// @file
+/// What a signal is called, where its bits lie in a payload, and how its raw value becomes a physical one.
 #pragma once
 
 #include "qzsignal/Export.h"
@@ -7,31 +8,31 @@
 #include <iosfwd>
 #include <string>
 
-// How the bits of a raw value are to be understood. Any 32-bit number can be cast to it: the value travels in shared
-// records, and a type that is none of these four has no name and no conversion.
+/// How the bits of a raw value are to be understood. Any 32-bit number can be cast to it: the value travels in shared
+/// records, and a type that is none of these four has no name and no conversion.
 enum signalValue_t : std::int32_t {
-    signalUnsigned = 0, // unsigned integer
-    signalSigned = 1,   // two's complement, sign-extended to 64 bits when decoded
-    signalFloat = 2,    // IEEE-754 single precision in the low 32 bits
-    signalDouble = 3,   // IEEE-754 double precision in all 64 bits
+    signalUnsigned = 0, ///< unsigned integer
+    signalSigned = 1,   ///< two's complement, sign-extended to 64 bits when decoded
+    signalFloat = 2,    ///< IEEE-754 single precision in the low 32 bits
+    signalDouble = 3,   ///< IEEE-754 double precision in all 64 bits
 };
 
-// The definition that a signal is built from. It is read during construction only; the caller may drop it afterwards.
+/// The definition that a signal is built from. It is read during construction only; the caller may drop it afterwards.
 struct QZSIGNAL_EXPORT baseSignalDef_t {
-    std::string instance;                // key in the registry, and the name of the key file under /tmp
-    std::string signal;                  // descriptive name; a shared record keeps its first 31 characters
-    std::uint8_t channel = 0;            // number of the bus channel
-    std::string unit;                    // unit of the physical value; a shared record keeps its first 31 characters
-    signalValue_t type = signalUnsigned; // how the raw value is understood
-    std::uint16_t startbit = 0;          // payload bit: lowest bit if little endian, highest bit if big endian
-    std::uint8_t bits = 0;               // length in bits, 1..64
-    double scale = 0.0;                  // physical value = raw value * scale + offset
-    double offset = 0.0;
-    bool endian = false; // true: big endian (Motorola), false: little endian (Intel)
+    std::string instance;                ///< key in the registry, and the name of the key file under /tmp
+    std::string signal;                  ///< descriptive name; a shared record keeps its first 31 characters
+    std::uint8_t channel = 0;            ///< number of the bus channel
+    std::string unit;                    ///< unit of the physical value; a shared record keeps its first 31 characters
+    signalValue_t type = signalUnsigned; ///< how the raw value is understood
+    std::uint16_t startbit = 0;          ///< payload bit: lowest bit if little endian, highest bit if big endian
+    std::uint8_t bits = 0;               ///< length in bits, 1..64
+    double scale = 0.0;                  ///< physical value = raw value * scale + offset
+    double offset = 0.0;                 ///< added to the scaled raw value
+    bool endian = false;                 ///< true: big endian (Motorola), false: little endian (Intel)
 };
 
-// Writes "unsigned", "signed", "float" or "double", and nothing for any other value.
+/// Writes "unsigned", "signed", "float" or "double", and nothing for any other value.
 QZSIGNAL_EXPORT std::ostream& operator<<(std::ostream& out, signalValue_t const& type);
 
-// Writes all fields as label and value, without an end of line. Leaves the stream in decimal.
+/// Writes all fields as label and value, without an end of line. Leaves the stream in decimal.
 QZSIGNAL_EXPORT std::ostream& operator<<(std::ostream& out, baseSignalDef_t const& definition);

@@ -1,17 +1,19 @@
-// A LIN frame as a trace message.
+/// @file
+/// A LIN frame as a trace message.
 #pragma once
 
 #include "qzsignal/trace/MessageBase.h"
 
 #include <vector>
 
+/// A LIN frame that was received.
 struct LINTraceMessage : MessageBase {
-    unsigned long long timestamp = 0; // 32  time of the frame
-    std::vector<unsigned char> data;  // 40  payload
-    unsigned char channel = 0;        // 52  bus channel
+    unsigned long long timestamp = 0; ///< 32  time of the frame
+    std::vector<unsigned char> data;  ///< 40  payload
+    unsigned char channel = 0;        ///< 52  bus channel
 private:
     [[maybe_unused]] unsigned char d_reserved53[11] = {};
 
 public:
-    unsigned char identifier = 0; // 64  protected identifier: the frame identifier is in the low 6 bits
+    unsigned char identifier = 0; ///< 64  protected identifier: the frame identifier is in the low 6 bits
 };
