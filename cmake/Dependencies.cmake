@@ -34,3 +34,10 @@ if(QZSIGNAL_BUILD_TESTS)
         find_package(GTest REQUIRED)
     endif()
 endif()
+
+# Of the documentation; what needs them is left out where they are missing.
+if(PROJECT_IS_TOP_LEVEL)
+    find_package(Doxygen QUIET)
+    find_program(QZSIGNAL_MANDOC mandoc DOC "Checks the form of the manual page")
+    mark_as_advanced(QZSIGNAL_MANDOC)
+endif()

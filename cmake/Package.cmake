@@ -1,4 +1,4 @@
-# What `cmake --install` lays down: library, headers, the command, and the files by which CMake and pkg-config find
+# What `cmake --install` lays down: library, headers, the command with its page, and the files by which CMake and pkg-config find
 # them. The result can be moved: all paths in it are relative to where it lies.
 
 include(CMakePackageConfigHelpers)
@@ -44,4 +44,5 @@ install(FILES ${PROJECT_BINARY_DIR}/qzsignal.pc DESTINATION ${CMAKE_INSTALL_LIBD
 if(TARGET qzsignal_command)
     set_target_properties(qzsignal_command PROPERTIES INSTALL_RPATH "${command_rpath}")
     install(TARGETS qzsignal_command RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+    install(FILES ${PROJECT_SOURCE_DIR}/docs/qzsignal.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 endif()

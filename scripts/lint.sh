@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
-# Checks the form of all C++ files, and runs the static checks on the library and the command.
+# Checks the form of all C++ files and of the documentation, and runs the static checks on the library and the command.
 set -euo pipefail
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
-"$root/scripts/setup.sh" base lint
+"$root/scripts/setup.sh" base lint docs
 cd "$root"
 
 status=0
@@ -15,6 +15,11 @@ clang-format --dry-run --Werror "${sources[@]}" || status=1
 cmake --preset dev >/dev/null
 # Generated sources have to be there before anything that includes them can be parsed.
 cmake --build --preset dev --parallel "$(nproc)" --target qzsignal >/dev/null
+
+# Every public declaration has its comment.
+cmake --build --preset dev --target docs || status=1
+mandoc -Tlint -Wwarning docs/qzsignal.1 || status=1
+
 mapfile -t checked < <(git ls-files --cached --others --exclude-standard 'qzsignal/*.cpp' 'tools/*.cpp')
 printf '%s\n' "${checked[@]}" |
     xargs --max-procs="$(nproc)" --max-args=1 clang-tidy --quiet -p build/dev || status=1

@@ -8,6 +8,7 @@ Groups:
   base      compiler, build tools, libraries of the command and the tests (default)
   cross     compilers for i686 and PowerPC, and the emulator for the latter
   coverage  line coverage reports
+  docs      the reference of the public headers, and the check of the manual page
   fuzz      compiler and run-time libraries of the fuzzers
   lint      formatter and static checks"
 
@@ -15,6 +16,7 @@ base=(g++ cmake ninja-build pkg-config python3 flex bison libfl-dev libgtest-dev
 # The cross compilers bring the targets' C and C++ libraries; i686 programs run on the host's own kernel with them.
 cross=(g++-i686-linux-gnu g++-powerpc-linux-gnu qemu-user)
 coverage=(gcovr)
+docs=(doxygen mandoc)
 fuzz=(clang libclang-rt-14-dev)
 lint=(git clang-format clang-tidy)
 
@@ -27,6 +29,7 @@ for group in "$@"; do
         base) wanted+=("${base[@]}") ;;
         cross) wanted+=("${cross[@]}") ;;
         coverage) wanted+=("${coverage[@]}") ;;
+        docs) wanted+=("${docs[@]}") ;;
         fuzz) wanted+=("${fuzz[@]}") ;;
         lint) wanted+=("${lint[@]}") ;;
         -h | --help)

@@ -21,6 +21,7 @@ expected=$(
     echo "$libdir/pkgconfig/qzsignal.pc"
     if [[ -n $command ]]; then
         echo "$bindir/$command"
+        echo "$mandir/man1/$command.1"
     fi
 )
 expect_same "files" "$(cd "$prefix" && find . -not -type d -printf '%P\n' | LC_ALL=C sort)" \
