@@ -1,20 +1,28 @@
-# What the command and the tests take from Debian: CLI11 and nlohmann/json (headers only) and GoogleTest.
+# What the build takes from Debian: flex and Bison for the library, CLI11 and nlohmann/json (headers only) for the
+# command, and GoogleTest for the tests.
 
 # Header-only packages are the same for every target, but a cross build must not see the rest of the host's include
 # folder. So each is reached through a link of its own in the build tree.
 function(qzsignal_header_package target header)
-    get_filename_component(folder ${header} DIRECTORY)
+    string(REGEX REPLACE "/.*" "" entry ${header})
     find_path(${target}_host_include ${header} PATHS /usr/include /usr/local/include
         NO_DEFAULT_PATH NO_CMAKE_FIND_ROOT_PATH REQUIRED)
     set(links ${PROJECT_BINARY_DIR}/header-packages/${target})
     file(MAKE_DIRECTORY ${links})
-    file(CREATE_LINK ${${target}_host_include}/${folder} ${links}/${folder} SYMBOLIC)
+    file(CREATE_LINK ${${target}_host_include}/${entry} ${links}/${entry} SYMBOLIC)
     add_library(${target} INTERFACE)
     target_include_directories(${target} SYSTEM INTERFACE ${links})
 endfunction()
 
-qzsignal_header_package(cli11 CLI/CLI.hpp)
-qzsignal_header_package(nlohmann nlohmann/json.hpp)
+# They run on the host; of what they bring, only the base class of the scanner is compiled, and nothing is linked.
+find_package(FLEX 2.6 REQUIRED)
+find_package(BISON 3.8 REQUIRED)
+qzsignal_header_package(flexlexer FlexLexer.h)
+
+if(QZSIGNAL_BUILD_TOOLS OR QZSIGNAL_BUILD_TESTS)
+    qzsignal_header_package(cli11 CLI/CLI.hpp)
+    qzsignal_header_package(nlohmann nlohmann/json.hpp)
+endif()
 
 if(QZSIGNAL_BUILD_TESTS)
     if(CMAKE_CROSSCOMPILING)

@@ -1,12 +1,12 @@
 // Compilation and evaluation of expressions.
 #include "qzsignal/expression/ExpParser.h"
 
+#include "qzsignal/expression/Operations.h"
 #include "qzsignal/expression/TokenSource.h"
 #include "qzsignal/input/InputSignal.h"
 #include "qzsignal/signal/Diagnostics.h"
 
 #include <algorithm>
-#include <cmath>
 #include <cstdlib>
 
 namespace {
@@ -15,8 +15,9 @@ using qzsignal::debugLine;
 using qzsignal::errorLine;
 using qzsignal::writeLine;
 
-double truth(bool condition) {
-    return condition ? 1.0 : 0.0;
+bool holdsValue(ExpParser::value_t const& operand, unsigned long long& timestamp) {
+    unsigned long long value = 0;
+    return operand.signal != nullptr && operand.signal->read(value, timestamp);
 }
 
 } // namespace
@@ -24,17 +25,12 @@ double truth(bool condition) {
 std::set<ExpParser*> ExpParser::allExpParsers;
 int ExpParser::debug = 0;
 
-template <typename T>
-void Stack<T>::underflow(unsigned int n) const {
-    // Deliberate: it is called so whatever it holds.
-    writeLine(std::cerr, "", "Less than ", n, " elements on bool stack (", depth(), ")");
-    std::exit(4);
+expFlexLexer& qzsignal::scannerOf(ExpParser& expression) {
+    return *expression.lexer;
 }
 
-template class Stack<double>;
-
 ExpParser::ExpParser(char const* expression, bool edge)
-    : lexer(new expFlexLexer(nullptr, nullptr)), text(expression != nullptr ? expression : ""), edgeTrigger(edge) {
+    : lexer(std::make_unique<expFlexLexer>()), text(expression != nullptr ? expression : ""), edgeTrigger(edge) {
     // The grammar ends every expression with a newline.
     std::string const line = text + '\n';
     if (debug > 1) {
@@ -43,9 +39,7 @@ ExpParser::ExpParser(char const* expression, bool edge)
     }
     if (debug != 0)
         debugLine("parsing ", line);
-    std::istream nothing(nullptr); // the scanner has the whole text from the beginning
-    qzsignal::beginTokens(*lexer, nothing, line);
-    if (expparse(this) != 0) {
+    if (!qzsignal::beginTokens(*lexer, line) || expparse(this) != 0) {
         errorLine("parser error in ExpParser");
         writeLine(std::cerr, "", line);
         return;
@@ -86,23 +80,22 @@ bool ExpParser::getTrigger() {
 }
 
 bool ExpParser::isWritten() {
-    written = written || std::all_of(program.begin(), program.end(), [](Instruction const& instruction) {
-                  unsigned long long raw = 0;
-                  unsigned long long time = 0;
-                  return instruction.second.name.empty() || instruction.second.signal->read(raw, time);
+    unsigned long long timestamp = 0;
+    written = written || std::all_of(program.begin(), program.end(), [&timestamp](Instruction const& each) {
+                  return each.second.name.empty() || holdsValue(each.second, timestamp);
               });
     return written;
 }
 
 unsigned long long ExpParser::getLastestTime() const {
     unsigned long long latest = 0;
-    for (Instruction const& instruction : program) {
-        if (instruction.second.name.empty())
+    for (Instruction const& each : program) {
+        if (each.second.name.empty())
             continue;
-        unsigned long long raw = 0;
-        unsigned long long time = 0;
-        instruction.second.signal->read(raw, time);
-        latest = std::max(latest, time);
+        // What a signal that holds no value says of its time counts as well.
+        unsigned long long timestamp = 0;
+        holdsValue(each.second, timestamp);
+        latest = std::max(latest, timestamp);
     }
     return latest;
 }
@@ -112,135 +105,32 @@ void ExpParser::clearstack() {
 }
 
 void ExpParser::add(Instruction const& instruction) {
-    program.push_back(instruction);
-    // The parser appends what pushes by other means, which see to the stack.
-    if (instruction.first == &ExpParser::opdouble || instruction.first == &ExpParser::opsignal)
-        stack.reserve(static_cast<std::uint32_t>(program.size()));
+    append(instruction.first, instruction.second);
 }
 
 void ExpParser::add(Operation operation) {
-    program.push_back({operation, value_t()});
+    append(operation, value_t());
 }
 
 void ExpParser::add(std::string const& name) {
     BaseSignal* signal = BaseSignal::getInstance(name.c_str());
     if (signal == nullptr)
         signal = new InputSignal(name.c_str());
-    value_t operand;
-    operand.signal = signal;
-    operand.name = name;
-    add(Instruction(&ExpParser::opsignal, operand));
+    append(&ExpParser::opsignal, value_t(signal, name));
     signalMessageIds.insert(qzsignal::messageIdOf(*signal));
 }
 
 void ExpParser::add(double constant) {
-    value_t operand;
-    operand.value = constant;
-    add(Instruction(&ExpParser::opdouble, operand));
+    append(&ExpParser::opdouble, value_t(constant, std::string()));
 }
 
-template <typename Function>
-void ExpParser::unary(Function function) {
-    stack.check(1);
-    stack.back() = function(stack.back());
-}
-
-template <typename Function>
-void ExpParser::binary(Function function) {
-    stack.check(2);
-    double const right = stack.pop();
-    stack.back() = function(stack.back(), right);
-}
-
-void ExpParser::opdouble() {
-    stack.push(pc->second.value);
-}
-
-void ExpParser::opsignal() {
-    double phys = 0;
-    unsigned long long time = 0;
-    if (pc->second.signal != nullptr && pc->second.signal->read(phys, time)) {
-        stack.push(phys);
-        return;
-    }
-    // The result is then 0, and what is left of the program is not run.
-    if (debug != 0)
-        writeLine(std::cerr, "", "abort expression program due to (yet) invalid signal \"", pc->second.name, "\"");
-    stack.clear();
-    stack.push(0.0);
-    pc = program.end() - 1;
-}
-
-void ExpParser::opnot() {
-    unary([](double a) { return truth(a == 0.0); });
-}
-
-// A number as a condition keeps its value: 0 is false, everything else true.
-void ExpParser::opnz() {
-    stack.check(1);
-}
-
-void ExpParser::opneg() {
-    unary([](double a) { return -a; });
-}
-
-void ExpParser::opland() {
-    binary([](double a, double b) { return truth(a != 0.0 && b != 0.0); });
-}
-
-void ExpParser::oplor() {
-    binary([](double a, double b) { return truth(a != 0.0 || b != 0.0); });
-}
-
-void ExpParser::opdne() {
-    binary([](double a, double b) { return truth(a != b); });
-}
-
-void ExpParser::opdeq() {
-    binary([](double a, double b) { return truth(a == b); });
-}
-
-// Deliberate, here and in `opbeq`: only the right operand is taken as a condition, the left one as it stands.
-void ExpParser::opbne() {
-    binary([](double a, double b) { return truth(a != truth(b != 0.0)); });
-}
-
-void ExpParser::opbeq() {
-    binary([](double a, double b) { return truth(a == truth(b != 0.0)); });
-}
-
-void ExpParser::opge() {
-    binary([](double a, double b) { return truth(a >= b); });
-}
-
-void ExpParser::ople() {
-    binary([](double a, double b) { return truth(a <= b); });
-}
-
-void ExpParser::opgt() {
-    binary([](double a, double b) { return truth(a > b); });
-}
-
-void ExpParser::oplt() {
-    binary([](double a, double b) { return truth(a < b); });
-}
-
-void ExpParser::opexp() {
-    binary([](double a, double b) { return std::pow(a, b); });
-}
-
-void ExpParser::opdiv() {
-    binary([](double a, double b) { return a / b; });
-}
-
-void ExpParser::opmult() {
-    binary([](double a, double b) { return a * b; });
-}
-
-void ExpParser::opminus() {
-    binary([](double a, double b) { return a - b; });
-}
-
-void ExpParser::opplus() {
-    binary([](double a, double b) { return a + b; });
+// Room for as many elements as there are instructions is enough for any program. It has to grow only with what pushes,
+// which is also what a derived class may add of its own.
+void ExpParser::append(Operation operation, value_t const& operand) {
+    if (operation == nullptr)
+        return; // nothing that could be run
+    program.emplace_back(operation, operand);
+    qzsignal::OperationRow const* const row = qzsignal::findOperation(operation);
+    if (row == nullptr || row->operands == 0)
+        stack.size(static_cast<std::uint32_t>(program.size()));
 }

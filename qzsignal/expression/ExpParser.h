@@ -1,170 +1,132 @@
-// Expressions over signals: compiled once, evaluated as often as wanted.
+// Expressions over signals: formulas and trigger conditions, compiled once and evaluated as often as wanted.
 #pragma once
 
 #include "qzsignal/Export.h"
+#include "qzsignal/expression/Stack.h"
 #include "qzsignal/signal/BaseSignal.h"
 
-#include <cstdint>
 #include <memory>
 #include <set>
 #include <string>
 #include <utility>
 #include <vector>
 
+class ExpParser;
 class expFlexLexer;
 
 namespace qzsignal {
-union TokenValue;
+// The scanner that an expression's text is compiled with, for the parser's token source.
+expFlexLexer& scannerOf(ExpParser& expression);
 } // namespace qzsignal
 
-int explex(qzsignal::TokenValue* value, void* parser);
-
-// Above 0: the parser's trace goes to standard error.
+// The parser's trace switch: if not zero, the steps of every parse go to standard error.
 QZSIGNAL_EXPORT extern int expdebug;
 
-// The stack of an evaluation: an array that is sized beforehand, so that a push is a store.
-template <typename T>
-class Stack {
-public:
-    Stack() = default;
-    ~Stack() { delete[] base; }
-    Stack(Stack const&) = delete;
-    Stack& operator=(Stack const&) = delete;
-
-    // Makes room for `elements`. An array that has to be replaced loses its elements, not their number.
-    void reserve(std::uint32_t elements) {
-        if (elements <= capacity)
-            return;
-        T* const array = new T[std::size_t{elements} + 1]();
-        top = array + depth();
-        delete[] base;
-        base = array;
-        capacity = elements;
-    }
-
-    std::uint32_t depth() const { return static_cast<std::uint32_t>(top - base); }
-    void clear() { top = base; }
-
-    // Ends the process with status 4 and a message if there are fewer than `n` elements.
-    void check(unsigned int n) const {
-        if (__builtin_expect(depth() < n, 0))
-            underflow(n);
-    }
-
-    // Precondition: there is room.
-    void push(T value) { *++top = value; }
-    // Precondition of these: there are elements.
-    T pop() { return *top--; }
-    T& back() { return *top; }
-
-private:
-    [[noreturn]] void underflow(unsigned int n) const;
-
-    std::uint32_t capacity = 0; // elements that there is room for
-    T* base = nullptr;          // capacity + 1 elements, of which the first is never used
-    T* top = nullptr;           // the topmost element; `base` if there is none
-};
-
-extern template class QZSIGNAL_EXPORT Stack<double>;
-
-// A formula or condition over signals, in the language that docs/expression-language.md describes.
+// A formula over signals, whose value is a number, or a condition, whose value is 1 or 0.
 //
-// The constructor compiles the text to a postfix program; nothing is looked up or allocated afterwards. Signals are
-// found by name when the text is compiled, so they are defined or opened before, and outlive the expression. One thread
-// of a process builds and destroys expressions; each may be evaluated by one thread at a time.
+// The constructor compiles the text into a postfix program and finds the signals by name; evaluation looks nothing up
+// and allocates nothing. Signals are not owned: those that the text names have to be there before the expression and
+// outlive it. One thread of a process builds and destroys expressions; each is evaluated by one thread at a time.
 class QZSIGNAL_EXPORT ExpParser {
 public:
     using Operation = void (ExpParser::*)();
 
-    // Operand of one instruction. The name of a signal marks the instruction as one that reads it.
-    struct QZSIGNAL_EXPORT value_t {
+    // The operand of one instruction. A name marks the instruction as one that refers to a signal.
+    struct value_t {
+        value_t() = default;
+        value_t(double constant, std::string const& text) : value(constant), name(text) {}
+        value_t(BaseSignal* read, std::string const& text) : signal(read), name(text) {}
+
         union {
-            double value = 0;   // of `opdouble`
-            BaseSignal* signal; // of `opsignal`
+            double value = 0.0; // the constant of an `opdouble`; other operations do not read it
+            BaseSignal* signal; // the signal of an `opsignal`
         };
-        std::string name; // of the signal, otherwise empty
+        std::string name; // the signal's; otherwise empty
     };
 
     using Instruction = std::pair<Operation, value_t>;
 
-    // Every expression whose text could be parsed.
+    // Every expression whose text was accepted.
     static std::set<ExpParser*> allExpParsers;
-    // 0 is silent; 1 shows the texts and names signals without a value; 2 adds the traces of parser and scanner.
+    // 0 is silent; from 1, texts and signals without a value are shown; from 2, parser and scanner are traced.
     static int debug;
 
-    // Compiles `text`. With `edgeTrigger`, `getTrigger` reports the moment at which the condition becomes true.
-    // A name that no signal bears becomes an input signal, which is never deleted. A text that is no expression is
-    // reported, and not entered in `allExpParsers`; the object must not be evaluated then.
+    // Compiles `text`; null counts as "". With `edgeTrigger`, `getTrigger` reports rising edges only.
+    // A name that no signal bears becomes a new input signal, which the library never deletes. A text that is not an
+    // expression is reported on standard error and leaves an object that is not in `allExpParsers`, must not be
+    // evaluated, and is deleted by whoever built it.
     ExpParser(char const* text, bool edgeTrigger);
 
+    // Withdraws the expression from `allExpParsers`. Its signals stay.
     virtual ~ExpParser();
     ExpParser(ExpParser const&) = delete;
     ExpParser& operator=(ExpParser const&) = delete;
 
-    // Deletes all members of `allExpParsers`.
+    // Deletes every expression in `allExpParsers`.
     static void clear();
 
-    // Runs the program. 0 if a signal has no value yet.
+    // Runs the program and returns its result; 0 if a signal that it reads has no value. Ends the process with status 4
+    // if an operation lacks operands, and with status 2 if anything but one element is left, or there is no program:
+    // only a text that was not accepted, or an instruction that was added later, comes to that.
     double getValue();
 
-    // True if the value is above 0; with `edgeTrigger`, only if it was not so at the evaluation before.
+    // Evaluates, too: true if the value is greater than 0. With `edgeTrigger`, only if it was not so the last time.
     bool getTrigger();
 
-    // True if all signals have values. Once it is true it stays so.
+    // True if every signal that the program refers to holds a value. Once true, it stays true.
     bool isWritten();
 
-    // The newest timestamp of all signals; 0 without signals.
+    // The newest timestamp of the signals that the program refers to; 0 if there is none.
     unsigned long long getLastestTime() const;
 
-    // Message identifiers of all signals, for those who want to evaluate only what a message may have changed.
-    std::set<unsigned long long> signalMessageIds;
-
+    // Empties the evaluation stack.
     void clearstack();
 
-    // These append to the program, and are called by the parser.
+    // These append one instruction each, and are for the parser. Whatever is appended, the stack has room for it.
     void add(Instruction const& instruction);
     void add(Operation operation);
-    void add(std::string const& name); // reads a signal
-    void add(double constant);
+    void add(std::string const& name); // pushes the value of the signal of this name, which is found or made now
+    void add(double constant);         // pushes it
 
-    // The operations. They take their operands from the stack, the right one from its top, and leave their result
-    // there.
-    void opdouble();
-    void opsignal();
-    void opnot();
-    void opnz();
-    void opneg();
-    void opland();
-    void oplor();
-    void opdne();
-    void opdeq();
-    void opbne();
-    void opbeq();
-    void opge();
-    void ople();
-    void opgt();
-    void oplt();
-    void opexp();
-    void opdiv();
-    void opmult();
-    void opminus();
-    void opplus();
+    // The operations, which are for the program. Those with operands replace them by the result: `a` is the left one,
+    // `b` the right one, on the top of the stack; a condition is false if it is 0.0, and its result is 1.0 or 0.0.
+    void opdouble(); // pushes the instruction's constant
+    void opsignal(); // pushes the value of its signal; without one, the result is 0 and the program ends
+    void opnot();    // !a
+    void opnz();     // a, as it is: a number as a condition
+    void opneg();    // -a
+    void opland();   // a && b
+    void oplor();    // a || b
+    void opdne();    // a != b, numbers
+    void opdeq();    // a == b, numbers
+    void opbne();    // a != (b != 0), conditions
+    void opbeq();    // a == (b != 0), conditions
+    void opge();     // a >= b
+    void ople();     // a <= b
+    void opgt();     // a > b
+    void oplt();     // a < b
+    void opexp();    // a to the power of b; the language has no word for it
+    void opdiv();    // a / b
+    void opmult();   // a * b
+    void opminus();  // a - b
+    void opplus();   // a + b
 
 protected:
     std::vector<Instruction>::const_iterator pc; // the instruction that is being executed
-    std::vector<Instruction> program;
+    std::vector<Instruction> program;            // in postfix order
     Stack<double> stack;
     std::unique_ptr<expFlexLexer> lexer;
     std::string text;
     bool edgeTrigger;
-    bool lastTrigger = false; // what the evaluation before came to, if only edges count
+    bool lastTrigger = false; // with `edgeTrigger`: whether the last value was greater than 0
     bool written = false;     // `isWritten` has been true
 
-private:
-    friend int explex(qzsignal::TokenValue* value, void* parser);
+public:
+    // The messages that carry the program's signals, each once. What they do not change, the value does not either.
+    std::set<unsigned long long> signalMessageIds;
 
-    template <typename Function>
-    void unary(Function function);
-    template <typename Function>
-    void binary(Function function);
+private:
+    void append(Operation operation, value_t const& operand);
+
+    friend expFlexLexer& qzsignal::scannerOf(ExpParser& expression);
 };

@@ -2,7 +2,6 @@
 #include "qzsignal/expression/TokenSource.h"
 
 #include "qzsignal/expression/ExpParser.h"
-#include "qzsignal/expression/Grammar.hpp"
 #include "qzsignal/signal/Diagnostics.h"
 
 #include <cstdlib>
@@ -10,35 +9,38 @@
 
 namespace {
 
-// Where the token before the current one stands.
-int lastLine = 1;
-char const* lastText = nullptr; // null: no token came yet
+// The scanner's line before it read the current token, and the start of the token before that.
+int errorLineNumber = 1;
+char const* errorText = nullptr; // null: no token was read yet
 
 } // namespace
 
-void qzsignal::beginTokens(expFlexLexer& scanner, std::istream& input, std::string const& text) {
-    lastLine = 1;
-    lastText = nullptr;
-    scanText(scanner, input, text);
+bool qzsignal::beginTokens(expFlexLexer& scanner, std::string_view text) {
+    errorLineNumber = 1;
+    errorText = nullptr;
+    if (scanText(scanner, text))
+        return true;
+    experror("memory exhausted");
+    return false;
 }
 
-int explex(qzsignal::TokenValue* value, void* parser) {
-    expFlexLexer& scanner = *static_cast<ExpParser*>(parser)->lexer;
-    bool const first = lastText == nullptr;
-    lastLine = scanner.lineno();
-    if (!first)
-        lastText = scanner.YYText();
+int explex(YYSTYPE* value, void* parser) {
+    expFlexLexer& scanner = qzsignal::scannerOf(*static_cast<ExpParser*>(parser));
+    bool const first = errorText == nullptr;
+    errorLineNumber = scanner.lineno();
+    errorText = scanner.YYText();
     int const token = scanner.yylex();
     if (first)
-        lastText = scanner.YYText();
+        errorText = scanner.YYText();
+
     if (token == NUM) {
-        value->d_number = std::strtod(scanner.YYText(), nullptr);
+        value->number = std::strtod(scanner.YYText(), nullptr);
     } else if (token == STRING) {
         auto const length = static_cast<std::size_t>(scanner.YYLeng());
-        if (length >= sizeof value->d_name)
-            return EXPUNDEF;
-        std::memcpy(value->d_name, scanner.YYText(), length);
-        value->d_name[length] = '\0';
+        if (length >= sizeof value->name)
+            return EXPUNDEF; // no room for it: fits nowhere in the grammar
+        std::memcpy(value->name, scanner.YYText(), length);
+        value->name[length] = '\0';
     }
     return token;
 }
@@ -46,5 +48,6 @@ int explex(qzsignal::TokenValue* value, void* parser) {
 // Deliberate: the text begins with the token before the offending one, which shows the error in its context. The
 // scanner ends each token where it stands, so nothing of what follows is shown.
 void experror(char const* message) {
-    qzsignal::errorLine("expression parser: line ", lastLine, " ", message, " at '", lastText, "'");
+    qzsignal::errorLine("expression parser: line ", errorLineNumber, " ", message, " at '",
+                        errorText != nullptr ? errorText : "", "'");
 }

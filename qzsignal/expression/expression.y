@@ -1,113 +1,143 @@
-// The grammar of the expression language. Each rule appends its instruction to the program in postfix order.
+// The grammar of the expression language. Each rule appends its instruction to the program once its operands are there,
+// which makes the program postfix.
 %define api.prefix {exp}
 %define api.pure full
-%define api.value.type {union qzsignal::TokenValue}
 %define parse.trace
-%parse-param {void* parser}
-%lex-param {void* parser}
+%param {void* parser}
 
-// After an exp, a newline or ")" may end it as it is or as a condition. Both conflicts are settled by shifting: a plain
-// formula stays a number, inside parentheses as well.
+// After an exp at the end of the line, and likewise before a ')', the parser may take it as it is or make it a condition
+// first. It takes it as it is: a plain formula keeps its value, and a formula in brackets can be computed with.
 %expect 2
 
-%code requires {
-#include "qzsignal/expression/TokenSource.h"
+%code top {
+// The trace speaks in words of its own; see traceWord.
+#define YYFPRINTF qzsignal::trace
 }
 
-%code top {
-// The generator's own names and words are younger than those that readers of the trace know.
-#define YYFPRINTF qzsignal::tracePart
+// What comes with a token. A name is shorter than its array: the token source refuses others.
+%union {
+    double number;
+    char name[1024];
+}
+
+%code provides {
+// The type's name without the prefix.
+typedef EXPSTYPE YYSTYPE;
+static_assert(sizeof(YYSTYPE) == 1024, "names are limited by the array alone");
 }
 
 %code {
 #include "qzsignal/expression/ExpParser.h"
+#include "qzsignal/expression/TokenSource.h"
 
 #include <cstdio>
 #include <cstring>
 
 namespace qzsignal {
+namespace {
 
-static char const* traceName(char const* name) {
-    if (std::strcmp(name, "\"end of file\"") == 0)
-        return "$end";
-    return std::strcmp(name, "\"invalid token\"") == 0 ? "$undefined" : name;
+// Readers of the trace know it in the words that the generator used for its first decades.
+char const* traceWord(char const* word) {
+    static char const* const words[][2] = {
+        {"Reading a token\n", "Reading a token: "}, // what was read follows on the same line
+        {"\"end of file\"", "$end"},
+        {"\"invalid token\"", "$undefined"},
+    };
+    for (auto const& [now, then] : words)
+        if (std::strcmp(word, now) == 0)
+            return then;
+    return word;
 }
 
-static void tracePart(std::FILE* out, char const* text) {
-    std::fputs(std::strcmp(text, "Reading a token\n") == 0 ? "Reading a token: " : text, out);
+template <typename Number>
+Number traceWord(Number number) {
+    return number;
 }
 
-static void tracePart(std::FILE* out, char const*, char const* kind, char const* name) {
-    std::fprintf(out, "%s %s (", kind, traceName(name));
+void trace(std::FILE* out, char const* text) {
+    std::fputs(traceWord(text), out);
 }
 
-template <typename... Numbers>
-static void tracePart(std::FILE* out, char const* format, Numbers... numbers) {
-    std::fprintf(out, format, numbers...);
+template <typename... Arguments>
+void trace(std::FILE* out, char const* format, Arguments... arguments) {
+    std::fprintf(out, format, traceWord(arguments)...);
 }
 
+} // namespace
 } // namespace qzsignal
 
-// The generator hands the parse parameter to the error report as well, which has no use for it.
-static void experror(void*, char const* message) {
-    experror(message);
+namespace {
+
+// The generator hands the parser's parameter to the reporter as well, which needs none.
+void experror(void*, char const* message) {
+    ::experror(message);
 }
 
-static ExpParser& program(void* parser) {
-    return *static_cast<ExpParser*>(parser);
-}
+template <typename Instruction>
+void add(void* parser, Instruction const& instruction) {
+    static_cast<ExpParser*>(parser)->add(instruction);
 }
 
-%token <d_number> NUM
-%token <d_name> STRING
-%token RELEASED PRESSED PRESSED_LONG    // states of a key
-%token HIGH LOW                         // levels of a digital input
+} // namespace
+}
 
-// Lowest first.
-%precedence D2BOOL                      // an exp becomes a condition only if nothing can continue it
-%left LAND LOR                          // of one level: a && b || k is (a && b) || k
-%left '<' '>' NE EQ GE LE
-%left '-' '+'
-%left '*' '/'
-%precedence '!' NEG                     // prefix operators
-%precedence '^'                         // kept for a power operator; no rule uses it
+%token <number> NUM             // 1  .5  1.5E-3
+%token <name>   STRING          // CAN.Speed
+%token          RELEASED        // released: states of a key
+%token          PRESSED         // pressed
+%token          PRESSED_LONG    // pressed_long
+%token          HIGH            // high: levels of a digital input
+%token          LOW             // low
+
+// From the lowest.
+%precedence     D2BOOL                  // an exp becomes a condition only where nothing can continue it
+%left           LAND LOR                // && ||: one level, so that a && b || k is (a && b) || k
+%left           '<' '>' NE EQ GE LE     // != == >= <=: a == b == k is (a == b) == k
+%left           '-' '+'                 // a - b - k is (a - b) - k
+%left           '*' '/'
+%precedence     '!' NEG                 // prefix operators: !a && b is (!a) && b, -a * b is (-a) * b
+%precedence     '^'                     // kept for a power; no rule has it
 
 %%
 
-line: boolexp '\n'
-    | exp '\n'
-    ;
+line:
+    boolexp '\n'
+|   exp '\n'
+;
 
-boolexp: exp %prec D2BOOL               { program(parser).add(&ExpParser::opnz); }
-    | exp NE exp                        { program(parser).add(&ExpParser::opdne); }
-    | exp LE exp                        { program(parser).add(&ExpParser::ople); }
-    | exp '<' exp                       { program(parser).add(&ExpParser::oplt); }
-    | exp GE exp                        { program(parser).add(&ExpParser::opge); }
-    | exp '>' exp                       { program(parser).add(&ExpParser::opgt); }
-    | exp EQ exp                        { program(parser).add(&ExpParser::opdeq); }
-    | '!' boolexp                       { program(parser).add(&ExpParser::opnot); }
-    | boolexp LOR boolexp               { program(parser).add(&ExpParser::oplor); }
-    | boolexp LAND boolexp              { program(parser).add(&ExpParser::opland); }
-    | boolexp EQ boolexp                { program(parser).add(&ExpParser::opbeq); }
-    | boolexp NE boolexp                { program(parser).add(&ExpParser::opbne); }
-    | '(' boolexp ')'
-    ;
+boolexp:
+    exp %prec D2BOOL            { add(parser, &ExpParser::opnz); }
+|   exp NE exp                  { add(parser, &ExpParser::opdne); }
+|   exp LE exp                  { add(parser, &ExpParser::ople); }
+|   exp '<' exp                 { add(parser, &ExpParser::oplt); }
+|   exp GE exp                  { add(parser, &ExpParser::opge); }
+|   exp '>' exp                 { add(parser, &ExpParser::opgt); }
+|   exp EQ exp                  { add(parser, &ExpParser::opdeq); }
+|   '!' boolexp                 { add(parser, &ExpParser::opnot); }
+|   boolexp LOR boolexp         { add(parser, &ExpParser::oplor); }
+|   boolexp LAND boolexp        { add(parser, &ExpParser::opland); }
+|   boolexp EQ boolexp          { add(parser, &ExpParser::opbeq); }
+|   boolexp NE boolexp          { add(parser, &ExpParser::opbne); }
+|   '(' boolexp ')'
+;
 
-exp: CONST
-    | NUM                               { program(parser).add($NUM); }
-    | STRING                            { program(parser).add($STRING); }
-    | exp '+' exp                       { program(parser).add(&ExpParser::opplus); }
-    | exp '-' exp                       { program(parser).add(&ExpParser::opminus); }
-    | exp '*' exp                       { program(parser).add(&ExpParser::opmult); }
-    | exp '/' exp                       { program(parser).add(&ExpParser::opdiv); }
-    | '-' exp %prec NEG                 { program(parser).add(&ExpParser::opneg); }
-    | '+' exp
-    | '(' exp ')'
-    ;
+exp:
+    CONST
+|   NUM                         { add(parser, $NUM); }
+|   STRING                      { add(parser, std::string($STRING)); }
+|   exp '+' exp                 { add(parser, &ExpParser::opplus); }
+|   exp '-' exp                 { add(parser, &ExpParser::opminus); }
+|   exp '*' exp                 { add(parser, &ExpParser::opmult); }
+|   exp '/' exp                 { add(parser, &ExpParser::opdiv); }
+|   '-' exp %prec NEG           { add(parser, &ExpParser::opneg); }
+|   '+' exp
+|   '(' exp ')'
+;
 
-CONST: RELEASED                         { program(parser).add(0.0); }
-    | PRESSED                           { program(parser).add(1.0); }
-    | PRESSED_LONG                      { program(parser).add(2.0); }
-    | HIGH                              { program(parser).add(1.0); }
-    | LOW                               { program(parser).add(0.0); }
-    ;
+CONST:
+    RELEASED                    { add(parser, 0.0); }
+|   PRESSED                     { add(parser, 1.0); }
+|   PRESSED_LONG                { add(parser, 2.0); }
+|   HIGH                        { add(parser, 1.0); }
+|   LOW                         { add(parser, 0.0); }
+;

@@ -1,0 +1,63 @@
+// The stack on which an expression's program computes.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <iostream>
+
+// An array that is sized before the program runs, so that a push is a store and nothing else. Belongs to one expression
+// and its thread.
+//
+//     base                    top          capacity = 5, two elements
+//     |  -  | 1.0 | 2.0 |  -  |  -  |  -  |
+//                    ^ top: the topmost element, or `base` if there is none
+template <typename T>
+class Stack {
+public:
+    Stack() = default;
+    ~Stack() { delete[] base; }
+    Stack(Stack const&) = delete;
+    Stack& operator=(Stack const&) = delete;
+
+    // Makes room for a program of `instructions`; what has room already stays. Elements are not carried over, only
+    // their number is: the stack is empty while a program is being built.
+    void size(std::uint32_t instructions) {
+        if (instructions <= capacity)
+            return;
+        std::size_t const elements = depth();
+        T* const array = new T[std::size_t{instructions} + 1];
+        capacity = instructions;
+        delete[] base;
+        base = array;
+        top = array + elements;
+    }
+
+    unsigned int depth() const { return static_cast<unsigned int>(top - base); }
+
+    void clear() { top = base; }
+
+    // Ends the process with status 4, and a line on standard error, if there are fewer than `n` elements.
+    void check(unsigned int n) const {
+        if (__builtin_expect(depth() < n, 0))
+            tooFew(n);
+    }
+
+    // Precondition: there are fewer elements than `capacity`.
+    void push(T value) { *++top = value; }
+
+    // Precondition of both: there is an element.
+    T pop() { return *top--; }
+    T& back() { return *top; }
+
+    std::uint32_t capacity = 0; // instructions of the program that the array was sized for
+    T* base = nullptr;          // capacity + 1 elements; the first is never used
+    T* top = nullptr;           // the topmost element; `base` if there is none
+
+private:
+    // Deliberate: speaks of a "bool stack", whatever the elements are.
+    [[noreturn]] void tooFew(unsigned int n) const {
+        std::cerr << std::dec << "Less than " << n << " elements on bool stack (" << depth() << ")" << std::endl;
+        std::exit(4);
+    }
+};
