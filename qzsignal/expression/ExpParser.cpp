@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <utility>
 
 namespace {
 
@@ -126,10 +127,10 @@ void ExpParser::add(double constant) {
 
 // Room for as many elements as there are instructions is enough for any program. It has to grow only with what pushes,
 // which is also what a derived class may add of its own.
-void ExpParser::append(Operation operation, value_t const& operand) {
+void ExpParser::append(Operation operation, value_t operand) {
     if (operation == nullptr)
         return; // nothing that could be run
-    program.emplace_back(operation, operand);
+    program.emplace_back(operation, std::move(operand));
     qzsignal::OperationRow const* const row = qzsignal::findOperation(operation);
     if (row == nullptr || row->operands == 0)
         stack.size(static_cast<std::uint32_t>(program.size()));

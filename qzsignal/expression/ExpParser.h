@@ -126,7 +126,7 @@ public:
     std::set<unsigned long long> signalMessageIds;
 
 private:
-    void append(Operation operation, value_t const& operand);
+    void append(Operation operation, value_t operand);
 
     friend expFlexLexer& qzsignal::scannerOf(ExpParser& expression);
 };

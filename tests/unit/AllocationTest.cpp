@@ -1,6 +1,7 @@
 // What the library allocates: nothing where values are written and read, and whatever fails elsewhere leaves no trace.
 // Replaces the allocator, so it is a program of its own.
 #include "qzsignal/can/CANSignalExt.h"
+#include "qzsignal/expression/ExpParser.h"
 #include "qzsignal/input/InputSignal.h"
 #include "qzsignal/input/InputSignalExt.h"
 #include "qzsignal/trace/CANExtTraceMessage.h"
@@ -11,6 +12,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <memory>
 #include <new>
 
 namespace {
@@ -140,6 +142,53 @@ long failuresOf(Arguments const&... arguments) {
 TEST(Allocation, inputWhoseConstructionFailsAnywhereLeavesNothingBehind) {
     EXPECT_GT(failuresOf<InputSignal>("DI.3"), 2) << "registry, map and vector";
     EXPECT_GT(failuresOf<InputSignalExt>(inputDefinition("DI.3"), false), 2);
+}
+
+TEST(Allocation, evaluationOfExpressionsAllocatesNothing) {
+    SharedName const name;
+    CANSignalExt speed(definitionOf(name.name()), true);
+    InputSignal key("RC.F7");
+    std::string const condition = name.name() + " * 0.5 + 1 > 10 && RC.F7 == pressed_long || !(-AI.3 / 2 <= 0)";
+    ExpParser level(condition.c_str(), false), edge(condition.c_str(), true);
+    InputSignal* const analog = static_cast<InputSignal*>(BaseSignal::getInstance("AI.3"));
+    std::unique_ptr<InputSignal> const owner(analog);
+    double sum = 0.0;
+    int triggers = 0;
+    unsigned long long latest = 0;
+    unsigned long const before = allocations;
+    for (unsigned i = 0; i < 100; ++i) {
+        sum += level.getValue();
+        triggers += level.getTrigger() + edge.getTrigger() + level.isWritten();
+        latest += level.getLastestTime();
+        if (i == 50) {
+            speed.write(100ULL << 56, 7);
+            key.write(2, 8);
+            analog->write(3, 9);
+        }
+    }
+    EXPECT_EQ(allocations, before);
+    EXPECT_EQ(sum, 49.0);
+    EXPECT_EQ(triggers, 49 + 1 + 49);
+    EXPECT_EQ(latest, 49U * 9);
+}
+
+// The signal is there already: one that an expression makes stays.
+TEST(Allocation, expressionWhoseConstructionFailsAnywhereIsNotListed) {
+    InputSignal key("RC.F7");
+    long failures = 0;
+    for (bool built = false; !built; ++failures) {
+        allocationsLeft = failures;
+        try {
+            ExpParser const expression("RC.F7 == pressed && RC.F7 + 1 > 2", false);
+            allocationsLeft = -1;
+            built = true;
+        } catch (std::bad_alloc const&) {
+            allocationsLeft = -1;
+        }
+        EXPECT_TRUE(ExpParser::allExpParsers.empty()) << failures;
+        EXPECT_EQ(BaseSignal::instances.size(), 1U) << failures;
+    }
+    EXPECT_GT(failures, 5) << "allocations that were made to fail";
 }
 
 TEST(Allocation, constructionThatFailsAnywhereLeavesNothingBehind) {
