@@ -2,6 +2,7 @@
 #include "tools/machine/SignalReader.h"
 
 #include "qzsignal/shm/ShmSignal.h"
+#include "tools/base/ErrorCapture.h"
 #include "tools/machine/SharedSignals.h"
 
 #include <ctime>
@@ -14,6 +15,7 @@ class Reader : public ShmSignal {
 public:
     using ShmSignal::ShmSignal;
 
+    bool isAttached() const { return !d_waiting; }
     std::string const& signalName() const { return signal; }
 
     // Takes the lock; false if it gave up.
@@ -44,23 +46,41 @@ public:
     }
 };
 
+// Passes on what the library said while it attached, but for its warnings that there is nothing to attach to: the
+// signal may come or go at any moment, and whoever asks learns that from the result.
+void passOn(std::string const& messages) {
+    std::istringstream lines(messages);
+    for (std::string line; std::getline(lines, line);)
+        if (line.find(": Waiting for ") == std::string::npos)
+            std::cerr << line << std::endl;
+}
+
+bool attach(std::optional<Reader>& reader, std::string const& instance) {
+    std::string messages;
+    {
+        ErrorCapture const capture;
+        reader.emplace(instance.c_str());
+        messages = capture.text();
+    }
+    passOn(messages);
+    return reader->isAttached();
+}
+
 } // namespace
 
 std::optional<SignalState> readSignal(std::string const& instance, OnLock onLock) {
-    if (!segmentExists(instance))
-        return std::nullopt;
-    Reader reader(instance.c_str());
-    if (!reader.smInit())
+    std::optional<Reader> reader;
+    if (!segmentExists(instance) || !attach(reader, instance))
         return std::nullopt;
     SignalState state;
     state.instance = instance;
-    state.signal = reader.signalName();
-    state.unit = reader.getUnit();
-    state.type = reader.getType();
-    state.locked = !reader.open(onLock);
+    state.signal = reader->signalName();
+    state.unit = reader->getUnit();
+    state.type = reader->getType();
+    state.locked = !reader->open(onLock);
     if (!state.locked) {
-        state.value = reader.value();
-        reader.close();
+        state.value = reader->value();
+        reader->close();
     }
     return state;
 }

@@ -7,8 +7,10 @@
 
 #include <gtest/gtest.h>
 
+#include <fcntl.h>
 #include <memory>
 #include <sstream>
+#include <sys/shm.h>
 
 namespace qztool {
 namespace {
@@ -100,6 +102,16 @@ TEST_F(WatchedSignalTest, tellsNoSignalFromNoValue) {
     d_watched.look();
     EXPECT_FALSE(d_watched.isThere());
     EXPECT_EQ(shown(), "") << "gone with its writer";
+}
+
+TEST_F(WatchedSignalTest, recordThatIsNotFinishedIsNoSignal) {
+    close(open(d_name.path().c_str(), O_CREAT | O_WRONLY | O_CLOEXEC, 0666));
+    ASSERT_NE(shmget(d_name.key(), sizeof(shmSignalData_t), IPC_CREAT | 0666), -1);
+    d_watched.look();
+    EXPECT_FALSE(d_watched.isThere());
+    auto const writer = makeWriter();
+    d_watched.look();
+    EXPECT_TRUE(d_watched.isThere());
 }
 
 TEST_F(WatchedSignalTest, findsTheSegmentOfAWriterThatStartedAnew) {
