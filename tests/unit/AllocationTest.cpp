@@ -1,5 +1,6 @@
 // What the library allocates: nothing where values are written and read, and whatever fails elsewhere leaves no trace.
 // Replaces the allocator, so it is a program of its own.
+#include "qzsignal/can/CANSignal.h"
 #include "qzsignal/can/CANSignalExt.h"
 #include "qzsignal/input/InputSignal.h"
 #include "qzsignal/input/InputSignalExt.h"
@@ -47,6 +48,17 @@ canSignalDef_t definitionOf(std::string const& instance) {
     return definition;
 }
 
+canSignal_t storeDefinitionOf(std::string const& name) {
+    canSignal_t definition;
+    definition.bus = 1;
+    definition.id = 0x123;
+    definition.name = name;
+    definition.unit = "A unit that is too long to be kept without memory of its own";
+    definition.bits = 8;
+    definition.scale = 1;
+    return definition;
+}
+
 TEST(Allocation, accessesAllocateNothing) {
     SharedName const name;
     CANSignalExt signal(definitionOf(name.name()), true);
@@ -67,6 +79,23 @@ TEST(Allocation, accessesAllocateNothing) {
         all = all && CANSignalExt::signalsInUse(record, record + sizeof record);
         all = all && CANSignalExt::decodeMessage(message) != 0;
         all = all && signal.read(phys, timestamp) && signal.read(value, timestamp);
+    }
+    EXPECT_EQ(allocations, before);
+    EXPECT_TRUE(all);
+    EXPECT_EQ(value, 99U);
+}
+
+TEST(Allocation, accessesOfASelfContainedSignalAllocateNothing) {
+    SharedName const name;
+    CANSignal signal(storeDefinitionOf(name.name()), true);
+    bool all = true;
+    double phys = 0;
+    unsigned long long value = 0, timestamp = 0;
+    unsigned long const before = allocations;
+    for (unsigned char i = 0; i < 100; ++i) {
+        CANSignal::decodeMessage(1, 0x123, 0x0100000000000000ULL * i, i);
+        all = all && signal.read(phys, timestamp) && signal.read(value, timestamp);
+        all = all && signal.write(static_cast<double>(i), 5ULL) && signal.write(0x0100000000000000ULL * i, 6ULL);
     }
     EXPECT_EQ(allocations, before);
     EXPECT_TRUE(all);
@@ -162,6 +191,30 @@ TEST(Allocation, constructionThatFailsAnywhereLeavesNothingBehind) {
         }
     }
     EXPECT_GT(failures, 5) << "allocations that were made to fail";
+}
+
+TEST(Allocation, constructionOfASelfContainedSignalThatFailsAnywhereLeavesNothingBehind) {
+    SharedName const name("a name that is too long to be kept without memory of its own");
+    canSignal_t const definition = storeDefinitionOf(name.name());
+    std::vector<CANSignal*>& entry = CANSignal::canMessageVector.at(2048 + 0x123);
+    bool built = false;
+    long failures = 0;
+    for (; !built; ++failures) {
+        entry.shrink_to_fit();
+        allocationsLeft = failures;
+        try {
+            CANSignal const signal(definition, true);
+            allocationsLeft = -1;
+            built = true;
+            EXPECT_EQ(entry.size(), 1U);
+        } catch (std::bad_alloc const&) {
+            allocationsLeft = -1;
+            EXPECT_TRUE(BaseSignal::instances.empty()) << failures;
+            EXPECT_TRUE(entry.empty()) << failures;
+            EXPECT_EQ(name.segmentId(), -1) << failures;
+        }
+    }
+    EXPECT_GT(failures, 4) << "allocations that were made to fail";
 }
 
 } // namespace

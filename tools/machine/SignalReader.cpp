@@ -38,11 +38,7 @@ public:
     std::optional<SignalValue> value() {
         if (d_data->used == 0)
             return std::nullopt;
-        if (d_data->conv == 0) {
-            physical();
-            d_data->conv = 1;
-        }
-        return SignalValue{d_data->phys, d_data->value, d_data->timestamp};
+        return SignalValue{convertedOnce(), d_data->value, d_data->timestamp};
     }
 };
 
