@@ -175,6 +175,9 @@ public:
     void clear() override;
 
 protected:
+    // The same as `lock`, unless somebody else holds the lock; then it returns false.
+    bool tryLock();
+
     bool d_modified = false;
     std::size_t d_index; // in the table; behind its end: not filed
 
