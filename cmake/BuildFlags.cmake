@@ -23,6 +23,11 @@ if(QZSIGNAL_SANITIZE)
     target_link_options(qzsignal_build_flags INTERFACE -fsanitize=${QZSIGNAL_SANITIZE})
 endif()
 
+# Counts the branches that an input takes, for the fuzzers to aim at.
+if(QZSIGNAL_FUZZ)
+    target_compile_options(qzsignal_build_flags INTERFACE -fsanitize=fuzzer-no-link)
+endif()
+
 if(QZSIGNAL_COVERAGE)
     target_compile_options(qzsignal_build_flags INTERFACE --coverage -fprofile-update=atomic)
     target_link_options(qzsignal_build_flags INTERFACE --coverage)

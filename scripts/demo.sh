@@ -1,23 +1,33 @@
 #!/usr/bin/env bash
-# Shows the command at work: one process replays a recorded drive while others read its signals.
+# Shows the command at work: one process replays a recorded drive while others read its signals and wait for a trigger.
 set -euo pipefail
 
 # Read during the drive; scripts/generate-demo-drive.py defines them.
 shown=(VehicleSpeed.Speed Engine.Speed Transmission.Gear)
+condition='VehicleSpeed.Speed > 50 && RemoteControl.Trigger == pressed'
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 qzsignal=$root/build/release/tools/qzsignal
 scratch=$(mktemp -d)
 replay=
+watcher=
 
-end_replay() {
-    if [[ -n $replay ]]; then
-        kill -INT "$replay" 2>/dev/null || true
-        wait "$replay" || true
-        replay=
+# Interrupts a process, if it was started, and waits for its end.
+end() {
+    if [[ -n $1 ]]; then
+        kill -INT "$1" 2>/dev/null || true
+        wait "$1" || true
     fi
 }
-trap 'end_replay; rm -rf "$scratch"' EXIT
+end_replay() {
+    end "$replay"
+    replay=
+}
+end_watcher() {
+    end "$watcher"
+    watcher=
+}
+trap 'end_watcher; end_replay; rm -rf "$scratch"' EXIT
 trap 'exit 130' INT TERM
 
 heading() {
@@ -55,6 +65,11 @@ echo "\$ qzsignal replay --dbc drive.dbc drive.log &"
 set -m
 "$qzsignal" replay --dbc "$scratch/drive.dbc" "$scratch/drive.log" >"$scratch/replay.out" 2>&1 </dev/null &
 replay=$!
+
+heading "Watch for a trigger in another process: fast, while a key of the remote control is held"
+echo "\$ qzsignal eval --follow --wait 10 '$condition' &"
+"$qzsignal" eval --follow --wait 10 "$condition" >"$scratch/watcher.out" 2>&1 </dev/null &
+watcher=$!
 set +m
 
 for _ in {1..50}; do
@@ -87,8 +102,18 @@ show read --json "${shown[@]}"
 heading "End the replay; its signals go with it"
 end_replay
 cat "$scratch/replay.out"
+
 if show read "${shown[0]}"; then
     echo "The signal is still there."
     exit 1
 fi
 echo "It is gone."
+
+heading "What the process that watched for the trigger has seen"
+sleep 0.2 # it looks every 20 ms
+end_watcher
+cat "$scratch/watcher.out"
+
+heading "Find the same in the recording, without any process beside"
+echo "\$ qzsignal trigger --dbc drive.dbc --level '$condition' drive.log"
+"$qzsignal" trigger --dbc "$scratch/drive.dbc" --level "$condition" "$scratch/drive.log"

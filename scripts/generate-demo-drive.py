@@ -1,8 +1,9 @@
 #!/usr/bin/env python3
 """Writes the demo: drive.dbc, the signals of a small car, and drive.log, twenty seconds of its bus in candump's format.
 
-The car starts its engine, accelerates through the gears, cruises through a bend and brakes to a stop. The files are the
-same on every run, so that documents can quote what the tools make of them.
+The car starts its engine, accelerates through the gears, cruises through a bend and brakes to a stop; meanwhile, the
+driver holds the key of a remote control twice. The files are the same on every run, so that documents can quote what the
+tools make of them.
 """
 
 import argparse
@@ -20,7 +21,7 @@ NS_ :
 
 BS_:
 
-BU_: ECM TCM ABS EPS GPS Tester
+BU_: ECM TCM ABS EPS GPS RCU Tester
 
 BO_ 160 Engine: 8 ECM
  SG_ Speed : 0|16@1+ (0.25,0) [0|8000] "rpm" TCM
@@ -47,6 +48,9 @@ BO_ 513 WheelSpeeds: 8 ABS
  SG_ RearLeft : 39|16@0+ (0.01,0) [0|300] "km/h" ECM
  SG_ RearRight : 55|16@0+ (0.01,0) [0|300] "km/h" ECM
 
+BO_ 640 RemoteControl: 1 RCU
+ SG_ Trigger : 0|2@1+ (1,0) [0|2] "" Tester
+
 BO_ 768 Transmission: 2 TCM
  SG_ Gear : 0|4@1+ (1,0) [0|7] "" ECM
  SG_ OilTemperature : 8|8@1+ (1,-40) [-40|200] "degC" ECM
@@ -70,6 +74,7 @@ BA_DEF_DEF_ "GenMsgCycleTime" 0;
 @CYCLE_TIMES@
 VAL_ 160 Running 0 "Off" 1 "On" ;
 VAL_ 288 PedalPressed 0 "Released" 1 "Pressed" ;
+VAL_ 640 Trigger 0 "Released" 1 "Pressed" 2 "PressedLong" ;
 VAL_ 768 Gear 0 "Neutral" 1 "First" 2 "Second" 3 "Third" 4 "Fourth" 7 "Reverse" ;
 SIG_VALTYPE_ 2566844672 DistanceTravelled : 1;
 '''
@@ -80,6 +85,7 @@ RATIOS = {1: 13.5, 2: 7.8, 3: 5.2, 4: 3.9}  # engine revolutions per wheel revol
 SHIFT_TIMES = [(2.0, 1), (4.5, 2), (7.5, 3), (10.5, 4), (15.5, 3), (16.8, 2), (17.8, 0)]  # second, gear from then on
 # Acceleration from each second on, in m/s2.
 ACCELERATIONS = [(0.0, 0.0), (2.0, 2.8), (4.5, 2.2), (7.5, 1.7), (10.5, 0.3), (13.5, 0.0), (14.2, -4.2)]
+KEY_TIMES = [(7.0, 1), (12.0, 0), (13.0, 1), (14.6, 0)]  # second, state of the remote control's key from then on
 MASS = 1300  # kilograms
 RUNNING_AT = 0.6  # second at which the engine has started
 
@@ -180,6 +186,10 @@ def wheel_speeds(car, _count):
     return struct.pack(">4H", *map(kilometres_per_hour, wheels))
 
 
+def remote_control(car, _count):
+    return bytes((at_time(KEY_TIMES, car.time, 0),))
+
+
 def transmission(car, _count):
     return bytes((car.gear, round(48 + car.time * 0.3 + 40)))
 
@@ -202,6 +212,7 @@ MESSAGES = [
     (289, 10, 610, steering),
     (512, 20, 850, vehicle_speed),
     (513, 20, 1090, wheel_speeds),
+    (640, 50, 1210, remote_control),
     (768, 50, 1330, transmission),
     (1280, 100, 1570, diagnostics),
     (2566844672, 100, 1810, position),

@@ -8,12 +8,14 @@ Groups:
   base      compiler, build tools, libraries of the command and the tests (default)
   cross     compilers for i686 and PowerPC, and the emulator for the latter
   coverage  line coverage reports
+  fuzz      compiler and run-time libraries of the fuzzers
   lint      formatter and static checks"
 
 base=(g++ cmake ninja-build pkg-config python3 flex bison libfl-dev libgtest-dev googletest libcli11-dev nlohmann-json3-dev)
 # The cross compilers bring the targets' C and C++ libraries; i686 programs run on the host's own kernel with them.
 cross=(g++-i686-linux-gnu g++-powerpc-linux-gnu qemu-user)
 coverage=(gcovr)
+fuzz=(clang libclang-rt-14-dev)
 lint=(git clang-format clang-tidy)
 
 if [[ $# -eq 0 ]]; then
@@ -25,6 +27,7 @@ for group in "$@"; do
         base) wanted+=("${base[@]}") ;;
         cross) wanted+=("${cross[@]}") ;;
         coverage) wanted+=("${coverage[@]}") ;;
+        fuzz) wanted+=("${fuzz[@]}") ;;
         lint) wanted+=("${lint[@]}") ;;
         -h | --help)
             echo "$usage"

@@ -21,6 +21,8 @@ constexpr Subcommand subcommands[] = {
     {"replay", "Feed a recorded drive into shared signals", qztool::setUpReplay},
     {"read", "Print the values of shared signals", qztool::setUpRead},
     {"list", "List the shared signals of this machine", qztool::setUpList},
+    {"eval", "Evaluate an expression over shared signals", qztool::setUpEval},
+    {"trigger", "Find the moments of a recorded drive at which a condition becomes true", qztool::setUpTrigger},
 };
 
 bool isSubcommand(std::string const& word) {
@@ -41,11 +43,14 @@ int run(int argc, char const* const* argv, qztool::Console& console) {
     CLI::App parser("Vehicle bus signals that every process of this machine can read", "qzsignal");
     parser.set_version_flag("--version", "qzsignal " QZSIGNAL_VERSION);
     parser.footer(std::string("\n") + qztool::exitStatusHelp +
+                  "Eval and trigger end with 0 if the condition is true and with 1 if it is not.\n"
                   "\nExamples:\n"
                   "  qzsignal replay --dbc car.dbc drive.log\n"
                   "  candump -L can0 | qzsignal replay --dbc car.dbc -\n"
                   "  qzsignal read Engine.Speed --wait 5\n"
-                  "  qzsignal list --json\n");
+                  "  qzsignal list --json\n"
+                  "  qzsignal eval --follow 'Engine.Speed > 3000'\n"
+                  "  qzsignal trigger --dbc car.dbc 'Engine.Speed > 3000' drive.log\n");
     parser.require_subcommand(1);
     int status = qztool::exitSuccess;
     for (Subcommand const& each : subcommands) {

@@ -1,33 +1,26 @@
 // Definition, attachment and the locked accesses of a shared signal.
 #include "qzsignal/shm/ShmSignal.h"
 
+#include "qzsignal/shm/OrderedStores.h"
+#include "qzsignal/shm/RecordText.h"
 #include "qzsignal/signal/Conversion.h"
 #include "qzsignal/signal/Diagnostics.h"
 #include "qzsignal/signal/Printing.h"
 
-#include <atomic>
 #include <cstring>
 
 namespace {
 
 using qzsignal::debugging;
 using qzsignal::debugLine;
+using qzsignal::keepOrder;
+using qzsignal::textOf;
 
 constexpr qzsignal::RecordFamily family = {"ShmSignal", sizeof(shmSignalData_t), 0666};
-
-// What a record holds before anything was written: patterns that catch the eye in a dump.
-constexpr std::uint64_t unwrittenValue = 0x00000000AAAAAAAA;
-constexpr std::uint64_t unwrittenTimestamp = 0x0000000055555555;
 
 // In `pending`: `value` and `phys` hold a payload and a timestamp that are about to be stored. No other process looks
 // at them meanwhile, and both are derived from what is stored, so they are free for that.
 constexpr std::uint8_t storePending = 0x5A;
-
-// What is on either side of it reaches the record in this order. That is all it takes for the owner's death: whoever
-// takes the lock over sees everything that the owner did before it died.
-void keepOrder() {
-    std::atomic_signal_fence(std::memory_order_seq_cst);
-}
 
 std::uint64_t bitsOf(double const& number) {
     std::uint64_t bits = 0;
@@ -39,99 +32,56 @@ void setBits(double& number, std::uint64_t bits) {
     std::memcpy(&number, &bits, sizeof number);
 }
 
-// Cuts to 31 characters; the rest of the field is zeroed, so that nothing of an earlier run shines through.
-template <std::size_t Size>
-void copyText(char (&field)[Size], std::string const& text) {
-    std::memset(field, 0, Size);
-    std::memcpy(field, text.data(), std::min(text.size(), Size - 1));
-}
-
-// The text of a field that another process wrote, and may have left without its end.
-template <std::size_t Size>
-std::string textOf(char const (&field)[Size]) {
-    return std::string(field, strnlen(field, Size));
+void fill(shmSignalData_t& record, baseSignalDef_t const& definition) {
+    record.pending = 0;
+    record.conv = false;
+    qzsignal::copyText(record.signal, definition.signal);
+    qzsignal::copyText(record.unit, definition.unit);
+    record.type = definition.type;
+    record.startbit = definition.startbit;
+    record.bits = definition.bits;
+    record.scale = definition.scale;
+    record.offset = definition.offset;
+    record.endian = definition.endian;
+    record.rawValue = qzsignal::unwrittenValue;
+    record.value = qzsignal::unwrittenValue;
+    record.phys = static_cast<double>(qzsignal::unwrittenValue);
+    record.timestamp = qzsignal::unwrittenTimestamp;
 }
 
 } // namespace
 
 ShmSignal::ShmSignal(baseSignalDef_t const& definition, bool shared)
-    : BaseSignal(definition.instance.c_str(), definition.signal.c_str()), SharedSegment(true, shared) {
-    qzsignal::initRecordMutex(d_localData.mutex);
-    {
-        // Readers that are attached to a record of an earlier run see it change as a whole.
-        qzsignal::RecordResetLock lock;
-        if (d_shared)
-            createSegment(lock);
-        initialiseRecord(definition);
-    }
+    : BaseSignal(definition.instance.c_str(), definition.signal.c_str()), SharedRecord(family, true, shared) {
+    defineRecord(instance, [&definition](shmSignalData_t& record) { fill(record, definition); });
     cInit();
     d_valid = true;
     if (debugging())
         qzsignal::traceCreated("ShmSignal", instance, shared, *this);
 }
 
-ShmSignal::ShmSignal(char const* instanceName) : BaseSignal(instanceName, ""), SharedSegment(false, true) {
-    qzsignal::initRecordMutex(d_localData.mutex);
+ShmSignal::ShmSignal(char const* instanceName) : BaseSignal(instanceName, ""), SharedRecord(family, false, true) {
     smInit();
-    if (debugging()) {
-        debugLine("ShmSignal ", instance, " created ",
-                  d_valid ? "(shared memory found)." : "(shared memory NOT found).");
-        if (d_valid)
-            qzsignal::writeLine(std::cout, "", *this);
-    }
+    if (debugging())
+        qzsignal::traceOpened("ShmSignal", instance, d_valid, *this);
 }
 
 ShmSignal::~ShmSignal() {
-    release(family, instance, segment());
+    releaseRecord(instance);
 }
 
 bool ShmSignal::createSharedMemory() {
-    qzsignal::RecordResetLock lock;
-    return createSegment(lock);
-}
-
-bool ShmSignal::createSegment(qzsignal::RecordResetLock& lock) {
-    void* const record = create(family, instance, lock);
-    d_data = record != nullptr ? static_cast<shmSignalData_t*>(record) : &d_localData;
-    return record != nullptr;
+    return createRecord(instance);
 }
 
 bool ShmSignal::smInit() {
     if (!d_waiting)
         return true;
-    void* const record = attach(family, instance);
-    if (record == nullptr)
+    if (!attachRecord(instance))
         return false;
-    d_data = static_cast<shmSignalData_t*>(record);
-    signal = textOf(d_data->signal);
-    d_waiting = false;
-    d_valid = true;
     cInit();
+    signal = textOf(d_data->signal);
     return true;
-}
-
-void ShmSignal::initialiseRecord(baseSignalDef_t const& definition) {
-    d_data->used = false;
-    withdrawRecord(d_data->size);
-    d_data->pending = 0;
-    d_data->conv = false;
-    copyText(d_data->signal, definition.signal);
-    copyText(d_data->unit, definition.unit);
-    d_data->type = definition.type;
-    d_data->startbit = definition.startbit;
-    d_data->bits = definition.bits;
-    d_data->scale = definition.scale;
-    d_data->offset = definition.offset;
-    d_data->endian = definition.endian;
-    d_data->rawValue = unwrittenValue;
-    d_data->value = unwrittenValue;
-    d_data->phys = static_cast<double>(unwrittenValue);
-    d_data->timestamp = unwrittenTimestamp;
-    publishRecord(d_data->size, family);
-}
-
-void* ShmSignal::segment() const {
-    return d_data != &d_localData ? d_data : nullptr;
 }
 
 void ShmSignal::cInit() {
@@ -152,6 +102,14 @@ void ShmSignal::physical() {
     qzsignal::convert(d_data->value, d_data->type, d_data->scale, d_data->offset, d_data->phys);
     if (debugging())
         debugLine(instance, " = ", d_data->phys);
+}
+
+double ShmSignal::convertedOnce() {
+    if (d_data->conv == 0) {
+        physical();
+        d_data->conv = true;
+    }
+    return d_data->phys;
 }
 
 char const* ShmSignal::getUnit() const {
@@ -180,11 +138,7 @@ bool ShmSignal::read(double& phys, unsigned long long& timestamp) {
     qzsignal::RecordLock<ShmSignal> const guard(*this);
     bool const used = d_data->used != 0;
     if (used) {
-        if (d_data->conv == 0) {
-            physical();
-            d_data->conv = true;
-        }
-        phys = d_data->phys;
+        phys = convertedOnce();
         timestamp = d_data->timestamp;
     }
     if (debugging())
@@ -275,14 +229,11 @@ void ShmSignal::clear() {
 }
 
 void ShmSignal::lock() {
-    if (d_shared)
-        settle(qzsignal::lockRecord(d_data->mutex, family.d_label, instance));
+    settle(lockRecord(instance));
 }
 
 bool ShmSignal::tryLock() {
-    if (!d_shared)
-        return true;
-    qzsignal::LockOutcome const outcome = qzsignal::tryLockRecord(d_data->mutex, family.d_label, instance);
+    qzsignal::LockOutcome const outcome = tryLockRecord(instance);
     settle(outcome);
     return outcome != qzsignal::LockOutcome::Busy;
 }
@@ -304,8 +255,7 @@ void ShmSignal::settle(qzsignal::LockOutcome outcome) {
 }
 
 void ShmSignal::unlock() {
-    if (d_shared)
-        qzsignal::unlockRecord(d_data->mutex, family.d_label, instance);
+    unlockRecord(instance);
 }
 
 void ShmSignal::describe(std::ostream& out, std::uint64_t timestamp) const {

@@ -3,7 +3,7 @@
 
 #include "qzsignal/Export.h"
 #include "qzsignal/shm/RecordLock.h"
-#include "qzsignal/shm/SharedSegment.h"
+#include "qzsignal/shm/SharedRecord.h"
 #include "qzsignal/signal/BaseSignal.h"
 #include "qzsignal/signal/BitLayout.h"
 
@@ -37,16 +37,11 @@ struct shmSignalData_t {
 
 namespace qzsignal {
 
-// Bytes by which the record is longer on this host than on a 32-bit target. The second number counts the padding that
-// the 8-byte fields need on top; it is the same for all of them.
-constexpr std::size_t recordShift = offsetof(shmSignalData_t, used) - 28;
-constexpr std::size_t alignedRecordShift = (recordShift + 7) / 8 * 8;
-
 static_assert(sizeof(void*) != 4 || (sizeof(pthread_mutex_t) == 24 && sizeof(shmSignalData_t) == 160),
               "the record is 160 bytes on a 32-bit target");
 static_assert(sizeof(void*) != 8 || (recordShift == 20 && sizeof(shmSignalData_t) == 184),
               "the record is 184 bytes on a 64-bit host");
-static_assert(offsetof(shmSignalData_t, size) == 0 && offsetof(shmSignalData_t, mutex) == recordMutexOffset, "");
+static_assert(offsetof(shmSignalData_t, used) == 28 + recordShift, "");
 static_assert(offsetof(shmSignalData_t, conv) == 29 + recordShift, "");
 static_assert(offsetof(shmSignalData_t, signal) == 30 + recordShift, "");
 static_assert(offsetof(shmSignalData_t, unit) == 62 + recordShift, "");
@@ -69,7 +64,9 @@ static_assert(offsetof(shmSignalData_t, timestamp) == 152 + alignedRecordShift, 
 // One process defines it and owns the segment; any number of others open it by its instance name, even before it is
 // there: until then their accesses fail with a warning each, and the first one after attaches. Reading and writing take
 // the record's lock; creating, clearing, printing and the getters do not. One thread of a process uses the object.
-class QZSIGNAL_EXPORT ShmSignal : public BaseSignal, protected qzsignal::SharedSegment, protected qzsignal::BitLayout {
+class QZSIGNAL_EXPORT ShmSignal : public BaseSignal,
+                                  protected qzsignal::SharedRecord<shmSignalData_t>,
+                                  protected qzsignal::BitLayout {
 public:
     // Defines the signal, in a shared segment or (`shared` false) in the object. A record that another run left behind
     // is initialised anew, under readers that are attached to it. If the segment cannot be had, that is reported and
@@ -137,19 +134,17 @@ protected:
     // The same as `lock`, unless somebody else holds the lock; then it returns false.
     bool tryLock();
 
-    shmSignalData_t d_localData{};          // used in local mode, before attachment, and if there is no segment
-    shmSignalData_t* d_data = &d_localData; // the record in use
+    // The record's physical value, computed unless somebody did so since the value changed. The lock is held.
+    double convertedOnce();
+
     bool d_modified = false;
 
 private:
     friend class qzsignal::RecordLock<ShmSignal>;
 
-    bool createSegment(qzsignal::RecordResetLock& lock);
     void settle(qzsignal::LockOutcome outcome);
     void store(std::uint64_t raw, std::uint64_t timestamp);
     void describe(std::ostream& out, std::uint64_t timestamp) const;
-    void initialiseRecord(baseSignalDef_t const& definition);
-    void* segment() const; // the attached record, or null
 };
 
 // Writes the description as labels and values, without an end of line. Leaves the stream in hexadecimal with '0' as its

@@ -90,9 +90,14 @@ void BitLayout::traceExtraction(char const* label, char const* instance, std::ui
     for (unsigned byte = 0; byte < payloadBytes; ++byte)
         bytes << (byte == 0 ? "" : "-") << std::setw(2) << (rawWord >> bytePosition(byte) & 0xff);
     debugLine(label, "::decode: ", instance, ": ", bytes.str());
-    debugLine(label, "::decode: ", order == ByteOrder::Big ? "big" : "little", " endian, bits = ", bits,
-              ", startbit = ", startBit, ", maskBits = ", std::hex, d_maksBits, ", signBit = ", d_signBit,
-              ", item = ", Hex16{value});
+    traceResult(label, "decode", startBit, bits, order, "item", value);
+}
+
+void BitLayout::traceResult(char const* label, char const* operation, unsigned startBit, unsigned bits, ByteOrder order,
+                            char const* name, std::uint64_t result) const {
+    debugLine(label, "::", operation, ": ", order == ByteOrder::Big ? "big" : "little", " endian, bits = ", bits,
+              ", startbit = ", startBit, ", maskBits = ", std::hex, d_maksBits, ", signBit = ", d_signBit, ", ", name,
+              " = ", Hex16{result});
 }
 
 } // namespace qzsignal

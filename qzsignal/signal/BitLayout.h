@@ -51,6 +51,10 @@ struct QZSIGNAL_EXPORT BitLayout {
     // Debug output gets the two lines on one extraction; `label` is the class and `instance` the signal it was for.
     void traceExtraction(char const* label, char const* instance, std::uint64_t rawWord, unsigned startBit,
                          unsigned bits, ByteOrder order, std::uint64_t value) const;
+
+    // Debug output gets the line on how `operation` made a number, `result`, that is called `name` there.
+    void traceResult(char const* label, char const* operation, unsigned startBit, unsigned bits, ByteOrder order,
+                     char const* name, std::uint64_t result) const;
 };
 
 } // namespace qzsignal

@@ -49,6 +49,14 @@ void traceCreated(char const* label, std::string const& instance, bool shared, S
     writeLine(std::cout, "", signal);
 }
 
+// The same on one that was opened by name; there is nothing to describe while it waits for its record.
+template <typename Signal>
+void traceOpened(char const* label, std::string const& instance, bool found, Signal const& signal) {
+    debugLine(label, " ", instance, " created ", found ? "(shared memory found)." : "(shared memory NOT found).");
+    if (found)
+        writeLine(std::cout, "", signal);
+}
+
 // "[WARNING] " to standard error.
 template <typename... Parts>
 void warningLine(Parts const&... parts) {

@@ -27,6 +27,16 @@ void file(DispatchMap<Signal>& map, unsigned long long key, Signal* signal) {
     }
 }
 
+// Takes a signal out of those of one message. False if it is none of them.
+template <typename Signal>
+bool remove(std::vector<Signal*>& signals, Signal const* signal) {
+    auto const place = std::find(signals.begin(), signals.end(), signal);
+    if (place == signals.end())
+        return false;
+    signals.erase(place);
+    return true;
+}
+
 // Takes a signal out. A key without an entry is that of a signal that was never filed; an entry that does not hold the
 // signal means that somebody else has changed the map, and is reported under the kind's class name.
 template <typename Signal>
@@ -34,14 +44,11 @@ void withdraw(DispatchMap<Signal>& map, unsigned long long key, Signal const* si
     auto const entry = map.find(key);
     if (entry == map.end())
         return;
-    std::vector<Signal*>& signals = entry->second;
-    auto const place = std::find(signals.begin(), signals.end(), signal);
-    if (place == signals.end()) {
+    if (!remove(entry->second, signal)) {
         errorLine(label, "::~", label, "(): instance not found in vector");
         return;
     }
-    signals.erase(place);
-    if (signals.empty())
+    if (entry->second.empty())
         map.erase(entry);
 }
 
@@ -52,20 +59,28 @@ std::vector<Signal*> const* find(DispatchMap<Signal> const& map, unsigned long l
     return entry != map.end() ? &entry->second : nullptr;
 }
 
-// Hands the signals filed under a key to `feed`, one by one. Returns the key, or 0 if there are none. `feed` must not
-// build or destroy signals. Debug output gets two lines on each signal before it is fed.
+// Hands the signals of one message to `feed`, one by one. `feed` must not build or destroy signals. Debug output gets
+// two lines on each signal before it is fed; the first, with its address, is headed by `label` and left out if that is
+// null.
+template <typename Signal, typename Feed>
+void feedEach(std::vector<Signal*> const& signals, char const* label, Feed feed) {
+    for (Signal* const signal : signals) {
+        if (debugging()) {
+            if (label != nullptr)
+                debugLine(label, "::decodeMessage: addr = ", static_cast<void const*>(signal));
+            debugLine("Signal = ", instanceOf(*signal));
+        }
+        feed(*signal);
+    }
+}
+
+// The same with the signals filed under a key. Returns the key, or 0 if there are none.
 template <typename Signal, typename Feed>
 unsigned long long deliver(DispatchMap<Signal> const& map, unsigned long long key, char const* label, Feed feed) {
     std::vector<Signal*> const* const signals = find(map, key);
     if (signals == nullptr)
         return 0;
-    for (Signal* const signal : *signals) {
-        if (debugging()) {
-            debugLine(label, "::decodeMessage: addr = ", static_cast<void const*>(signal));
-            debugLine("Signal = ", instanceOf(*signal));
-        }
-        feed(*signal);
-    }
+    feedEach(*signals, label, feed);
     return key;
 }
 

@@ -21,4 +21,19 @@ constexpr std::uint64_t canKey(std::uint8_t channel, std::uint32_t identifier, b
     return (std::uint64_t{channel} << 32) + identifier + (extended ? 0x80000000U : 0U) + canTag;
 }
 
+// The part of a LIN frame's key that is below the tag. An identifier of more than eight bits is added into the channel.
+constexpr std::uint64_t untaggedLinKey(std::uint8_t channel, std::uint32_t identifier) {
+    return (std::uint64_t{channel} << 8) + identifier;
+}
+
+// Key of a LIN frame, `identifier` without parity bits.
+constexpr std::uint64_t linKey(std::uint8_t channel, std::uint32_t identifier) {
+    return linTag + untaggedLinKey(channel, identifier);
+}
+
+// Key of a FlexRay frame, from its id in the table of frames (flexray/FlexRayIdTable.h).
+constexpr std::uint64_t flexRayKey(std::uint16_t id) {
+    return flexRayTag + id;
+}
+
 } // namespace qzsignal

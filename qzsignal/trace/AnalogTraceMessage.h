@@ -9,12 +9,12 @@
 struct AnalogEntry {
     std::uint16_t channel = 0; //  0  input number
 private:
-    unsigned char d_reserved2[6] = {};
+    [[maybe_unused]] unsigned char d_reserved2[6] = {};
 
 public:
     std::int32_t reading = 0; //  8  unscaled
 private:
-    unsigned char d_reserved12[8] = {};
+    [[maybe_unused]] unsigned char d_reserved12[8] = {};
 };
 
 struct AnalogTraceMessage : MessageBase {

@@ -9,13 +9,13 @@ struct QZSIGNAL_EXPORT CANExtTraceMessage : MessageBase {
     unsigned long long timestamp = 0; // 32  time of the frame; signals take it over unchanged
     unsigned char channel = 0;        // 40  bus channel that received the frame
 private:
-    unsigned char d_reserved41[11] = {};
+    [[maybe_unused]] unsigned char d_reserved41[11] = {};
 
 public:
     std::uint32_t extended = 0; // 52  non-zero: 29-bit identifier
     unsigned char length = 0;   // 56  payload bytes; of more than 8 the first 8 count
 private:
-    unsigned char d_reserved57[3] = {};
+    [[maybe_unused]] unsigned char d_reserved57[3] = {};
 
 public:
     std::uint32_t identifier = 0;  // 60  without flag bits

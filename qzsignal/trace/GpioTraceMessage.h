@@ -9,7 +9,7 @@
 struct GpioEntry {
     std::uint16_t input = 0; //  0  input number
 private:
-    unsigned char d_reserved2[6] = {};
+    [[maybe_unused]] unsigned char d_reserved2[6] = {};
 
 public:
     std::uint16_t mask = 0;   //  8  bits that are reported

@@ -10,7 +10,7 @@ struct LINTraceMessage : MessageBase {
     std::vector<unsigned char> data;  // 40  payload
     unsigned char channel = 0;        // 52  bus channel
 private:
-    unsigned char d_reserved53[11] = {};
+    [[maybe_unused]] unsigned char d_reserved53[11] = {};
 
 public:
     unsigned char identifier = 0; // 64  protected identifier: the frame identifier is in the low 6 bits

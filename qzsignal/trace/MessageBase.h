@@ -17,5 +17,5 @@ protected:
     MessageBase() = default;
 
 private:
-    unsigned char d_reserved[32] = {};
+    [[maybe_unused]] unsigned char d_reserved[32] = {};
 };

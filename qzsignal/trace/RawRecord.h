@@ -11,11 +11,16 @@ namespace qzsignal {
 
 // Offsets of the fields that pre-filters read; all numbers are big-endian and none is aligned.
 namespace record {
-constexpr std::size_t channel = 14;       // 8 bits, all records; in those of inputs, the number of the input
-constexpr std::size_t inputMark = 16;     // 8 bits, digital and analog records: 1 unless they are to be passed over
-constexpr std::size_t digitalMask = 17;   // 8 bits, digital records: the bits that are reported
-constexpr std::size_t canIdentifier = 18; // 32 bits, with bit 31 set for an extended identifier
-constexpr std::size_t canEnd = 22;        // behind the last field of a CAN record that is read here
+constexpr std::size_t channel = 14;        // 8 bits, CAN and LIN; in records of inputs, the number of the input
+constexpr std::size_t flexRayChannel = 15; // 8 bits, channel code
+constexpr std::size_t inputMark = 16;      // 8 bits, digital and analog: 1 unless the record is to be passed over
+constexpr std::size_t digitalMask = 17;    // 8 bits, digital: the bits that are reported
+constexpr std::size_t canIdentifier = 18;  // 32 bits, with bit 31 set for an extended identifier
+constexpr std::size_t canEnd = 22;         // behind the last field of a CAN record that is read here
+constexpr std::size_t flexRaySlot = 19;    // 16 bits
+constexpr std::size_t flexRayLeast = 20;   // bytes of the shortest FlexRay record that is looked at
+constexpr std::size_t flexRayCycle = 24;   // 8 bits
+constexpr std::size_t linIdentifier = 26;  // 16 bits, the frame identifier without its parity bits
 
 // Types of the records of inputs.
 constexpr std::uint16_t analogType = 0x12;

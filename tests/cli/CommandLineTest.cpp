@@ -13,12 +13,13 @@ TEST(CommandLine, helpNamesSubcommandsExitStatusesAndExamples) {
     Result const result({"--help"});
     EXPECT_EQ(result.status, 0);
     EXPECT_EQ(result.errors, "");
-    for (char const* const part : {"replay", "read", "list", "Exit status:", "  64  ", "  65  ", "  69  ", "Examples:"})
+    for (char const* const part :
+         {"replay", "read", "list", "eval", "trigger", "Exit status:", "  64  ", "  65  ", "  69  ", "Examples:"})
         EXPECT_TRUE(contains(result.output, part)) << part;
 }
 
 TEST(CommandLine, subcommandsHaveHelpOfTheirOwn) {
-    for (char const* const subcommand : {"replay", "read", "list"}) {
+    for (char const* const subcommand : {"replay", "read", "list", "eval", "trigger"}) {
         Result const result({subcommand, "--help"});
         EXPECT_EQ(result.status, 0);
         EXPECT_TRUE(contains(result.output, "Examples:\n  qzsignal " + std::string(subcommand))) << result.output;
@@ -41,6 +42,13 @@ TEST(CommandLine, mistakesAreUsageErrorsWithNothingOnStandardOutput) {
         {{"replay", "--dbc", "car.dbc", "--speed", "fast", "drive.log"}, "--speed"},
         {{"replay", "--dbc", "car.dbc", "--speed", "2", "--fast", "drive.log"}, "--fast"},
         {{"read", "x", "--wait", "-1"}, "--wait"},
+        {{"eval"}, "EXPR"},
+        {{"eval", "1", "2"}, "2"},
+        {{"eval", "1", "--wait", "-1"}, "--wait"},
+        {{"eval", "1", "--follow", "--interval", "0"}, "--interval"},
+        {{"trigger", "1", "drive.log"}, "--dbc"},
+        {{"trigger", "--dbc", "car.dbc", "1"}, "TRACE"},
+        {{"trigger", "--dbc", "car.dbc", "--format", "xml", "1", "drive.log"}, "--format"},
         {{"--surplus"}, "subcommand"},
     };
     for (auto const& each : cases) {

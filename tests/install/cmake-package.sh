@@ -1,25 +1,28 @@
 #!/usr/bin/env bash
-# An outside CMake project finds the package, builds against it and runs.
+# The example of an outside CMake project finds the package, builds against it and runs.
 set -euo pipefail
 # shellcheck source-path=SCRIPTDIR source=settings.sh.in
 source "$1"
 
-build=$work_dir/cmake-consumer
+example=$source_dir/../../examples/installed
+build=$work_dir/cmake-package
 rm -rf "$build"
-"$cmake" -S "$source_dir/consumer" -B "$build" -G Ninja -DCMAKE_CXX_COMPILER="$compiler" \
-    -DCMAKE_PREFIX_PATH="$prefix" -DWANTED_VERSION="${version%.*}"
+"$cmake" -S "$example" -B "$build" -G Ninja -DCMAKE_CXX_COMPILER="$compiler" -DCMAKE_PREFIX_PATH="$prefix"
 "$cmake" --build "$build"
-expect_same "output" "$("$build/consumer")" "speed = 105.5 at 1234"
+expect_same "output" "$("$build/installed")" "105.5 at 1234, fast"
 
 # The library that was found is the installed one.
-expect_same "library" "$(ldd "$build/consumer" | sed -n 's/.*libqzsignal[^ ]* => \([^ ]*\) .*/\1/p')" \
+expect_same "library" "$(ldd "$build/installed" | sed -n 's/.*libqzsignal[^ ]* => \([^ ]*\) .*/\1/p')" \
     "$prefix/$libdir/libqzsignal.so.$soversion"
 
 # Before 1.0 a program that was written for another minor version is turned away.
-other=${version%%.*}.0
-if "$cmake" -S "$source_dir/consumer" -B "$build-other" -G Ninja -DCMAKE_CXX_COMPILER="$compiler" \
-    -DCMAKE_PREFIX_PATH="$prefix" -DWANTED_VERSION="$other" >"$work_dir/other.log" 2>&1; then
-    echo "version $other was asked for and $version found"
+other=$work_dir/other-version
+rm -rf "$other"
+cp -r "$example" "$other"
+sed -i "s/find_package(qzsignal [0-9.]*/find_package(qzsignal ${version%%.*}.0/" "$other/CMakeLists.txt"
+if "$cmake" -S "$other" -B "$other/build" -G Ninja -DCMAKE_CXX_COMPILER="$compiler" \
+    -DCMAKE_PREFIX_PATH="$prefix" >"$work_dir/other.log" 2>&1; then
+    echo "another version was asked for, and $version found"
     exit 1
 fi
 grep --quiet "qzsignalConfig.cmake, version: $version" "$work_dir/other.log"

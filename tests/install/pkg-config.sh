@@ -9,5 +9,5 @@ expect_same "version" "$(pkg-config --modversion qzsignal)" "$version"
 
 program=$work_dir/pkg-config-consumer
 read -r -a flags < <(pkg-config --cflags --libs qzsignal)
-"$compiler" -std=c++17 "$source_dir/consumer/main.cpp" -o "$program" "${flags[@]}"
-expect_same "output" "$(LD_LIBRARY_PATH=$prefix/$libdir "$program")" "speed = 105.5 at 1234"
+"$compiler" -std=c++17 "$source_dir/../../examples/installed/main.cpp" -o "$program" "${flags[@]}"
+expect_same "output" "$(LD_LIBRARY_PATH=$prefix/$libdir "$program")" "105.5 at 1234, fast"

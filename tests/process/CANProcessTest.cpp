@@ -1,8 +1,7 @@
 // CAN frames that one process decodes into signals that another one reads.
 #include "qzsignal/can/CANSignalExt.h"
 #include "qzsignal/trace/CANExtTraceMessage.h"
-#include "tests/process/Process.h"
-#include "tests/process/Shared.h"
+#include "tests/process/Steps.h"
 #include "tests/support/Capture.h"
 #include "tests/support/SharedName.h"
 
@@ -50,19 +49,11 @@ constexpr Frame frames[] = {
     {0x123, {0x02, 0x00, 0x7f}, 0x123456789abcdef0},
 };
 
-struct Steps {
-    SharedCounter d_asked; // frames that may be decoded
-    SharedCounter d_decoded;
-};
-
 void decodeFrames(SharedName const& speed, SharedName const& temperature, Steps& steps) {
     std::vector<canSignalDef_t> const definition = definitions(speed, temperature);
     CANSignalExt const first(definition[0], true);
     CANSignalExt const second(definition[1], true);
-    std::uint32_t decoded = 0;
     for (Frame const& frame : frames) {
-        if (!waitUntil([&] { return steps.d_asked > decoded; }))
-            _exit(EXIT_FAILURE);
         CANExtTraceMessage message;
         message.timestamp = frame.d_timestamp;
         message.channel = 1;
@@ -71,26 +62,15 @@ void decodeFrames(SharedName const& speed, SharedName const& temperature, Steps&
         for (unsigned i = 0; i < sizeof frame.d_payload; ++i)
             message.payload[i] = frame.d_payload[i];
         unsigned long long const key = frame.d_identifier == 0x123 ? 0x8000000100000123ULL : 0;
-        if (CANSignalExt::decodeMessage(message) != key)
+        if (CANSignalExt::decodeMessage(message) != key || !steps.next())
             _exit(EXIT_FAILURE);
-        steps.d_decoded = ++decoded;
     }
-    waitUntil([&] { return steps.d_asked > decoded; });
 }
 
-void expectValue(char const* instance, unsigned long long raw, double phys, unsigned long long timestamp) {
+void expectNamed(char const* instance, unsigned long long raw, double phys, unsigned long long timestamp) {
     BaseSignal* const signal = BaseSignal::getInstance(instance);
     ASSERT_NE(signal, nullptr);
-    unsigned long long rawRead = 0;
-    double physRead = 0.0;
-    unsigned long long rawTimestamp = 0;
-    unsigned long long physTimestamp = 0;
-    EXPECT_TRUE(signal->read(rawRead, rawTimestamp));
-    EXPECT_TRUE(signal->read(physRead, physTimestamp));
-    EXPECT_EQ(rawRead, raw);
-    EXPECT_EQ(physRead, phys);
-    EXPECT_EQ(rawTimestamp, timestamp);
-    EXPECT_EQ(physTimestamp, timestamp);
+    expectValue(*signal, raw, phys, timestamp);
 }
 
 // How many of this process's signals hold a value older than `time`. Their frames are not known here: each is listed
@@ -115,32 +95,27 @@ TEST(CANProcessTest, decodedFramesReachTheSignalsOfAnotherProcess) {
 
     Shared<Steps> steps;
     Process decoder([&] { decodeFrames(speed, temperature, *steps); });
-    auto const decode = [&](std::uint32_t count) {
-        steps->d_asked = count;
-        return waitUntil([&] { return steps->d_decoded == count; });
-    };
-
-    ASSERT_TRUE(decode(1));
+    ASSERT_TRUE(steps->reach(1));
     errors.take();
-    expectValue(speed.c_str(), 0x0100, 74.0, 1000);
-    expectValue(temperature.c_str(), 0xffffffffffffffff, -41.0, 1000);
+    expectNamed(speed.c_str(), 0x0100, 74.0, 1000);
+    expectNamed(temperature.c_str(), 0xffffffffffffffff, -41.0, 1000);
     EXPECT_STREQ(canReader.getUnit(), "km/h");
     EXPECT_EQ(shmReader.getType(), signalSigned);
     EXPECT_EQ(silentAt(1000), 0U);
     EXPECT_EQ(silentAt(1001), 2U);
 
-    ASSERT_TRUE(decode(2));
-    expectValue(speed.c_str(), 0x0100, 74.0, 1000);
+    ASSERT_TRUE(steps->reach(2));
+    expectNamed(speed.c_str(), 0x0100, 74.0, 1000);
     EXPECT_EQ(silentAt(1500), 2U);
 
-    ASSERT_TRUE(decode(3));
-    expectValue(speed.c_str(), 0x0200, 138.0, 2000);
-    expectValue(temperature.c_str(), 0xffffffffffffffff, -41.0, 2000);
+    ASSERT_TRUE(steps->reach(3));
+    expectNamed(speed.c_str(), 0x0200, 138.0, 2000);
+    expectNamed(temperature.c_str(), 0xffffffffffffffff, -41.0, 2000);
     EXPECT_EQ(silentAt(2000), 0U);
 
-    ASSERT_TRUE(decode(4));
-    expectValue(speed.c_str(), 0x0200, 138.0, 0x123456789abcdef0);
-    expectValue(temperature.c_str(), 0x7f, 87.0, 0x123456789abcdef0);
+    ASSERT_TRUE(steps->reach(4));
+    expectNamed(speed.c_str(), 0x0200, 138.0, 0x123456789abcdef0);
+    expectNamed(temperature.c_str(), 0x7f, 87.0, 0x123456789abcdef0);
 
     steps->d_asked = 5;
     EXPECT_TRUE(decoder.finished());
@@ -153,9 +128,8 @@ TEST(CANProcessTest, signalOpenedByNameIsNotFedInItsOwnProcess) {
     SharedName const speed("speed");
     SharedName const temperature("temperature");
     Shared<Steps> steps;
-    steps->d_asked = 1;
     Process decoder([&] { decodeFrames(speed, temperature, *steps); });
-    ASSERT_TRUE(waitUntil([&] { return steps->d_decoded == 1; }));
+    ASSERT_TRUE(steps->reach(1));
     CANSignalExt const reader(speed.c_str());
     CANExtTraceMessage message;
     message.timestamp = 5000;
@@ -163,5 +137,5 @@ TEST(CANProcessTest, signalOpenedByNameIsNotFedInItsOwnProcess) {
     message.length = 2;
     message.identifier = 0x123;
     EXPECT_EQ(CANSignalExt::decodeMessage(message), 0U);
-    expectValue(speed.c_str(), 0x0100, 74.0, 1000);
+    expectNamed(speed.c_str(), 0x0100, 74.0, 1000);
 }

@@ -1,18 +1,22 @@
 // What the library allocates: nothing where values are written and read, and whatever fails elsewhere leaves no trace.
 // Replaces the allocator, so it is a program of its own.
+#include "qzsignal/can/CANSignal.h"
 #include "qzsignal/can/CANSignalExt.h"
 #include "qzsignal/expression/ExpParser.h"
 #include "qzsignal/input/InputSignal.h"
 #include "qzsignal/input/InputSignalExt.h"
 #include "qzsignal/trace/CANExtTraceMessage.h"
+#include "tests/support/FlexRayFixture.h"
 #include "tests/support/InputMessages.h"
+#include "tests/support/LINFixture.h"
+#include "tests/support/SharedInput.h"
 #include "tests/support/SharedName.h"
 #include "tests/support/ShmProbe.h"
 
 #include <gtest/gtest.h>
+#include <memory>
 
 #include <cstdlib>
-#include <memory>
 #include <new>
 
 namespace {
@@ -40,18 +44,87 @@ __attribute__((noinline)) void operator delete(void* memory, std::size_t) noexce
 
 namespace {
 
-canSignalDef_t definitionOf(std::string const& instance) {
+// More than a string holds without memory of its own.
+constexpr char longName[] = "A name that is too long to be kept without memory of its own";
+
+canSignalDef_t canDefinition(std::string const& instance) {
     canSignalDef_t definition;
     static_cast<baseSignalDef_t&>(definition) = plainDefinition(instance, 8);
-    definition.signal = "A name that is too long to be kept without memory of its own";
+    definition.signal = longName;
     definition.channel = 1;
     definition.msgId = 0x123;
     return definition;
 }
 
-TEST(Allocation, accessesAllocateNothing) {
+canSignal_t storeDefinitionOf(std::string const& name) {
+    canSignal_t definition;
+    definition.bus = 1;
+    definition.id = 0x123;
+    definition.name = name;
+    definition.unit = "A unit that is too long to be kept without memory of its own";
+    definition.bits = 8;
+    definition.scale = 1;
+    return definition;
+}
+
+linSignalDef_t linDefinitionOf(std::string const& instance) {
+    linSignalDef_t definition = linDefinition(instance, 0x21);
+    definition.signal = longName;
+    return definition;
+}
+
+flexRaySignalDef_t flexRayDefinitionOf(std::string const& instance) {
+    flexRaySignalDef_t definition = flexRayDefinition(instance, 1, 5, 0, 1);
+    definition.signal = longName;
+    return definition;
+}
+
+// Runs `round` a hundred times; true if it was true each time and nothing was allocated.
+template <typename Round>
+bool allocatesNothing(Round round) {
+    bool all = true;
+    unsigned long const before = allocations;
+    for (unsigned char i = 0; i < 100; ++i)
+        all = all && round(i);
+    EXPECT_EQ(allocations, before);
+    return all;
+}
+
+bool readable(BaseSignal& signal, unsigned long long expected) {
+    double phys = 0;
+    unsigned long long value = 0, timestamp = 0;
+    return signal.read(phys, timestamp) && signal.read(value, timestamp) && value == expected;
+}
+
+// Builds a shared signal again and again, with a later allocation failing each time, until it succeeds.
+template <typename Signal, typename Definition>
+void expectFailuresToLeaveNothing(Definition const& definition, SharedName const& name,
+                                  std::map<unsigned long long, std::vector<Signal*>> const& container) {
+    auto const before = container;
+    std::size_t const registered = BaseSignal::instances.size();
+    bool built = false;
+    long failures = 0;
+    for (; !built; ++failures) {
+        allocationsLeft = failures;
+        try {
+            Signal const signal(definition, true);
+            allocationsLeft = -1;
+            built = true;
+            EXPECT_EQ(BaseSignal::instances.size(), registered + 1);
+            EXPECT_NE(container, before);
+        } catch (std::bad_alloc const&) {
+            allocationsLeft = -1;
+            EXPECT_EQ(BaseSignal::instances.size(), registered) << failures;
+            EXPECT_EQ(container, before) << failures;
+            EXPECT_EQ(name.segmentId(), -1) << failures;
+        }
+    }
+    EXPECT_GT(failures, 3) << "allocations that were made to fail";
+}
+
+TEST(Allocation, canAccessesAllocateNothing) {
     SharedName const name;
-    CANSignalExt signal(definitionOf(name.name()), true);
+    CANSignalExt signal(canDefinition(name.name()), true);
     CANExtTraceMessage message;
     message.channel = 1;
     message.identifier = 0x123;
@@ -60,19 +133,21 @@ TEST(Allocation, accessesAllocateNothing) {
     record[14] = 1;
     record[20] = 1;
     record[21] = 0x23;
-    bool all = true;
-    double phys = 0;
-    unsigned long long value = 0, timestamp = 0;
-    unsigned long const before = allocations;
-    for (unsigned char i = 0; i < 100; ++i) {
-        message.payload[0] = i;
-        all = all && CANSignalExt::signalsInUse(record, record + sizeof record);
-        all = all && CANSignalExt::decodeMessage(message) != 0;
-        all = all && signal.read(phys, timestamp) && signal.read(value, timestamp);
-    }
-    EXPECT_EQ(allocations, before);
-    EXPECT_TRUE(all);
-    EXPECT_EQ(value, 99U);
+    EXPECT_TRUE(allocatesNothing([&](unsigned char round) {
+        message.payload[0] = round;
+        return CANSignalExt::signalsInUse(record, record + sizeof record) &&
+               CANSignalExt::decodeMessage(message) != 0 && readable(signal, round);
+    }));
+}
+
+TEST(Allocation, canStoreAccessesAllocateNothing) {
+    SharedName const name;
+    CANSignal signal(storeDefinitionOf(name.name()), true);
+    EXPECT_TRUE(allocatesNothing([&](unsigned char round) {
+        CANSignal::decodeMessage(1, 0x123, 0x0100000000000000ULL * (round + 1U), round);
+        return readable(signal, round + 1U) && signal.write(static_cast<double>(round), 5ULL) &&
+               signal.write(0x0100000000000000ULL * round, 6ULL) && readable(signal, round);
+    }));
 }
 
 template <typename Signal>
@@ -82,24 +157,17 @@ void expectNoAllocations(Signal& digital, Signal& analog, Signal& key) {
     AnalogTraceMessage reading = analogMessage(3, 0);
     KeyboardMessage event = keyMessage(7, 0);
     InputRecord const records[] = {inputRecord(0x13, 3), inputRecord(0x12, 3), inputRecord(0x8031, 7)};
-    bool all = true;
-    double phys = 0;
-    unsigned long long value = 0, timestamp = 0;
-    unsigned long const before = allocations;
-    for (std::uint16_t i = 1; i <= 100; ++i) {
-        gpio.entries[0].levels = i;
-        reading.entries[0].reading = event.keyState = i;
-        gpio.timestamp = reading.timestamp = event.timestamp = i;
+    EXPECT_TRUE(allocatesNothing([&](unsigned char round) {
+        auto const value = static_cast<std::uint16_t>(round + 1); // a first value of 0 is none
+        gpio.entries[0].levels = value;
+        reading.entries[0].reading = event.keyState = value;
+        bool all = true;
         for (InputRecord const& record : records)
             all = all && Signal::signalsInUse(record.data(), record.data() + record.size());
-        all = all && Signal::decodeMessage(gpio) != 0 && Signal::decodeMessage(reading) != 0 &&
-              Signal::decodeMessage(event) != 0;
-        for (Signal* const signal : {&digital, &analog, &key})
-            all = all && signal->write(i + 1U, i) && signal->read(phys, timestamp) && signal->read(value, timestamp);
-    }
-    EXPECT_EQ(allocations, before);
-    EXPECT_TRUE(all);
-    EXPECT_EQ(value, 101U);
+        return all && Signal::decodeMessage(gpio) != 0 && Signal::decodeMessage(reading) != 0 &&
+               Signal::decodeMessage(event) != 0 && readable(digital, value % 2) && readable(analog, value) &&
+               readable(key, value);
+    }));
 }
 
 inputSignalDef_t inputDefinition(std::string const& instance) {
@@ -121,32 +189,38 @@ TEST(Allocation, inputsInSharedMemoryAllocateNothing) {
     expectNoAllocations(digital, analog, key);
 }
 
-// Builds `Signal` with one allocation less to fail each time, until none does. Returns the number of failures.
-template <typename Signal, typename... Arguments>
-long failuresOf(Arguments const&... arguments) {
-    for (long failures = 0;; ++failures) {
-        allocationsLeft = failures;
-        try {
-            Signal const signal(arguments...);
-            allocationsLeft = -1;
-            EXPECT_EQ(Signal::inputContainer.size(), 1U);
-            return failures;
-        } catch (std::bad_alloc const&) {
-            allocationsLeft = -1;
-            EXPECT_TRUE(BaseSignal::instances.empty()) << failures;
-            EXPECT_TRUE(Signal::inputContainer.empty()) << failures;
-        }
-    }
+TEST(Allocation, linAccessesAllocateNothing) {
+    SharedName const name;
+    FedLINSignal signal(linDefinitionOf(name.name()), true);
+    LINSignal const unfed(linDefinition("defined", 0x21), false);
+    LINTraceMessage message = linFrame(2, 0xa1);
+    LINTraceMessage const unknown = linFrame(2, 0x22);
+    LINRecord const record = linRecord(2, 0x21);
+    EXPECT_TRUE(allocatesNothing([&](unsigned char round) {
+        message.data[0] = round;
+        return LINSignal::signalsInUse(record.data(), record.data() + record.size()) &&
+               LINSignal::decodeMessage(message) == 0x221 && LINSignal::decodeMessage(unknown) == 0 &&
+               readable(signal, round);
+    }));
 }
 
-TEST(Allocation, inputWhoseConstructionFailsAnywhereLeavesNothingBehind) {
-    EXPECT_GT(failuresOf<InputSignal>("DI.3"), 2) << "registry, map and vector";
-    EXPECT_GT(failuresOf<InputSignalExt>(inputDefinition("DI.3"), false), 2);
+TEST(Allocation, flexRayAccessesAllocateNothing) {
+    SharedName const name;
+    FlexRaySignal signal(flexRayDefinitionOf(name.name()), true);
+    FlexRayExtTraceMessage message = flexRayFrame(1, 3, 5);
+    FlexRayExtTraceMessage const unknown = flexRayFrame(1, 3, 6);
+    FlexRayRecord const record = flexRayRecord(1, 3, 5);
+    EXPECT_TRUE(allocatesNothing([&](unsigned char round) {
+        message.payload[0] = round;
+        return FlexRaySignal::signalsInUse(record.data(), record.data() + record.size()) &&
+               FlexRaySignal::decodeMessage(message) == 0x2000000000000001 &&
+               FlexRaySignal::decodeMessage(unknown) == 0x2000000000000000 && readable(signal, round);
+    }));
 }
 
 TEST(Allocation, evaluationOfExpressionsAllocatesNothing) {
     SharedName const name;
-    CANSignalExt speed(definitionOf(name.name()), true);
+    CANSignalExt speed(canDefinition(name.name()), true);
     InputSignal key("RC.F7");
     std::string const condition = name.name() + " * 0.5 + 1 > 10 && RC.F7 == pressed_long || !(-AI.3 / 2 <= 0)";
     ExpParser level(condition.c_str(), false), edge(condition.c_str(), true);
@@ -191,26 +265,84 @@ TEST(Allocation, expressionWhoseConstructionFailsAnywhereIsNotListed) {
     EXPECT_GT(failures, 5) << "allocations that were made to fail";
 }
 
-TEST(Allocation, constructionThatFailsAnywhereLeavesNothingBehind) {
+TEST(Allocation, failedConstructionLeavesNothingBehind) {
     SharedName const name("a name that is too long to be kept without memory of its own");
-    canSignalDef_t const definition = definitionOf(name.name());
+    expectFailuresToLeaveNothing(canDefinition(name.name()), name, CANSignalExt::canMessageContainer);
+    expectFailuresToLeaveNothing(linDefinitionOf(name.name()), name, LINSignal::linMessageContainer);
+    expectFailuresToLeaveNothing(flexRayDefinitionOf(name.name()), name, FlexRaySignal::frMessageContainer);
+    EXPECT_EQ(FlexRaySignal::frIdArray, nullptr);
+    SharedInput const input("DI.3");
+    expectFailuresToLeaveNothing(inputDefinition("DI.3"), input, InputSignalExt::inputContainer);
+}
+
+TEST(Allocation, failedConstructionOfAStoredSignalLeavesNothingBehind) {
+    SharedName const name("a name that is too long to be kept without memory of its own");
+    canSignal_t const definition = storeDefinitionOf(name.name());
+    std::vector<CANSignal*>& entry = CANSignal::canMessageVector.at(2048 + 0x123);
     bool built = false;
     long failures = 0;
     for (; !built; ++failures) {
+        entry.shrink_to_fit();
         allocationsLeft = failures;
         try {
-            CANSignalExt const signal(definition, true);
+            CANSignal const signal(definition, true);
             allocationsLeft = -1;
             built = true;
-            EXPECT_EQ(CANSignalExt::canMessageContainer.size(), 1U);
+            EXPECT_EQ(entry.size(), 1U);
         } catch (std::bad_alloc const&) {
             allocationsLeft = -1;
             EXPECT_TRUE(BaseSignal::instances.empty()) << failures;
-            EXPECT_TRUE(CANSignalExt::canMessageContainer.empty()) << failures;
+            EXPECT_TRUE(entry.empty()) << failures;
             EXPECT_EQ(name.segmentId(), -1) << failures;
         }
     }
-    EXPECT_GT(failures, 5) << "allocations that were made to fail";
+    EXPECT_GT(failures, 4) << "allocations that were made to fail";
+}
+
+TEST(Allocation, failedConstructionOfAnInputOfTheProcessLeavesNothingBehind) {
+    long failures = 0;
+    for (bool built = false; !built; ++failures) {
+        allocationsLeft = failures;
+        try {
+            InputSignal const signal("DI.3");
+            allocationsLeft = -1;
+            built = true;
+            EXPECT_EQ(InputSignal::inputContainer.size(), 1U);
+        } catch (std::bad_alloc const&) {
+            allocationsLeft = -1;
+            EXPECT_TRUE(BaseSignal::instances.empty()) << failures;
+            EXPECT_TRUE(InputSignal::inputContainer.empty()) << failures;
+        }
+    }
+    EXPECT_GT(failures, 3) << "registry, map and vector";
+}
+
+TEST(Allocation, failedFlexRayConstructionReleasesItsTable) {
+    flexRaySignalDef_t const definition = flexRayDefinitionOf("signal");
+    for (long failures = 0;; ++failures) {
+        allocationsLeft = failures;
+        try {
+            FlexRaySignal const signal(definition, false);
+            allocationsLeft = -1;
+            break;
+        } catch (std::bad_alloc const&) {
+            allocationsLeft = -1;
+            ASSERT_EQ(FlexRaySignal::frIdArray, nullptr) << failures;
+        }
+    }
+}
+
+TEST(Allocation, failedFlexRayConstructionLeavesTheOthersAsTheyWere) {
+    SharedName const name("a name that is too long to be kept without memory of its own");
+    flexRaySignalDef_t otherFrame = flexRayDefinition("other", 1, 6, 0, 1);
+    FlexRaySignal other(otherFrame, false);
+    flexRaySignalDef_t const newFrame = flexRayDefinitionOf(name.name());
+    expectFailuresToLeaveNothing(newFrame, name, FlexRaySignal::frMessageContainer);
+    flexRaySignalDef_t sameFrame = newFrame;
+    sameFrame.slot = 6;
+    expectFailuresToLeaveNothing(sameFrame, name, FlexRaySignal::frMessageContainer);
+    EXPECT_EQ(FlexRaySignal::decodeMessage(flexRayFrame(1, 0, 6)), 0x2000000000000001U);
+    EXPECT_TRUE(readable(other, 0x12));
 }
 
 } // namespace

@@ -9,6 +9,9 @@ enum ExitStatus : int {
     exitUsage = 64,        // the command line is wrong
     exitBadData = 65,      // an input was read, but is bad throughout
     exitNotThere = 69,     // a signal that was asked for does not exist
+    // Of commands that answer whether a condition is true. There, an input that cannot be used is not there either.
+    exitTrue = 0,
+    exitFalse = 1,
 };
 
 // The same for `--help`.

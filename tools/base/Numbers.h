@@ -22,4 +22,10 @@ inline std::string rawText(std::uint64_t raw, signalValue_t type) {
     return type == signalSigned ? std::to_string(static_cast<std::int64_t>(raw)) : std::to_string(raw);
 }
 
+// Microseconds as seconds with all six decimals, which a double does not hold for every time.
+inline std::string secondsText(std::uint64_t microseconds) {
+    std::string const fraction = std::to_string(microseconds % 1'000'000);
+    return std::to_string(microseconds / 1'000'000) + "." + std::string(6 - fraction.size(), '0') + fraction;
+}
+
 } // namespace qztool

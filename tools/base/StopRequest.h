@@ -8,4 +8,7 @@ void noteStopRequests();
 
 bool stopRequested();
 
+// Sleeps this long, or until a stop is requested.
+void pauseUnlessStopped(double seconds);
+
 } // namespace qztool

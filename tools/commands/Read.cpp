@@ -2,9 +2,8 @@
 #include "tools/Subcommand.h"
 #include "tools/base/Console.h"
 #include "tools/base/ExitStatus.h"
-#include "tools/base/Nearest.h"
 #include "tools/base/Numbers.h"
-#include "tools/machine/SharedSignals.h"
+#include "tools/machine/MissingSignal.h"
 #include "tools/machine/SignalReader.h"
 #include "tools/machine/StateJson.h"
 #include "tools/machine/ValueTexts.h"
@@ -48,15 +47,6 @@ std::string text(SignalState const& state, std::string const& word) {
     return state.instance + " = " + numberText(value.physical) + (state.unit.empty() ? "" : " " + state.unit) +
            (word.empty() ? "" : " '" + word + "'") + " (raw " + rawText(value.raw, state.type) + ", timestamp " +
            std::to_string(value.timestamp) + ")";
-}
-
-void reportMissing(std::string const& name, Console& console) {
-    std::vector<std::string> names;
-    for (ListedSignal const& each : sharedSignals())
-        names.push_back(each.instance);
-    std::string const meant = nearest(name, names);
-    console.error("there is no signal '", name, "'",
-                  meant.empty() ? "; see qzsignal list" : ", did you mean '" + meant + "'?");
 }
 
 int run(Options const& options, Console& console) {

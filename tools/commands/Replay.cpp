@@ -1,13 +1,16 @@
 // qzsignal replay: feeds a recorded drive, or a live bus, into shared signals.
 #include "tools/Subcommand.h"
+#include "tools/base/Clock.h"
 #include "tools/base/Console.h"
 #include "tools/base/ExitStatus.h"
 #include "tools/base/StopRequest.h"
+#include "tools/replay/DefinitionOption.h"
 #include "tools/replay/FrameFeeder.h"
 #include "tools/replay/Pacer.h"
 #include "tools/replay/Progress.h"
 #include "tools/replay/SignalSet.h"
 #include "tools/traces/TraceReader.h"
+#include "tools/traces/TraceReport.h"
 
 #include <CLI/CLI.hpp>
 
@@ -54,8 +57,9 @@ public:
         feedFrom(trace);
         if (d_options.keep)
             d_signals.keep();
+        ExitStatus const status = report(trace, d_options.trace, d_console);
         summarize(trace);
-        return status(trace, allLoaded);
+        return status == exitSuccess && !allLoaded ? exitNothingUsable : status;
     }
 
 private:
@@ -85,10 +89,6 @@ private:
             d_feeder.feed(frame);
         }
         d_seconds = secondsSince(d_start);
-        if (!trace.problem().empty())
-            d_console.error(trace.problem());
-        for (MalformedLines const& lines : trace.malformed())
-            d_console.error(d_options.trace, ":", lines.lines.text(), ": ", lines.cause);
     }
 
     void summarize(TraceReader const& trace) {
@@ -116,16 +116,6 @@ private:
         return text.empty() ? text : text + ")";
     }
 
-    int status(TraceReader const& trace, bool allLoaded) {
-        if (d_frames == 0 && !stopRequested()) {
-            bool const bad = !trace.problem().empty() || trace.count(LineKind::Malformed) != 0;
-            if (trace.problem().empty())
-                d_console.error(d_options.trace, bad ? ": not one line holds a frame" : ": holds no frame");
-            return bad ? exitBadData : exitNothingUsable;
-        }
-        return allLoaded && trace.problem().empty() ? exitSuccess : exitNothingUsable;
-    }
-
     Options const& d_options;
     Console& d_console;
     FrameInHand d_frame;
@@ -140,15 +130,7 @@ private:
 
 std::function<int()> setUpReplay(CLI::App& parser, Console& console) {
     auto const options = std::make_shared<Options>();
-    parser
-        .add_option(
-            "--dbc", options->definitions,
-            "Definitions in the DBC format. CHANNEL (a number, or an interface such as can0) restricts a file to "
-            "one channel of the recording; a file without one serves all channels that have no file of their "
-            "own. May be given more than once")
-        ->type_name("[CHANNEL:]FILE")
-        ->required()
-        ->allow_extra_args(false); // what follows its file may be the recording
+    addDefinitionOption(parser, options->definitions);
     CLI::Option* const speed = parser.add_option("--speed", options->speed, "Play this many times as fast as recorded")
                                    ->type_name("FACTOR")
                                    ->check(CLI::Range(1e-6, 1e6).description(""));

@@ -31,8 +31,12 @@ inline nlohmann::ordered_json toJson(SignalState const& state) {
 }
 
 // Texts of foreign records may hold any bytes; what is not UTF-8 is replaced.
-inline std::string jsonText(nlohmann::ordered_json const& json) {
-    return json.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
+inline std::string jsonText(nlohmann::ordered_json const& json, int indent = 2) {
+    return json.dump(indent, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
+}
+// The same in one line, without its end.
+inline std::string jsonLine(nlohmann::ordered_json const& json) {
+    return jsonText(json, -1);
 }
 
 } // namespace qztool

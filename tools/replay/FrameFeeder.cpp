@@ -18,11 +18,11 @@ bool FrameFeeder::wanted(Frame const& frame, std::uint8_t channel) {
     return CANSignalExt::signalsInUse(d_record.data(), d_record.data() + d_record.size());
 }
 
-void FrameFeeder::feed(Frame const& frame) {
+std::uint64_t FrameFeeder::feed(Frame const& frame) {
     std::uint8_t const channel = d_channels.filed(frame.channel);
     if (!wanted(frame, channel)) {
         ++d_filtered;
-        return;
+        return 0;
     }
     ++d_decoded;
     d_frame.begin(frame.length);
@@ -32,7 +32,7 @@ void FrameFeeder::feed(Frame const& frame) {
     d_message.length = frame.length;
     d_message.identifier = frame.identifier;
     std::copy(frame.payload.begin(), frame.payload.end(), d_message.payload);
-    CANSignalExt::decodeMessage(d_message);
+    return CANSignalExt::decodeMessage(d_message);
 }
 
 } // namespace qztool

@@ -16,7 +16,8 @@ class FrameFeeder {
 public:
     FrameFeeder(Channels const& channels, FrameInHand& frame) : d_channels(channels), d_frame(frame) {}
 
-    void feed(Frame const& frame);
+    // Returns the key of the frame's message; 0 if it carries no signal.
+    std::uint64_t feed(Frame const& frame);
 
     std::uint64_t decoded() const { return d_decoded; }   // frames with signals
     std::uint64_t filtered() const { return d_filtered; } // frames that the pre-filter kept away

@@ -6,9 +6,6 @@
 
 namespace qztool {
 
-// Seconds since a reading of the monotonic clock.
-double secondsSince(timespec const& start);
-
 class Pacer {
 public:
     // `speed` is how much faster than recorded; 0: as fast as possible.

@@ -1,7 +1,7 @@
 // A line that overwrites itself.
 #include "tools/replay/Progress.h"
 
-#include "tools/replay/Pacer.h"
+#include "tools/base/Clock.h"
 
 #include <iostream>
 #include <unistd.h>

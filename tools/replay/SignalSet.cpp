@@ -1,4 +1,4 @@
-// From definition files to shared signals.
+// From definition files to signals.
 #include "tools/replay/SignalSet.h"
 
 #include "tools/base/TextFile.h"
@@ -63,6 +63,9 @@ std::string place(std::string const& path, std::size_t line) {
 SignalSet::SignalSet(Console& console, FrameInHand& frame, std::string only)
     : d_console(console), d_frame(frame), d_only(std::move(only)) {}
 
+SignalSet::SignalSet(Console& console, FrameInHand& frame, std::set<std::string> names)
+    : d_console(console), d_frame(frame), d_names(std::move(names)) {}
+
 SignalSet::~SignalSet() = default;
 
 void SignalSet::report(Source const& source, std::size_t line, Severity severity, std::string const& text) {
@@ -98,13 +101,13 @@ bool SignalSet::load(DefinitionFile const& file) {
     return true;
 }
 
-// Takes an instance name in, unless it is taken or cannot be the name of a key file.
+// Takes an instance name in, unless it is taken or should be the name of a key file and cannot.
 bool SignalSet::usable(Source const& source, std::string const& instance, std::size_t line) {
-    if (instance.find('/') != std::string::npos) {
+    if (!d_names && instance.find('/') != std::string::npos) {
         report(source, line, Severity::Error, "'" + instance + "' cannot be shared: the name holds a '/'");
         return false;
     }
-    if (instance.size() > NAME_MAX) {
+    if (!d_names && instance.size() > NAME_MAX) {
         report(source, line, Severity::Error,
                "'" + instance + "' cannot be shared: the name is longer than " + std::to_string(NAME_MAX) +
                    " characters");
@@ -118,6 +121,8 @@ bool SignalSet::usable(Source const& source, std::string const& instance, std::s
 }
 
 bool SignalSet::picked(std::string const& instance) const {
+    if (d_names)
+        return d_names->count(instance) != 0;
     return d_only.empty() || fnmatch(d_only.c_str(), instance.c_str(), 0) == 0;
 }
 
@@ -142,6 +147,13 @@ ExitStatus SignalSet::define() {
             d_console.error("the definition files hold no usable signal");
         return d_problems != 0 && d_unreadable == 0 ? exitBadData : exitNothingUsable;
     }
+    if (!d_names)
+        return share();
+    defineMessages();
+    return exitSuccess;
+}
+
+ExitStatus SignalSet::share() {
     d_picked = static_cast<std::size_t>(
         std::count_if(d_origins.begin(), d_origins.end(), [this](auto const& entry) { return picked(entry.first); }));
     if (d_picked == 0) {
@@ -150,12 +162,18 @@ ExitStatus SignalSet::define() {
     }
     if (!withinSegmentLimit())
         return exitNothingUsable;
-    for (auto const& source : d_sources)
-        for (MessageDefinition const& message : source->database.messages)
-            defineMessage(*source, message);
+    defineMessages();
     if (d_sharedCount != d_picked)
         d_console.error(d_picked - d_sharedCount, " of ", d_picked, " signals could not be shared");
     return d_sharedCount != 0 ? exitSuccess : exitNothingUsable;
+}
+
+std::vector<std::string> SignalSet::names() const {
+    std::vector<std::string> result;
+    for (auto const& entry : d_origins)
+        result.push_back(entry.first);
+    std::sort(result.begin(), result.end());
+    return result;
 }
 
 // True if the signal has a key to itself. Two signals with one key would share a segment, and spoil each other's
@@ -172,14 +190,33 @@ bool SignalSet::ownKey(std::string const& instance, Origin const& origin) {
     return isNew;
 }
 
+void SignalSet::defineMessages() {
+    for (auto const& source : d_sources)
+        for (MessageDefinition const& message : source->database.messages)
+            defineMessage(*source, message);
+}
+
+// The picked signals of a message, by their names in it, and the multiplexors above them.
+std::set<std::string> SignalSet::neededIn(MessageDefinition const& message) const {
+    std::set<std::string> needed;
+    // Backwards, as a multiplexor precedes the signals that it selects.
+    for (auto signal = message.signals.rbegin(); signal != message.signals.rend(); ++signal)
+        if (needed.count(signal->name) != 0 || picked(instanceName(message, *signal)))
+            needed.insert({signal->name, signal->multiplexor});
+    return needed;
+}
+
 void SignalSet::defineMessage(Source const& source, MessageDefinition const& message) {
     std::uint8_t const channel = source.channel ? *source.channel : d_channels.common();
+    std::set<std::string> const needed = neededIn(message);
     std::unordered_map<std::string, ReplaySignal*> multiplexors;
     for (SignalDefinition const& signal : message.signals) {
+        if (needed.count(signal.name) == 0)
+            continue;
         std::string const instance = instanceName(message, signal);
-        bool const share = picked(instance) && ownKey(instance, d_origins.at(instance));
-        // A multiplexor that was not picked is needed all the same, for this process alone.
-        if (!share && !signal.isMultiplexor)
+        bool const share = !d_names && picked(instance) && ownKey(instance, d_origins.at(instance));
+        // A multiplexor that is not shared is needed all the same, for this process alone.
+        if (!share && !signal.isMultiplexor && !d_names)
             continue;
         ReplaySignal* multiplexor = nullptr;
         if (!signal.multiplexor.empty()) {

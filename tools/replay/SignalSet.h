@@ -1,4 +1,4 @@
-// The signals that a replay feeds: defined from definition files, one shared signal each.
+// The signals that a recording feeds, built from definition files.
 #pragma once
 
 #include "tools/base/Console.h"
@@ -8,6 +8,8 @@
 #include "tools/replay/ReplaySignal.h"
 
 #include <memory>
+#include <optional>
+#include <set>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -17,16 +19,21 @@ namespace qztool {
 // Reads definition files, reports what is wrong with them, and owns the signals. Instance names are "Message.Signal".
 class SignalSet {
 public:
-    // `only` is a pattern (as for file names) that instance names must match to be shared; empty: all.
+    // Shared signals: those whose instance names match the pattern `only` (as for file names); empty: all.
     SignalSet(Console& console, FrameInHand& frame, std::string only);
+    // Signals of this process alone: those with these instance names, as far as the files define them.
+    SignalSet(Console& console, FrameInHand& frame, std::set<std::string> names);
     ~SignalSet();
 
     // Reads a file and takes its definitions in. False if the file cannot be read.
     bool load(DefinitionFile const& file);
 
-    // Defines the signals in shared memory. If nothing can be shared, that is reported and the exit status that it
-    // gives is returned; otherwise `exitSuccess`.
+    // Builds the signals. If the files define none at all, or none can be shared, that is reported and the exit status
+    // that it gives is returned; otherwise `exitSuccess`.
     ExitStatus define();
+
+    // Instance names of all signals that the files define, built or not.
+    std::vector<std::string> names() const;
 
     // The segments are to outlive the process.
     void keep();
@@ -50,12 +57,16 @@ private:
     bool usable(Source const& source, std::string const& instance, std::size_t line);
     bool picked(std::string const& instance) const;
     bool withinSegmentLimit() const;
+    ExitStatus share();
+    void defineMessages();
     void defineMessage(Source const& source, MessageDefinition const& message);
+    std::set<std::string> neededIn(MessageDefinition const& message) const;
     bool ownKey(std::string const& instance, Origin const& origin);
 
     Console& d_console;
     FrameInHand& d_frame;
     std::string d_only;
+    std::optional<std::set<std::string>> d_names; // nothing: the signals are shared
     Channels d_channels;
     std::vector<std::unique_ptr<Source>> d_sources;
     std::unordered_map<std::string, Origin> d_origins;    // instance names and where they stand

@@ -36,6 +36,76 @@ std::uint8_t hexDigit(char character) {
     return hexDigits[static_cast<unsigned char>(character)];
 }
 
+// Reads a number of `count` digits. Whatever is no digit leaves its mark in `strange`.
+std::uint64_t readDigits(char const* text, unsigned count, unsigned& strange) {
+    std::uint64_t number = 0;
+    for (unsigned i = 0; i < count; ++i) {
+        unsigned const digit = static_cast<unsigned char>(text[i]) - unsigned{'0'};
+        strange |= digit > 9 ? 1U : 0U;
+        number = number * 10 + digit;
+    }
+    return number;
+}
+
+// The same in hexadecimal.
+std::uint32_t readHexDigits(char const* text, unsigned count, unsigned& strange) {
+    std::uint32_t number = 0;
+    for (unsigned i = 0; i < count; ++i) {
+        unsigned const digit = hexDigit(text[i]);
+        strange |= digit & 0xF0U;
+        number = number << 4 | digit;
+    }
+    return number;
+}
+
+// Reads the line that most of a log consists of: a time since 1970, single blanks, a data frame, and nothing behind it.
+//     (1757617431.821276) can0 167#727FC3000019E500
+// Since all has its place there, one test in the end stands for one at each character. False: the line is another,
+// valid or not, and `frame` is unspecified.
+bool readUsualLine(std::string_view line, Frame& frame) {
+    constexpr std::size_t behindTime = 20;
+    constexpr std::size_t shortest = behindTime + 6; // a name of one character, a blank, and "123#"
+    if (line.size() < shortest) {
+        return false;
+    }
+    char const* const text = line.data();
+    unsigned strange = text[0] != '(' || text[11] != '.' || text[18] != ')' || text[19] != ' ' ? 1 : 0;
+    std::uint64_t const seconds = readDigits(text + 1, 10, strange);
+    frame.timestamp = seconds * 1'000'000 + readDigits(text + 12, 6, strange);
+
+    char const* const end = text + line.size();
+    char const* position = text + behindTime;
+    unsigned channel = 0;
+    for (; !isBlank(*position); ++position) {
+        channel = isDecimalDigit(*position) ? channel * 10 + hexDigit(*position) : 0;
+        if (channel > 255 || end - position <= 5) {
+            return false;
+        }
+    }
+    strange |= position == text + behindTime || *position != ' ' ? 1 : 0;
+    ++position;
+    frame.channel = static_cast<std::uint8_t>(channel);
+
+    frame.extended = position[3] != '#';
+    unsigned const idDigits = frame.extended ? 8 : 3;
+    if (frame.extended && (end - position <= 8 || position[8] != '#')) {
+        return false;
+    }
+    frame.identifier = readHexDigits(position, idDigits, strange);
+    position += idDigits + 1;
+
+    auto const dataDigits = static_cast<std::size_t>(end - position);
+    if (dataDigits % 2 != 0 || dataDigits > 2 * frame.payload.size()) {
+        return false;
+    }
+    frame.payload.fill(0);
+    frame.length = static_cast<std::uint8_t>(dataDigits / 2);
+    for (unsigned i = 0; i < frame.length; ++i) {
+        frame.payload[i] = static_cast<std::uint8_t>(readHexDigits(position + 2 * i, 2, strange));
+    }
+    return strange == 0 && frame.identifier <= (frame.extended ? highestExtendedIdentifier : highestStandardIdentifier);
+}
+
 // The readers below return the cause if they fail, and nothing if they do not.
 
 char const* readBracketedTime(TextCursor& cursor, Frame& frame) {
@@ -164,6 +234,9 @@ bool CandumpLog::fits(std::string_view line) {
 }
 
 ParsedLine CandumpLog::parse(std::string_view line, Frame& frame) {
+    if (readUsualLine(line, frame)) {
+        return {LineKind::Frame};
+    }
     TextCursor cursor(line);
     cursor.skipBlanks();
     if (cursor.atEnd()) {

@@ -27,5 +27,11 @@ TEST(Numbers, rawValuesAreSignedIfTheirTypeIs) {
     EXPECT_EQ(rawText(0xffffffffffffff23, signalUnsigned), "18446744073709551395");
 }
 
+TEST(Numbers, secondsAreExactToTheMicrosecond) {
+    EXPECT_EQ(secondsText(0), "0.000000");
+    EXPECT_EQ(secondsText(1700000007000042), "1700000007.000042");
+    EXPECT_EQ(secondsText(~std::uint64_t{0}), "18446744073709.551615");
+}
+
 } // namespace
 } // namespace qztool

@@ -83,6 +83,27 @@ TEST_F(ReplaySignalTest, multiplexorThatWasNotPickedSelectsAllTheSame) {
     EXPECT_NE(access(("/tmp/" + instance("M.Switch")).c_str(), F_OK), 0) << "needed here, but not shared";
 }
 
+TEST_F(ReplaySignalTest, onlyMultiplexorsAbovePickedSignalsAreBuilt) {
+    load("BO_ 256 M: 8 X\n"
+         " SG_ Outer M : 0|8@1+ (1,0) [0|0] \"\" X\n"
+         " SG_ Inner m1M : 8|8@1+ (1,0) [0|0] \"\" X\n"
+         " SG_ Deep m0 : 16|8@1+ (1,0) [0|0] \"\" X\n"
+         " SG_ Other m2M : 24|8@1+ (1,0) [0|0] \"\" X\n"
+         " SG_ Hidden m0 : 32|8@1+ (1,0) [0|0] \"\" X\n"
+         "BO_ 257 N: 8 X\n SG_ Switch M : 0|8@1+ (1,0) [0|0] \"\" X\n SG_ S m0 : 8|8@1+ (1,0) [0|0] \"\" X\n"
+         "SG_MUL_VAL_ 256 Inner Outer 1-1;\nSG_MUL_VAL_ 256 Deep Inner 5-5;\n"
+         "SG_MUL_VAL_ 256 Other Outer 2-2;\nSG_MUL_VAL_ 256 Hidden Other 0-0;\n",
+         "*.Deep");
+    for (char const* const name : {"M.Outer", "M.Inner", "M.Deep"})
+        EXPECT_NE(BaseSignal::getInstance(instance(name).c_str()), nullptr) << name;
+    for (char const* const name : {"M.Other", "M.Hidden", "N.Switch", "N.S"})
+        EXPECT_EQ(BaseSignal::getInstance(instance(name).c_str()), nullptr) << name;
+    feed({1, 5, 7});
+    EXPECT_EQ(raw("M.Deep"), 7U);
+    d_feeder->feed(frameOf(257, {0, 1}));
+    EXPECT_EQ(d_feeder->decoded(), 1U) << "nobody needs the other message";
+}
+
 TEST_F(ReplaySignalTest, nestedMultiplexorsSelectOnlyInTheirOwnFrames) {
     load("BO_ 256 M: 8 X\n"
          " SG_ Inner m1M : 8|8@1+ (1,0) [0|0] \"\" X\n"

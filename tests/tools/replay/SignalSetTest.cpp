@@ -158,6 +158,38 @@ TEST_F(SignalSetTest, nameThatCannotBeAFileNameIsLeftOut) {
     EXPECT_EQ(set.sharedCount(), 1U);
 }
 
+TEST_F(SignalSetTest, namedSignalsAreBuiltForThisProcessAlone) {
+    SignalSet set(d_console, d_frame, std::set<std::string>{instance("N.B"), instance("N.Unknown")});
+    set.load({std::nullopt, dbcFile(two)});
+    EXPECT_EQ(set.define(), exitSuccess);
+    EXPECT_EQ(set.names(), (std::vector<std::string>{instance("M.A"), instance("N.B")}));
+    EXPECT_EQ(set.sharedCount(), 0U);
+    EXPECT_EQ(BaseSignal::getInstance(instance("M.A").c_str()), nullptr);
+    ASSERT_NE(BaseSignal::getInstance(instance("N.B").c_str()), nullptr);
+    FrameFeeder feeder(set.channels(), d_frame);
+    EXPECT_EQ(feeder.feed(frameOf(256, {1, 2})), 0U);
+    EXPECT_NE(feeder.feed(frameOf(256, {1, 2}, 0, true)), 0U);
+    EXPECT_EQ(rawValue(instance("N.B")), 0x0102U);
+    EXPECT_NE(access(("/tmp/" + instance("N.B")).c_str(), F_OK), 0) << "there is no key file";
+    EXPECT_EQ(d_errors.text(), "");
+}
+
+TEST_F(SignalSetTest, namedSignalsNeedNoFileNames) {
+    std::string const longName(256, 'x');
+    SignalSet set(d_console, d_frame, std::set<std::string>{instance("M." + longName)});
+    set.load({std::nullopt, dbcFile("BO_ 256 M: 8 X\n SG_ " + longName + " : 0|8@1+ (1,0) [0|0] \"\" X\n")});
+    EXPECT_EQ(set.define(), exitSuccess);
+    EXPECT_NE(BaseSignal::getInstance(instance("M." + longName).c_str()), nullptr);
+    EXPECT_EQ(d_errors.text(), "");
+}
+
+TEST_F(SignalSetTest, namedSignalsInFilesWithoutAnyAreReported) {
+    SignalSet set(d_console, d_frame, std::set<std::string>{"A"});
+    set.load({std::nullopt, dbcFile("VERSION \"\"\n")});
+    EXPECT_EQ(set.define(), exitNothingUsable);
+    EXPECT_EQ(d_errors.text(), "qzsignal: error: the definition files hold no usable signal\n");
+}
+
 TEST_F(SignalSetTest, longUnitIsCutBetweenCharacters) {
     // 30 letters and a character of two bytes: the record holds 31 bytes.
     std::string const unit(30, 'u');

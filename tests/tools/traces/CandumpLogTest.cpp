@@ -164,6 +164,40 @@ TEST(CandumpLogTest, everyCutOfALineIsReadWithoutLookingBehindItsEnd) {
     EXPECT_EQ(frames, 9U + 3U);
 }
 
+TEST(CandumpLogTest, usualLinesAndTheirNeighboursAreReadLikeAnyOther) {
+    // A blank before a line changes nothing, but makes it an unusual one.
+    for (std::string const usual :
+         {"(1757617431.821276) can0 167#727FC3000019E500", "(1757617431.821276) vcan12 7FF#",
+          "(0000000001.000001) c 000#0a", "(1757617431.821276) can255 1FFFFFFF#0102030405060708",
+          "(9999999999.999999) can0 0c00000b#fcFF"}) {
+        Frame frame;
+        ASSERT_EQ(CandumpLog::parse(usual, frame).kind, LineKind::Frame) << usual;
+        for (std::size_t i = 0; i <= usual.size(); ++i) {
+            std::string shorter = usual;
+            if (i < usual.size()) {
+                shorter.erase(i, 1);
+            }
+            EXPECT_EQ(parsed(shorter), parsed(" " + shorter)) << shorter;
+            for (char const other : std::string_view("09:/@AFGafg ()#.\t_RT8\0\xff", 27)) {
+                std::string longer = usual, changed = usual;
+                longer.insert(i, 1, other);
+                changed[std::min(i, usual.size() - 1)] = other;
+                EXPECT_EQ(parsed(longer), parsed(" " + longer)) << longer;
+                EXPECT_EQ(parsed(changed), parsed(" " + changed)) << changed;
+            }
+        }
+    }
+}
+
+TEST(CandumpLogTest, usualLineIsReadWithoutLookingBehindItsEnd) {
+    std::string const line = "(1757617431.821276) can0 12345678#0102030405060708";
+    for (std::size_t length = 0; length <= line.size(); ++length) {
+        std::vector<char> const exact(line.begin(), line.begin() + static_cast<std::ptrdiff_t>(length));
+        std::string_view const cut(exact.data(), exact.size()); // on the heap, where the sanitizer sees its end
+        EXPECT_EQ(parsed(cut), parsed(" " + std::string(cut))) << cut;
+    }
+}
+
 TEST(CandumpLogTest, recognitionAsksForParenthesisAndDigit) {
     EXPECT_TRUE(CandumpLog::fits("(1757617431.821276) can0 167#72"));
     EXPECT_TRUE(CandumpLog::fits(" (1"));

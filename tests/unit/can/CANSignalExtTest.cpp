@@ -3,6 +3,7 @@
 
 #include "qzsignal/trace/CANExtTraceMessage.h"
 #include "tests/support/Capture.h"
+#include "tests/support/Observe.h"
 #include "tests/support/SharedName.h"
 
 #include <gtest/gtest.h>
@@ -63,19 +64,6 @@ Record record(std::uint8_t channel, std::uint32_t identifier) {
 
 bool inUse(Record const& bytes) {
     return CANSignalExt::signalsInUse(bytes.data(), bytes.data() + bytes.size());
-}
-
-unsigned long long valueOf(BaseSignal& signal) {
-    unsigned long long value = 0xdead, timestamp = 0;
-    signal.read(value, timestamp);
-    return value;
-}
-
-template <typename Value>
-std::string printed(Value const& value) {
-    std::ostringstream out;
-    out << value;
-    return out.str();
 }
 
 class CANSignalExtTest : public testing::Test {

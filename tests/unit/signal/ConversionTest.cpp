@@ -1,7 +1,10 @@
-// Raw values become physical values, the same on every target to the last bit.
+// Raw values become physical values and the other way round, the same on every target to the last bit.
 #include "qzsignal/signal/Conversion.h"
 
 #include <gtest/gtest.h>
+
+#include <limits>
+#include <random>
 
 namespace qzsignal {
 namespace {
@@ -50,6 +53,71 @@ TEST(Conversion, roundsProductAndSumSeparately) {
 TEST(Conversion, unknownTypeLeavesThePhysicalValue) {
     EXPECT_EQ(converted(1, static_cast<signalValue_t>(4), 1, 0), -12345);
     EXPECT_EQ(converted(1, static_cast<signalValue_t>(-1), 1, 0), -12345);
+}
+
+TEST(Conversion, unconvertsWhatWasConverted) {
+    std::mt19937_64 random(5);
+    for (int round = 0; round < 1000; ++round) {
+        std::uint64_t const raw = random() >> 12; // as long as a double is exact
+        EXPECT_EQ(unconvert(converted(raw, signalUnsigned, 0.5, 0), signalUnsigned, 0.5, 0), raw);
+        std::uint64_t const negative = 0 - raw;
+        EXPECT_EQ(unconvert(converted(negative, signalSigned, -2, 0), signalSigned, -2, 0), negative);
+        std::uint64_t const narrow = random() & 0x7f7fffff;
+        EXPECT_EQ(unconvert(converted(narrow, signalFloat, 4, 0), signalFloat, 4, 0), narrow);
+        std::uint64_t const wide = bitsOf(static_cast<double>(random()));
+        EXPECT_EQ(unconvert(converted(wide, signalDouble, 4, 0), signalDouble, 4, 0), wide);
+    }
+}
+
+TEST(Conversion, unconvertRoundsHalfUp) {
+    struct {
+        double phys;
+        std::int64_t raw;
+    } const cases[] = {{2.4, 2}, {2.5, 3}, {2.6, 3}, {0.49, 0}, {-0.5, 0}, {-0.6, -1}, {-1.5, -1}, {-1.51, -2}};
+    for (auto const& each : cases) {
+        EXPECT_EQ(unconvert(each.phys, signalSigned, 1, 0), static_cast<std::uint64_t>(each.raw)) << each.phys;
+        EXPECT_EQ(unconvert(each.phys, signalUnsigned, 1, 0), static_cast<std::uint64_t>(each.raw < 0 ? 0 : each.raw))
+            << each.phys;
+    }
+    EXPECT_EQ(unconvert(12.3, signalUnsigned, 0.5, 10), 5U);
+    EXPECT_EQ(unconvert(12.2, signalUnsigned, 0.5, 10), 4U);
+}
+
+TEST(Conversion, unconvertIsDefinedForEveryNumber) {
+    constexpr double infinity = std::numeric_limits<double>::infinity();
+    constexpr double none = std::numeric_limits<double>::quiet_NaN();
+    constexpr double tiny = std::numeric_limits<double>::denorm_min();
+    constexpr std::uint64_t most = 0x7fffffffffffffff, least = 0x8000000000000000;
+    struct {
+        double phys, scale;
+        std::uint64_t fromUnsigned, fromSigned;
+        std::uint32_t fromFloat;
+    } const cases[] = {
+        {infinity, 1, ~std::uint64_t{0}, most, 0x7f800000},
+        {-infinity, 1, 0, least, 0xff800000},
+        {none, 1, 0, 0, 0x7fc00000},
+        {-none, 1, 0, 0, 0x7fc00000},
+        {1, 0, ~std::uint64_t{0}, most, 0x7f800000},
+        {-1, 0, 0, least, 0xff800000},
+        {0, 0, 0, 0, 0x7fc00000},
+        {1e308, 1, ~std::uint64_t{0}, most, 0x7f800000},
+        {-1e308, 1, 0, least, 0xff800000},
+        {1, tiny, ~std::uint64_t{0}, most, 0x7f800000},
+        {18446744073709549568.0, 1, 0xfffffffffffff800, most, 0x5f800000},
+        {9223372036854775808.0, 1, least, most, 0x5f000000},
+        {-9223372036854775808.0, 1, 0, least, 0xdf000000},
+        {-9223372036854774784.0, 1, 0, 0x8000000000000400, 0xdf000000},
+        {tiny, 1, 0, 0, 0},
+    };
+    for (auto const& each : cases) {
+        EXPECT_EQ(unconvert(each.phys, signalUnsigned, each.scale, 0), each.fromUnsigned) << each.phys;
+        EXPECT_EQ(unconvert(each.phys, signalSigned, each.scale, 0), each.fromSigned) << each.phys;
+        EXPECT_EQ(unconvert(each.phys, signalFloat, each.scale, 0), each.fromFloat) << each.phys;
+        EXPECT_EQ(unconvert(each.phys, static_cast<signalValue_t>(4), each.scale, 0), 0U) << each.phys;
+    }
+    EXPECT_EQ(unconvert(0, signalDouble, 0, 0), 0x7ff8000000000000U);
+    EXPECT_EQ(unconvert(-none, signalDouble, 1, 0), 0x7ff8000000000000U);
+    EXPECT_EQ(unconvert(-infinity, signalDouble, 1, 0), 0xfff0000000000000U);
 }
 
 } // namespace

@@ -10,6 +10,10 @@ namespace {
 
 struct Item {};
 
+[[maybe_unused]] std::string instanceOf(Item const&) {
+    return "item";
+}
+
 class DispatchMapTest : public testing::Test {
 protected:
     DispatchMap<Item> d_map;
@@ -56,6 +60,20 @@ TEST_F(DispatchMapTest, withdrawingAStrangerIsReportedAndChangesNothing) {
     withdraw(d_map, 5, &d_second, "Label");
     EXPECT_EQ(errors.text(), "[ERROR] Label::~Label(): instance not found in vector\n");
     EXPECT_EQ(*find(d_map, 5), (std::vector<Item*>{&d_first}));
+}
+
+TEST_F(DispatchMapTest, removingTellsWhetherTheSignalWasThere) {
+    std::vector<Item*> signals = {&d_first, &d_second, &d_third};
+    EXPECT_TRUE(remove(signals, &d_second));
+    EXPECT_EQ(signals, (std::vector<Item*>{&d_first, &d_third}));
+    EXPECT_FALSE(remove(signals, &d_second));
+    EXPECT_EQ(signals, (std::vector<Item*>{&d_first, &d_third}));
+}
+
+TEST_F(DispatchMapTest, signalsAreFedInOrder) {
+    std::vector<Item const*> fed;
+    feedEach(std::vector<Item*>{&d_second, &d_first}, "Label", [&fed](Item& item) { fed.push_back(&item); });
+    EXPECT_EQ(fed, (std::vector<Item const*>{&d_second, &d_first}));
 }
 
 } // namespace

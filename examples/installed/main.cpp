@@ -1,21 +1,22 @@
-// An outside program: defines a signal, feeds it a frame and reads its physical value back.
+// A program outside the tree: defines a signal for itself, feeds it a frame and evaluates a condition over it.
 #include "qzsignal/can/CANSignalExt.h"
+#include "qzsignal/expression/ExpParser.h"
 #include "qzsignal/trace/CANExtTraceMessage.h"
 
 #include <iostream>
 
 int main() {
     canSignalDef_t definition;
-    definition.instance = "outside.speed";
-    definition.signal = "speed";
+    definition.instance = "Outside.Speed";
     definition.channel = 1;
     definition.msgId = 0x321;
-    definition.startbit = 7;
+    definition.startbit = 7; // the highest bit, as the signal is big endian
     definition.bits = 12;
     definition.scale = 0.5;
-    definition.offset = -40.0;
+    definition.offset = -40;
     definition.endian = true;
-    CANSignalExt speed(definition, false);
+    CANSignalExt speed(definition, false); // false: for this process alone
+    ExpParser fast("Outside.Speed > 100", false);
 
     CANExtTraceMessage frame;
     frame.timestamp = 1234;
@@ -29,14 +30,11 @@ int main() {
         return 1;
     }
 
-    // Through the base class, as an evaluator of signals would.
-    BaseSignal* const found = BaseSignal::getInstance("outside.speed");
-    double value = 0.0;
+    double value = 0;
     unsigned long long timestamp = 0;
-    if (found == nullptr || !found->read(value, timestamp)) {
+    if (!speed.read(value, timestamp)) {
         std::cerr << "the signal has no value\n";
         return 1;
     }
-    std::cout << "speed = " << value << " at " << timestamp << '\n';
-    return value == 0x123 * 0.5 - 40.0 && timestamp == 1234 ? 0 : 1;
+    std::cout << value << " at " << timestamp << (fast.getTrigger() ? ", fast" : ", slow") << "\n";
 }

@@ -1,0 +1,152 @@
+// Feeds signals of every kind from a trace stream. A look at each serialized record tells whether it is worth being
+// made a message object of; most are not.
+#include "qzsignal/can/CANSignalExt.h"
+#include "qzsignal/flexray/FlexRaySignal.h"
+#include "qzsignal/input/InputSignalExt.h"
+#include "qzsignal/lin/LINSignal.h"
+#include "qzsignal/trace/CANExtTraceMessage.h"
+#include "qzsignal/trace/FlexRayExtTraceMessage.h"
+#include "qzsignal/trace/GpioTraceMessage.h"
+#include "qzsignal/trace/LINTraceMessage.h"
+
+#include <algorithm>
+#include <iostream>
+#include <vector>
+
+namespace {
+
+using Bytes = std::vector<unsigned char>;
+
+// A record, and what the trace library finds in the rest of it: that library makes message objects of records. The few
+// lines of each `feed` below stand for it.
+struct Delivery {
+    Bytes record;
+    Bytes payload;
+    unsigned long long timestamp;
+};
+
+unsigned long long feedCan(Delivery const& delivery) {
+    CANExtTraceMessage frame;
+    frame.timestamp = delivery.timestamp;
+    frame.channel = delivery.record[14];
+    frame.identifier = static_cast<std::uint32_t>(delivery.record[20] << 8 | delivery.record[21]);
+    frame.length = static_cast<unsigned char>(delivery.payload.size());
+    std::copy(delivery.payload.begin(), delivery.payload.end(), frame.payload);
+    return CANSignalExt::decodeMessage(frame);
+}
+
+unsigned long long feedFlexRay(Delivery const& delivery) {
+    FlexRayExtTraceMessage frame;
+    frame.timestamp = delivery.timestamp;
+    frame.channel = delivery.record[15];
+    frame.slot = static_cast<std::uint16_t>(delivery.record[19] << 8 | delivery.record[20]);
+    frame.cycle = delivery.record[24];
+    frame.payload = delivery.payload;
+    return FlexRaySignal::decodeMessage(frame);
+}
+
+// The library looks LIN frames up without the tag of the definitions' keys, and finds none; the pre-filter does.
+unsigned long long feedLin(Delivery const& delivery) {
+    LINTraceMessage frame;
+    frame.timestamp = delivery.timestamp;
+    frame.channel = delivery.record[14];
+    frame.identifier = delivery.record[27];
+    frame.data = delivery.payload;
+    return LINSignal::decodeMessage(frame);
+}
+
+unsigned long long feedDigitalInput(Delivery const& delivery) {
+    GpioTraceMessage event;
+    event.timestamp = delivery.timestamp;
+    event.entries.resize(1);
+    event.entries[0].input = delivery.record[14];
+    event.entries[0].mask = delivery.record[17];
+    event.entries[0].levels = delivery.payload[0];
+    return InputSignalExt::decodeMessage(event);
+}
+
+struct Source {
+    char const* name;
+    bool (*inUse)(unsigned char const* begin, unsigned char const* end);
+    unsigned long long (*feed)(Delivery const& delivery);
+    std::vector<Delivery> deliveries;
+};
+
+// 32 bytes that are zero but for those given.
+Bytes record(std::initializer_list<std::pair<std::size_t, unsigned char>> fields) {
+    Bytes bytes(32);
+    for (auto const& [offset, value] : fields)
+        bytes[offset] = value;
+    return bytes;
+}
+
+template <typename Definition>
+Definition definition(char const* instance, unsigned char channel) {
+    Definition result;
+    result.instance = instance;
+    result.channel = channel;
+    result.bits = 8;
+    result.scale = 1;
+    return result;
+}
+
+} // namespace
+
+int main() {
+    auto can = definition<canSignalDef_t>("Example.Pedal", 1);
+    can.msgId = 0x0A0;
+    can.scale = 0.5;
+    can.unit = "%";
+    CANSignalExt const pedal(can, false); // false: for this process alone
+    auto flexRay = definition<flexRaySignalDef_t>("Example.Steering", 1);
+    flexRay.slot = 100;
+    flexRay.baseCycle = 3;
+    flexRay.repetition = 4;
+    flexRay.startbit = 16; // in the third byte of the payload
+    flexRay.unit = "deg";
+    FlexRaySignal const steering(flexRay, false);
+    auto lin = definition<linSignalDef_t>("Example.Blower", 2);
+    lin.msgId = 0x21;
+    LINSignal const blower(lin, false);
+    auto input = definition<inputSignalDef_t>("DI.3", 0);
+    input.startbit = 56; // an input arrives as the last byte of a payload
+    input.bits = 1;
+    InputSignalExt const door(input, false);
+
+    Source const sources[] = {
+        {"CAN",
+         CANSignalExt::signalsInUse,
+         feedCan,
+         {{record({{14, 1}, {21, 0xA0}}), {100}, 10}, {record({{14, 1}, {21, 0xB0}}), {1, 2, 3}, 20}}},
+        {"FlexRay",
+         FlexRaySignal::signalsInUse,
+         feedFlexRay,
+         {{record({{15, 1}, {20, 100}, {24, 7}}), {0, 0, 45}, 30},
+          {record({{15, 1}, {20, 100}, {24, 8}}), {9, 9}, 40}}},
+        {"LIN", LINSignal::signalsInUse, feedLin, {{record({{14, 2}, {27, 0x21}}), {5}, 50}}},
+        {"input",
+         InputSignalExt::signalsInUse,
+         feedDigitalInput,
+         {{record({{3, 0x13}, {14, 3}, {16, 1}, {17, 1}}), {1}, 60}}},
+    };
+    for (Source const& source : sources)
+        for (Delivery const& delivery : source.deliveries) {
+            bool const inUse = source.inUse(delivery.record.data(), delivery.record.data() + delivery.record.size());
+            bool const fed = inUse && source.feed(delivery) != 0;
+            std::cout << source.name << " at " << delivery.timestamp << ": "
+                      << (fed     ? "fed"
+                          : inUse ? "no signal found"
+                                  : "skipped")
+                      << "\n";
+        }
+
+    for (auto const& [name, signal] : BaseSignal::instances) {
+        double value = 0;
+        unsigned long long timestamp = 0;
+        std::cout << name;
+        if (signal->read(value, timestamp))
+            std::cout << " = " << value << " " << signal->getUnit() << " at " << timestamp << "\n";
+        else
+            std::cout << " has no value\n";
+    }
+}

@@ -1,0 +1,54 @@
+// The shared signal that is fed from LIN frames.
+#pragma once
+
+#include "qzsignal/Export.h"
+#include "qzsignal/shm/ShmSignal.h"
+
+#include <cstdint>
+#include <iosfwd>
+#include <map>
+#include <vector>
+
+struct LINTraceMessage;
+
+// Definition of a signal in a LIN frame.
+struct QZSIGNAL_EXPORT linSignalDef_t : baseSignalDef_t {
+    std::uint32_t msgId = 0; // frame identifier, 0..63
+};
+
+// Writes all fields as label and value, without an end of line. Leaves the stream in decimal.
+QZSIGNAL_EXPORT std::ostream& operator<<(std::ostream& out, linSignalDef_t const& definition);
+
+// One signal of one LIN frame. A signal that was built from a definition is filed under the key of its frame from the
+// end of its constructor to the start of its destructor; one opened by name reads what another process writes.
+// Building, feeding and destroying happen on one thread of a process.
+class QZSIGNAL_EXPORT LINSignal : public ShmSignal {
+public:
+    // The signals of each frame key in order of construction; an entry exists only while it has signals.
+    static std::map<unsigned long long, std::vector<LINSignal*>> linMessageContainer;
+
+    // Defines the signal, in shared memory or for this process alone.
+    LINSignal(linSignalDef_t const& definition, bool shared);
+
+    // Opens a signal that another process defines. It has no frame and is never fed here.
+    explicit LINSignal(char const* instance);
+
+    ~LINSignal() override;
+
+    // True if the frame of the serialized record at `begin` carries a signal of this process. `end` may be null; if it
+    // is behind `begin`, bytes from there on count as zero.
+    static bool signalsInUse(unsigned char const* begin, unsigned char const* end);
+
+    // Writes the frame into the signals that are filed under its channel and identifier without the LIN tag. Returns
+    // that key, or 0 if there are none; no constructor files a signal there. A signal's `write` must not build or
+    // destroy signals.
+    static unsigned long long decodeMessage(LINTraceMessage const& message);
+
+    friend QZSIGNAL_EXPORT std::ostream& operator<<(std::ostream& out, LINSignal const& signal);
+
+protected:
+    linSignalDef_t d_definition; // empty in a signal opened by name
+};
+
+// Writes the shared signal's description, ";" and the definition, without an end of line. Leaves the stream in decimal.
+QZSIGNAL_EXPORT std::ostream& operator<<(std::ostream& out, LINSignal const& signal);

@@ -1,0 +1,96 @@
+// The record of a shared signal, wherever it lies, and its lock; the same for every kind of record.
+#pragma once
+
+#include "qzsignal/Export.h"
+#include "qzsignal/shm/RecordLock.h"
+#include "qzsignal/shm/SharedSegment.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <pthread.h>
+#include <string>
+
+namespace qzsignal {
+
+// What a record holds before anything was written: patterns that catch the eye in a dump.
+constexpr std::uint64_t unwrittenValue = 0x00000000AAAAAAAA;
+constexpr std::uint64_t unwrittenTimestamp = 0x0000000055555555;
+
+// Bytes by which a record is longer on this host than on a 32-bit target, whose mutex ends at byte 28. The second
+// number counts the padding that 8-byte fields need on top; it is the same for all of them.
+constexpr std::size_t recordShift = recordMutexOffset + sizeof(pthread_mutex_t) - 28;
+constexpr std::size_t alignedRecordShift = (recordShift + 7) / 8 * 8;
+
+// The part of a shared signal that knows which record is in use: the one in the segment once there is a segment, the
+// one in the object before and otherwise. `Record` has `size` and `mutex` where all records have them, and the flag
+// `used`.
+template <typename Record>
+class QZSIGNAL_EXPORT SharedRecord : protected SharedSegment {
+protected:
+    // For a creator (`owner`) or somebody who still waits for the creator. `family` stays where it is.
+    SharedRecord(RecordFamily const& family, bool owner, bool shared) : SharedSegment(owner, shared), d_family(family) {
+        static_assert(offsetof(Record, size) == 0 && offsetof(Record, mutex) == recordMutexOffset,
+                      "the segment looks for them there");
+        initRecordMutex(d_localData.mutex);
+    }
+
+    // Creates the segment, if the record is meant to be shared, and has `fill` write the record, all but its size and
+    // its lock. Readers that are attached to a record of an earlier run see it change as a whole.
+    template <typename Fill>
+    void defineRecord(std::string const& instance, Fill fill) {
+        RecordResetLock lock;
+        if (d_shared)
+            createRecord(instance, lock);
+        d_data->used = 0;
+        withdrawRecord(d_data->size);
+        fill(*d_data);
+        publishRecord(d_data->size, d_family);
+    }
+
+    // Creates the segment. False if it cannot be had; the record in the object is in use then.
+    bool createRecord(std::string const& instance) {
+        RecordResetLock lock;
+        return createRecord(instance, lock);
+    }
+
+    // Attaches to the segment that its creator has made. False if it is not there yet, or attaching fails.
+    bool attachRecord(std::string const& instance) {
+        void* const record = attach(d_family, instance);
+        if (record == nullptr)
+            return false;
+        d_data = static_cast<Record*>(record);
+        d_waiting = false;
+        d_valid = true;
+        return true;
+    }
+
+    void releaseRecord(std::string const& instance) {
+        release(d_family, instance, d_data != &d_localData ? d_data : nullptr);
+    }
+
+    // Open and close each access to a record; one that is not shared has nothing to lock.
+    LockOutcome lockRecord(std::string const& instance) {
+        return d_shared ? qzsignal::lockRecord(d_data->mutex, d_family.d_label, instance) : LockOutcome::Locked;
+    }
+    LockOutcome tryLockRecord(std::string const& instance) {
+        return d_shared ? qzsignal::tryLockRecord(d_data->mutex, d_family.d_label, instance) : LockOutcome::Locked;
+    }
+    void unlockRecord(std::string const& instance) {
+        if (d_shared)
+            qzsignal::unlockRecord(d_data->mutex, d_family.d_label, instance);
+    }
+
+    Record d_localData{};          // used in local mode, before attachment, and if there is no segment
+    Record* d_data = &d_localData; // the record in use
+
+private:
+    bool createRecord(std::string const& instance, RecordResetLock& lock) {
+        void* const record = create(d_family, instance, lock);
+        d_data = record != nullptr ? static_cast<Record*>(record) : &d_localData;
+        return record != nullptr;
+    }
+
+    RecordFamily const& d_family;
+};
+
+} // namespace qzsignal

@@ -1,0 +1,174 @@
+// qzsignal trigger.
+#include "tests/cli/Drive.h"
+
+namespace {
+
+// Speed is half of the first two bytes less 40, so that 0x0100 is 88 km/h and 0x0010 -32; load is the third byte.
+constexpr char rise[] = "(1700000000.000001) can0 100#100000\n"
+                        "(1700000001.000000) can0 100#000105\n"
+                        "(1700000001.500000) can0 100#010105\n"
+                        "(1700000002.250000) can0 100#100005\n"
+                        "(1700000003.000000) can0 200#00\n"
+                        "(1700000004.000000) can0 100#0001FF\n"
+                        "(1700000005.000000) can0 200#00\n";
+
+class TriggerTest : public testing::Test {
+protected:
+    std::vector<std::string> arguments(std::vector<std::string> const& more) const {
+        std::vector<std::string> all = {"trigger", "--dbc", d_drive.definitions()};
+        all.insert(all.end(), more.begin(), more.end());
+        return all;
+    }
+    std::string log(std::string const& text) { return d_drive.folder().file("drive.log", text); }
+
+    Drive d_drive;
+};
+
+TEST_F(TriggerTest, printsEachMomentAtWhichTheConditionBecomesTrue) {
+    Result const result(arguments({d_drive.speed() + " > 50", log(rise)}));
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.output, "1700000001.000000 true (line 2)\n1700000004.000000 true (line 6)\n");
+    EXPECT_EQ(result.errors, "");
+}
+
+TEST_F(TriggerTest, conditionMayNameSeveralSignals) {
+    Result const result(arguments({d_drive.speed() + " > 50 && " + d_drive.load() + " < 0", log(rise)}));
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.output, "1700000004.000000 true (line 6)\n");
+}
+
+TEST_F(TriggerTest, neverTriggeredIsStatus1) {
+    Result const result(arguments({d_drive.speed() + " > 500", log(rise)}));
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.output, "");
+    EXPECT_EQ(result.errors, "");
+}
+
+TEST_F(TriggerTest, levelTellsHowLongTheConditionHeld) {
+    std::string const condition = d_drive.speed() + " > 50", recording = log(rise);
+    EXPECT_EQ(Result(arguments({"--level", condition, recording})).output,
+              "1700000001.000000 true for 1.250000 s (line 2)\n"
+              "1700000004.000000 true for 1.000000 s, to the end of the recording (line 6)\n");
+    EXPECT_EQ(Result(arguments({"--level", "--format", "csv", condition, recording})).output,
+              "time,line,held,ended\n1700000001.000000,2,1.250000,true\n1700000004.000000,6,1.000000,false\n");
+    EXPECT_EQ(Result(arguments({"--level", "--format", "json", condition, recording})).output,
+              "{\"timestamp\":1700000001000000,\"line\":2,\"held\":1250000,\"ended\":true}\n"
+              "{\"timestamp\":1700000004000000,\"line\":6,\"held\":1000000,\"ended\":false}\n");
+}
+
+TEST_F(TriggerTest, otherFormatsHaveNoDurationsWithoutLevel) {
+    std::string const condition = d_drive.load() + " == 5", recording = log(rise);
+    EXPECT_EQ(Result(arguments({"--format", "text", condition, recording})).output,
+              "1700000001.000000 true (line 2)\n");
+    EXPECT_EQ(Result(arguments({"--format", "csv", condition, recording})).output, "time,line\n1700000001.000000,2\n");
+    EXPECT_EQ(Result(arguments({"--format", "json", condition, recording})).output,
+              "{\"timestamp\":1700000001000000,\"line\":2}\n");
+}
+
+TEST_F(TriggerTest, nothingIsLookedAtBeforeAllSignalsHaveValues) {
+    // A frame of two bytes carries no load; the speed alone would do.
+    std::string const condition = d_drive.speed() + " > 50 || " + d_drive.load() + " > 50";
+    Result const later(
+        arguments({condition, log("(1.0) can0 100#0001\n(2.0) can0 100#000100\n(3.0) can0 100#0001\n")}));
+    EXPECT_EQ(later.output, "2.000000 true (line 2)\n");
+    Result const never(arguments({condition, log("(1.0) can0 100#0001\n")}));
+    EXPECT_EQ(never.status, 1);
+    EXPECT_EQ(never.output, "");
+    EXPECT_EQ(never.errors,
+              "qzsignal: warning: '" + d_drive.load() + "' never got a value, so the condition was never looked at\n");
+}
+
+TEST_F(TriggerTest, timeThatStepsBackHoldsForNothing) {
+    Result const result(
+        arguments({"--level", d_drive.speed() + " > 50", log("(5.0) can0 100#000100\n(1.0) can0 100#000000\n")}));
+    EXPECT_EQ(result.output, "5.000000 true for 0.000000 s (line 1)\n");
+}
+
+TEST_F(TriggerTest, channelsAreThoseOfReplay) {
+    std::string const recording = log("(1.0) can1 100#000100\n(2.0) can3 100#000100\n");
+    Result const result({"trigger", "--dbc", "can3:" + d_drive.definitions(), d_drive.speed() + " > 50", recording});
+    EXPECT_EQ(result.output, "2.000000 true (line 2)\n");
+}
+
+TEST_F(TriggerTest, needsNoSharedMemory) {
+    EXPECT_EQ(Result(arguments({d_drive.speed() + " > 50", log(rise)})).status, 0);
+    EXPECT_NE(access(("/tmp/" + d_drive.speed()).c_str(), F_OK), 0);
+}
+
+TEST_F(TriggerTest, liveRecordingIsAnsweredAtOnce) {
+    Command command(arguments({d_drive.speed() + " > 50", "-"}));
+    command.feed(rise);
+    EXPECT_TRUE(waitUntil([&] { return contains(command.output(), "(line 6)\n"); })) << command.errors();
+    EXPECT_TRUE(command.running());
+    command.endInput();
+    EXPECT_EQ(command.wait(), 0);
+}
+
+TEST_F(TriggerTest, stopsInOrderOnRequest) {
+    Command command(arguments({"--level", d_drive.speed() + " > 50", "-"}));
+    command.feed(rise);
+    EXPECT_TRUE(waitUntil([&] { return contains(command.output(), "(line 2)\n"); })) << command.errors();
+    // Sent until it is heard: one that comes just before the wait for input begins has nothing to interrupt.
+    EXPECT_TRUE(waitUntil([&] {
+        command.signal(SIGINT);
+        return !command.running();
+    }));
+    EXPECT_EQ(command.wait(), 0);
+    EXPECT_TRUE(contains(command.output(), "to the end of the recording (line 6)\n")) << command.output();
+}
+
+TEST_F(TriggerTest, badExpressionIsShownWithItsPlace) {
+    Result const result(arguments({d_drive.speed() + " > > 50", log(rise)}));
+    EXPECT_EQ(result.status, 65);
+    EXPECT_EQ(result.output, "");
+    std::string const name = d_drive.speed();
+    EXPECT_EQ(result.errors, "[ERROR] expression parser: line 1 syntax error at '> >'\n    " + name + " > > 50\n" +
+                                 std::string(name.size() + 7, ' ') + "^\n");
+}
+
+TEST_F(TriggerTest, expressionWithoutSignalsIsWrong) {
+    Result const result(arguments({"1 > 0", log(rise)}));
+    EXPECT_EQ(result.status, 65);
+    EXPECT_EQ(result.errors, "qzsignal: error: the expression names no signal\n");
+}
+
+TEST_F(TriggerTest, unknownSignalIsReportedWithTheNearestName) {
+    Result const result(arguments({d_drive.speed() + "s > 50 && RC.F1 == pressed", log(rise)}));
+    EXPECT_EQ(result.status, 69);
+    EXPECT_EQ(result.output, "");
+    EXPECT_EQ(result.errors, "qzsignal: error: the definition files hold no signal '" + d_drive.speed() +
+                                 "s', did you mean '" + d_drive.speed() +
+                                 "'?\n"
+                                 "qzsignal: error: the definition files hold no signal 'RC.F1'\n");
+}
+
+TEST_F(TriggerTest, missingFilesAreNotThere) {
+    Result const trace(arguments({d_drive.speed(), "/no/such.log"}));
+    EXPECT_EQ(trace.status, 69);
+    EXPECT_EQ(trace.errors, "qzsignal: error: cannot open '/no/such.log': No such file or directory\n");
+    Result const definitions(arguments({"--dbc", "/no/such.dbc", d_drive.speed(), log(rise)}));
+    EXPECT_EQ(definitions.status, 69);
+    EXPECT_EQ(definitions.output, "");
+    EXPECT_EQ(definitions.errors, "qzsignal: error: /no/such.dbc: No such file or directory\n");
+}
+
+TEST_F(TriggerTest, inputsWithoutContentAreJudged) {
+    Folder folder;
+    std::string const empty = folder.file("empty.dbc", "VERSION \"\"\n");
+    EXPECT_EQ(Result({"trigger", "--dbc", empty, d_drive.speed(), log(rise)}).status, 69);
+    std::string const bad = folder.file("bad.dbc", "BO_ 256 M: 8 X\n SG_ Bad : 0|0@1+ (1,0) [0|0] \"\" X\n");
+    EXPECT_EQ(Result({"trigger", "--dbc", bad, d_drive.speed(), log(rise)}).status, 65);
+    EXPECT_EQ(Result(arguments({d_drive.speed(), log("nonsense\n")})).status, 65);
+    Result const none(arguments({d_drive.speed(), log("")}));
+    EXPECT_EQ(none.status, 1);
+    EXPECT_TRUE(contains(none.errors, ": holds no frame\n")) << none.errors;
+}
+
+TEST_F(TriggerTest, malformedLinesAreReportedAndTheRestIsRead) {
+    Result const result(arguments({d_drive.speed() + " > 50", log(std::string("nonsense\n") + rise)}));
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.output, "1700000001.000000 true (line 3)\n1700000004.000000 true (line 7)\n");
+    EXPECT_TRUE(contains(result.errors, "drive.log:1: ")) << result.errors;
+}
+
+} // namespace

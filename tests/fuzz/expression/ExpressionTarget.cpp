@@ -1,0 +1,101 @@
+// Fuzz target: any bytes as the text of an expression, held against the reference.
+#include "tests/expression/CompiledExpression.h"
+#include "tests/expression/ReferenceLanguage.h"
+#include "tests/expression/TestSignals.h"
+#include "tests/support/Capture.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <iostream>
+#include <memory>
+
+extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size);
+
+namespace {
+
+// Longer texts would only take the reference deeper into its recursion than the stack reaches.
+constexpr std::size_t longestText = 2000;
+
+// Ends the process, which is what a fuzzer takes for a finding, if the library and the reference do not agree.
+void expect(bool agreed, char const* what, std::string const& text, std::string const& found = "",
+            std::string const& expected = "") {
+    if (agreed)
+        return;
+    std::fprintf(stderr, "%s: %s\nfound:    %s\nexpected: %s\n", what, text.c_str(), found.c_str(), expected.c_str());
+    std::abort();
+}
+
+TestSignals& signalsOfTexts() {
+    static TestSignals signals;
+    static bool const filled = [] {
+        signals["a"].d_value = 2.0;
+        signals["b"].d_value = 0.0;
+        signals["k"].d_value = -0.75;
+        signals["n"].d_value = std::nan("");
+        signals["CAN.Speed"].d_value = 130.0;
+        signals["a&&b"].d_value = 1.0;
+        signals["late"]; // has no value
+        unsigned long long time = 0;
+        for (char const* const name : {"a", "b", "k", "n", "CAN.Speed", "a&&b"})
+            signals[name].d_timestamp = ++time;
+        return true;
+    }();
+    static_cast<void>(filled);
+    return signals;
+}
+
+void evaluate(CompiledExpression& expression, std::string const& text, reference::Term const& term,
+              TestSignals const& signals) {
+    reference::Program const found = expression.instructions();
+    reference::Program const expected = programOf(term);
+    expect(found == expected, "program", text, print(found), print(expected));
+
+    double const value = reference::evaluate(term, [&](std::string const& name) { return signals.value(name); });
+    for (int round = 0; round < 2; ++round) {
+        std::string const evaluated = reference::print(expression.getValue());
+        expect(evaluated == reference::print(value), "value", text, evaluated, reference::print(value));
+    }
+    expect(expression.getTrigger() == (value > 0.0), "trigger", text);
+
+    auto const lacksValue = [&](reference::Instruction const& each) {
+        return each.d_operation == "opsignal" && !signals.value(each.d_name);
+    };
+    bool const written = std::none_of(expected.begin(), expected.end(), lacksValue);
+    expect(expression.isWritten() == written, "isWritten", text);
+
+    auto* const edge = new CompiledExpression(text, true);
+    expect(edge->getTrigger() == (value > 0.0), "first edge trigger", text);
+    expect(!edge->getTrigger(), "second edge trigger", text);
+}
+
+} // namespace
+
+int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size) {
+    if (size > longestText)
+        return 0;
+    std::string const text(data, std::find(data, data + size, std::uint8_t{0}));
+    TestSignals& signals = signalsOfTexts();
+    reference::Reading const reading = reference::read(text);
+    {
+        Capture errors(std::cerr);
+        auto expression = std::make_unique<CompiledExpression>(text);
+        std::string const messages = errors.take();
+        expect(expression->accepted() == reading.d_accepted, "accepted", text);
+        // Safe on every program, and whatever is left of one.
+        expression->isWritten();
+        expression->getLastestTime();
+        if (reading.d_accepted)
+            evaluate(*expression, text, reading.d_term, signals);
+        else
+            expect(messages == messagesFor(text, reading), "messages", text, messages, messagesFor(text, reading));
+        if (expression->accepted())
+            static_cast<void>(expression.release()); // `clear` ends it, as it does the one with the edge trigger
+        ExpParser::clear();
+        expect(ExpParser::allExpParsers.empty(), "clear", text);
+    }
+    signals.destroyInputs();
+    return 0;
+}

@@ -1,0 +1,219 @@
+// qzsignal trigger: finds the moments of a recorded drive at which a condition becomes true.
+#include "tools/Subcommand.h"
+#include "tools/base/Console.h"
+#include "tools/base/ExitStatus.h"
+#include "tools/base/Nearest.h"
+#include "tools/base/StopRequest.h"
+#include "tools/expression/Compile.h"
+#include "tools/expression/MomentPrinter.h"
+#include "tools/expression/Tokens.h"
+#include "tools/replay/DefinitionOption.h"
+#include "tools/replay/FrameFeeder.h"
+#include "tools/replay/SignalSet.h"
+#include "tools/traces/TraceReader.h"
+#include "tools/traces/TraceReport.h"
+
+#include <CLI/CLI.hpp>
+
+#include <memory>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace qztool {
+
+namespace {
+
+struct Options {
+    std::vector<std::string> definitions;
+    std::string expression;
+    std::string trace;
+    std::string format = "text";
+    bool level = false;
+};
+
+MomentFormat formatOf(std::string const& name) {
+    return name == "json" ? MomentFormat::Json : name == "csv" ? MomentFormat::Csv : MomentFormat::Text;
+}
+
+// An input that cannot be used is no answer: 1 is one here.
+ExitStatus statusOf(ExitStatus status) {
+    return status == exitNothingUsable ? exitNotThere : status;
+}
+
+class Search {
+public:
+    Search(Options const& options, Console& console)
+        : d_options(options),
+          d_console(console),
+          d_names(signalNames(options.expression)),
+          d_signals(console, d_frame, std::set<std::string>(d_names.begin(), d_names.end())),
+          d_feeder(d_signals.channels(), d_frame),
+          d_printer(console.results(), formatOf(options.format), options.level) {}
+
+    int run() {
+        TraceReader trace(d_options.trace);
+        if (!trace.isOpen()) {
+            d_console.error(trace.problem());
+            return exitNotThere;
+        }
+        ExitStatus const prepared = prepare();
+        if (prepared != exitSuccess)
+            return statusOf(prepared);
+        noteStopRequests();
+        d_live = trace.totalBytes() == 0;
+        d_printer.begin();
+        readFrom(trace);
+        ExitStatus const status = report(trace, d_options.trace, d_console);
+        if (trace.count(LineKind::Frame) != 0)
+            reportUnwritten();
+        // A recording without a frame has been searched, too.
+        if (status == exitBadData || !trace.problem().empty())
+            return statusOf(status);
+        return d_found ? exitTrue : exitFalse;
+    }
+
+private:
+    // From files and text to signals and a program.
+    ExitStatus prepare() {
+        for (std::string const& definition : d_options.definitions)
+            if (!d_signals.load(parseDefinitionFile(definition)))
+                return exitNotThere;
+        ExitStatus const defined = d_signals.define();
+        if (defined != exitSuccess)
+            return defined;
+        std::vector<std::string> undefined;
+        for (std::string const& name : d_names)
+            if (BaseSignal::getInstance(name.c_str()) == nullptr)
+                undefined.push_back(name);
+        d_parser = compile(d_options.expression, false, d_console);
+        if (!d_parser)
+            return exitBadData;
+        if (d_names.empty()) {
+            d_console.error("the expression names no signal");
+            return exitBadData;
+        }
+        for (std::string const& name : undefined) {
+            std::string const meant = nearest(name, d_signals.names());
+            d_console.error("the definition files hold no signal '", name, "'",
+                            meant.empty() ? "" : ", did you mean '" + meant + "'?");
+        }
+        return undefined.empty() ? exitSuccess : exitNotThere;
+    }
+
+    void readFrom(TraceReader& trace) {
+        Frame frame;
+        while (!stopRequested() && d_console.results()) {
+            TraceReader::Next const next = trace.next(frame);
+            if (next == TraceReader::Next::End)
+                break;
+            if (next == TraceReader::Next::Interrupted)
+                continue;
+            d_lastTime = frame.timestamp;
+            std::uint64_t const message = d_feeder.feed(frame);
+            if (message != 0 && d_parser->signalMessageIds.count(message) != 0)
+                evaluate(frame.timestamp, trace.lines());
+        }
+        if (d_true)
+            end(d_lastTime, false);
+    }
+
+    void evaluate(std::uint64_t time, std::size_t line) {
+        d_written = d_written || d_parser->isWritten();
+        if (!d_written || d_parser->getTrigger() == d_true)
+            return;
+        if (d_true)
+            end(time, true);
+        else
+            begin(time, line);
+    }
+
+    void begin(std::uint64_t time, std::size_t line) {
+        d_true = true;
+        d_found = true;
+        d_moment = {time, line, 0, false};
+        if (!d_options.level)
+            print();
+    }
+
+    void end(std::uint64_t time, bool ended) {
+        d_true = false;
+        // Recorded time may step back, as at the seam of two recordings.
+        d_moment.held = time > d_moment.timestamp ? time - d_moment.timestamp : 0;
+        d_moment.ended = ended;
+        if (d_options.level)
+            print();
+    }
+
+    void print() {
+        d_printer.print(d_moment);
+        if (d_live)
+            d_console.results().flush();
+    }
+
+    void reportUnwritten() {
+        if (d_written || d_parser->isWritten())
+            return;
+        for (std::string const& name : d_names) {
+            unsigned long long value = 0, timestamp = 0;
+            if (!BaseSignal::getInstance(name.c_str())->read(value, timestamp))
+                d_console.warning("'", name, "' never got a value, so the condition was never looked at");
+        }
+    }
+
+    Options const& d_options;
+    Console& d_console;
+    FrameInHand d_frame;
+    std::vector<std::string> d_names;
+    SignalSet d_signals;
+    FrameFeeder d_feeder;
+    MomentPrinter d_printer;
+    std::unique_ptr<ExpParser> d_parser;
+    bool d_live = false;    // the recording comes as it is made
+    bool d_written = false; // all signals hold values
+    bool d_true = false;    // the condition, since `d_moment`
+    bool d_found = false;
+    Moment d_moment;
+    std::uint64_t d_lastTime = 0; // of the frames so far
+};
+
+} // namespace
+
+std::function<int()> setUpTrigger(CLI::App& parser, Console& console) {
+    auto const options = std::make_shared<Options>();
+    addDefinitionOption(parser, options->definitions);
+    parser.add_flag("--level", options->level, "Print how long the condition held as well");
+    parser
+        .add_option("--format", options->format,
+                    "text (the default), csv (times in seconds) or json (an object a line, times in microseconds)")
+        ->type_name("FORMAT")
+        ->check(CLI::IsMember({"text", "csv", "json"}).description(""));
+    parser
+        .add_option("EXPR", options->expression,
+                    "Condition over signals called Message.Signal. Quote it for the shell, and leave a blank between a "
+                    "name and && or ||")
+        ->type_name("")
+        ->required();
+    parser
+        .add_option("TRACE", options->trace,
+                    "Recording: the log format of candump (candump -L) or an ASC text log; - is standard input")
+        ->type_name("")
+        ->required();
+    parser.footer(
+        "\n"
+        "The condition is true while its value is above 0. It is looked at after each frame that carries one\n"
+        "of its signals, as soon as all of them have a value.\n"
+        "\nExit status:\n"
+        "  0   the condition became true at least once\n"
+        "  1   it never did\n"
+        "  64  the command line is wrong\n"
+        "  65  the expression is wrong, or an input is bad throughout\n"
+        "  69  a file or a signal is not there\n"
+        "\nExamples:\n"
+        "  qzsignal trigger --dbc car.dbc 'Engine.Speed > 3000 && Transmission.Gear == 1' drive.log\n"
+        "  qzsignal trigger --dbc car.dbc --level --format csv 'VehicleSpeed.Speed > 50' drive.log\n"
+        "  candump -L can0 | qzsignal trigger --dbc car.dbc 'Brake.PedalPressed' -\n");
+    return [options, &console] { return Search(*options, console).run(); };
+}
+
+} // namespace qztool
