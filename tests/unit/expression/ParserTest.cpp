@@ -3,7 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <memory>
 #include <set>
 
 namespace {
@@ -21,10 +20,9 @@ protected:
         return errors.substr(0, errors.size() - end.size());
     }
 
-    // Result of a parse with a new scanner, of which `expression` gets the instructions.
+    // Result of one more parse, of which `expression` gets the instructions.
     static int parse(ExpressionProbe& expression, std::string const& text) {
         expression.program.clear();
-        expression.lexer = std::make_unique<expFlexLexer>();
         EXPECT_TRUE(qzsignal::beginTokens(*expression.lexer, text));
         return expparse(&expression);
     }
