@@ -161,6 +161,12 @@ void CANSignal::lock() {
     settle(lockRecord(instance));
 }
 
+bool CANSignal::tryLock() {
+    qzsignal::LockOutcome const outcome = tryLockRecord(instance);
+    settle(outcome);
+    return outcome != qzsignal::LockOutcome::Busy;
+}
+
 void CANSignal::unlock() {
     unlockRecord(instance);
 }

@@ -21,7 +21,7 @@ expFlexLexer& scannerOf(ExpParser& expression);
 } // namespace qzsignal
 
 /// The parser's trace switch: if not zero, the steps of every parse go to standard error.
-QZSIGNAL_EXPORT extern int expdebug;
+QZSIGNAL_EXPORT extern int expdebug; // NOLINT(readability-redundant-declaration): generated code declares it as well
 
 /// A formula over signals, whose value is a number, or a condition, whose value is 1 or 0.
 ///
@@ -57,11 +57,11 @@ public:
     /// 0 is silent; from 1, texts and signals without a value are shown; from 2, parser and scanner are traced.
     static int debug;
 
-    /// Compiles `text`; null counts as "". With `edgeTrigger`, `getTrigger` reports rising edges only.
+    /// Compiles `expression`; null counts as "". With `edge`, `getTrigger` reports rising edges only.
     /// A name that no signal bears becomes a new input signal, which the library never deletes. A text that is not an
     /// expression is reported on standard error and leaves an object that is not in `allExpParsers`, must not be
     /// evaluated, and is deleted by whoever built it.
-    ExpParser(char const* text, bool edgeTrigger);
+    ExpParser(char const* expression, bool edge);
 
     /// Withdraws the expression from `allExpParsers`. Its signals stay.
     virtual ~ExpParser();
@@ -76,7 +76,7 @@ public:
     /// only a text that was not accepted, or an instruction that was added later, comes to that.
     double getValue();
 
-    /// Evaluates, too: true if the value is greater than 0. With `edgeTrigger`, only if it was not so the last time.
+    /// Evaluates, too: true if the value is greater than 0. As an edge trigger, only if it was not so the last time.
     bool getTrigger();
 
     /// True if every signal that the program refers to holds a value. Once true, it stays true.
@@ -130,7 +130,7 @@ protected:
     std::unique_ptr<expFlexLexer> lexer;         ///< the scanner of the text
     std::string text;                            ///< what was compiled
     bool edgeTrigger;                            ///< `getTrigger` reports rising edges only
-    bool lastTrigger = false;                    ///< with `edgeTrigger`: whether the last value was greater than 0
+    bool lastTrigger = false;                    ///< as an edge trigger: the last value was greater than 0
     bool written = false;                        ///< `isWritten` has been true
 
 public:

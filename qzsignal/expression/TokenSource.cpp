@@ -28,7 +28,8 @@ int explex(YYSTYPE* value, void* parser) {
     expFlexLexer& scanner = qzsignal::scannerOf(*static_cast<ExpParser*>(parser));
     bool const first = errorText == nullptr;
     errorLineNumber = scanner.lineno();
-    errorText = scanner.YYText();
+    if (!first)
+        errorText = scanner.YYText();
     int const token = scanner.yylex();
     if (first)
         errorText = scanner.YYText();

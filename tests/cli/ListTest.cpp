@@ -1,6 +1,7 @@
 // qzsignal list.
 #include "tests/cli/Drive.h"
 
+#include "qzsignal/can/CANSignal.h"
 #include "tests/support/ShmProbe.h"
 
 #include <chrono>
@@ -56,6 +57,13 @@ TEST_F(ListTest, showsSignalsOfTheMachineInOrder) {
     EXPECT_EQ(folded(result.output.substr(0, result.output.find('\n'))), "NAME TYPE VALUE UNIT AGE");
     EXPECT_EQ(folded(lineOf(result.output, d_name.name())), d_name.name() + " unsigned - rpm -");
     EXPECT_LT(result.output.find(d_name.name()), result.output.find(second.name()));
+}
+
+TEST_F(ListTest, showsSelfContainedCanSignalsAlike) {
+    SharedName const second("store");
+    CANSignal other(1, 0x123, second.c_str(), "Nm", canSigned, 0, 8, 0.25, 1, false, true);
+    other.write(word(0xfd), 7ULL);
+    EXPECT_EQ(folded(lineOf(Result({"list"}).output, second.name())), second.name() + " signed 0.25 Nm -");
 }
 
 TEST_F(ListTest, showsValueAndAge) {

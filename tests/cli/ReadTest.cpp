@@ -1,6 +1,7 @@
 // qzsignal read.
 #include "tests/cli/Drive.h"
 
+#include "qzsignal/can/CANSignal.h"
 #include "tests/support/ShmProbe.h"
 
 #include <nlohmann/json.hpp>
@@ -22,6 +23,16 @@ TEST(ReadTest, printsValueUnitRawValueAndTime) {
     EXPECT_EQ(result.status, 0);
     EXPECT_EQ(result.output, name.name() + " = -0.25 Nm (raw -1, timestamp 1234567)\n");
     EXPECT_EQ(result.errors, "");
+}
+
+TEST(ReadTest, readsSelfContainedCanSignalsAlike) {
+    SharedName const name;
+    CANSignal signal(1, 0x123, name.c_str(), "Nm", canSigned, 0, 8, 0.25, 1, false, true);
+    EXPECT_EQ(Result({"read", name.name()}).output, name.name() + " = - (no value yet)\n");
+    signal.write(word(0xfd), 7ULL);
+    EXPECT_EQ(Result({"read", name.name()}).output, name.name() + " = 0.25 Nm (raw -3, timestamp 7)\n");
+    EXPECT_EQ(nlohmann::json::parse(Result({"read", "--json", name.name()}).output)[0]["type"], "signed");
+    EXPECT_EQ(Result({"eval", name.name() + " < 1"}).output, "1 (trigger true, timestamp 7)\n");
 }
 
 TEST(ReadTest, jsonIsOneArrayWithNullsForNoValue) {

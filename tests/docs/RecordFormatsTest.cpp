@@ -1,15 +1,22 @@
 // The page on record formats tells the truth.
+#include "qzsignal/can/CANSignal.h"
 #include "qzsignal/can/CANSignalExt.h"
+#include "qzsignal/flexray/FlexRaySignal.h"
+#include "qzsignal/input/InputSignal.h"
+#include "qzsignal/input/InputSignalExt.h"
+#include "qzsignal/lin/LINSignal.h"
 #include "qzsignal/trace/CANExtTraceMessage.h"
 #include "tests/support/Page.h"
 #include "tests/support/SharedName.h"
 #include "tests/support/ShmProbe.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdio>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <iomanip>
+#include <iterator>
 #include <map>
 #include <sstream>
 #include <string>
@@ -50,6 +57,16 @@ Record const shmSignalRecord = {
     FIELD(shmSignalData_t, scale),   FIELD(shmSignalData_t, offset),   FIELD(shmSignalData_t, endian),
     FIELD(shmSignalData_t, pending), FIELD(shmSignalData_t, rawValue), FIELD(shmSignalData_t, value),
     FIELD(shmSignalData_t, phys),    FIELD(shmSignalData_t, timestamp)};
+
+using qzsignal::canSignalData_t;
+
+Record const canSignalRecord = {
+    FIELD(canSignalData_t, size),      FIELD(canSignalData_t, mutex),   FIELD(canSignalData_t, used),
+    FIELD(canSignalData_t, bus),       FIELD(canSignalData_t, id),      FIELD(canSignalData_t, name),
+    FIELD(canSignalData_t, unit),      FIELD(canSignalData_t, type),    FIELD(canSignalData_t, startbit),
+    FIELD(canSignalData_t, bits),      FIELD(canSignalData_t, pending), FIELD(canSignalData_t, lastValueTop),
+    FIELD(canSignalData_t, scale),     FIELD(canSignalData_t, offset),  FIELD(canSignalData_t, endian),
+    FIELD(canSignalData_t, lastValue), FIELD(canSignalData_t, value),   FIELD(canSignalData_t, timestamp)};
 
 void expectTable(char const* heading, Record const& record) {
     bool const wide = sizeof(void*) == 8;
@@ -130,6 +147,94 @@ TEST(RecordFormats, exampleOfShmSignalIsTheRecordByteForByte) {
     void* const record = attached(name);
     EXPECT_EQ(dump(record, sizeof(shmSignalData_t)), Page(page).block(std::string("record ShmSignal ") + host));
     shmdt(record);
+}
+
+TEST(RecordFormats, tableOfCANSignalMatchesTheRecord) {
+    expectTable("## The record of CANSignal", canSignalRecord);
+}
+
+TEST(RecordFormats, exampleOfCANSignalIsTheRecordByteForByte) {
+    if (host[0] == 0)
+        GTEST_SKIP() << "the page has no example for this host";
+    SharedName const name;
+    CANSignal signal(1, 0x0A0, name.c_str(), "rpm", canUnsigned, 0, 16, 0.25, 0, false, true);
+    CANSignal::decodeMessage(1, 0x0A0, 0xB20C000000000000, 5000000);
+    auto* const record = static_cast<canSignalData_t*>(attached(name));
+    // The signal's name is the test's own.
+    EXPECT_EQ(record->name, name.name().substr(0, sizeof record->name - 1));
+    std::fill(std::begin(record->name), std::end(record->name), '\0');
+    std::copy_n("Speed", 5, record->name);
+    EXPECT_EQ(dump(record, sizeof *record), Page(page).block(std::string("record CANSignal ") + host));
+    shmdt(record);
+}
+
+// What a pre-filter says of each of the page's records, by the record's description.
+std::map<std::string, bool> verdicts(bool (*signalsInUse)(unsigned char const*, unsigned char const*)) {
+    std::map<std::string, bool> result;
+    std::vector<std::string> const lines = Page(page).block("records");
+    for (std::size_t line = 0; line + 1 < lines.size(); line += 3) {
+        std::istringstream in(lines[line + 1]);
+        std::vector<unsigned char> bytes;
+        for (unsigned byte = 0; in >> std::hex >> byte;)
+            bytes.push_back(static_cast<unsigned char>(byte));
+        result[lines[line]] = signalsInUse(bytes.data(), bytes.data() + bytes.size());
+    }
+    EXPECT_EQ(result.size(), 7U);
+    return result;
+}
+
+template <typename Definition>
+Definition definitionOn(unsigned char channel) {
+    Definition definition;
+    static_cast<baseSignalDef_t&>(definition) = plainDefinition("signal", 8);
+    definition.channel = channel;
+    return definition;
+}
+
+TEST(RecordFormats, canRecordsAreWhatTheyAreSaidToBe) {
+    auto standard = definitionOn<canSignalDef_t>(1);
+    standard.msgId = 0x0A0;
+    {
+        CANSignalExt const signal(standard, false);
+        auto const inUse = verdicts(CANSignalExt::signalsInUse);
+        EXPECT_TRUE(inUse.at("CAN channel 1, identifier 0x0a0"));
+        EXPECT_FALSE(inUse.at("CAN channel 2, extended identifier 0x18fef100"));
+    }
+    auto extended = definitionOn<canSignalDef_t>(2);
+    extended.msgId = 0x18FEF100;
+    extended.extended = true;
+    CANSignalExt const signal(extended, false);
+    auto const inUse = verdicts(CANSignalExt::signalsInUse);
+    EXPECT_FALSE(inUse.at("CAN channel 1, identifier 0x0a0"));
+    EXPECT_TRUE(inUse.at("CAN channel 2, extended identifier 0x18fef100"));
+}
+
+TEST(RecordFormats, linAndFlexRayRecordsAreWhatTheyAreSaidToBe) {
+    auto lin = definitionOn<linSignalDef_t>(2);
+    lin.msgId = 0x21;
+    LINSignal const linSignal(lin, false);
+    EXPECT_TRUE(verdicts(LINSignal::signalsInUse).at("LIN channel 2, identifier 0x21"));
+    auto flexRay = definitionOn<flexRaySignalDef_t>(1);
+    flexRay.instance = "other";
+    flexRay.slot = 100;
+    flexRay.baseCycle = 3;
+    flexRay.repetition = 64;
+    FlexRaySignal const flexRaySignal(flexRay, false);
+    auto const inUse = verdicts(FlexRaySignal::signalsInUse);
+    EXPECT_TRUE(inUse.at("FlexRay channel 1, slot 100, cycle 3"));
+    EXPECT_FALSE(inUse.at("LIN channel 2, identifier 0x21"));
+}
+
+TEST(RecordFormats, inputRecordsAreWhatTheyAreSaidToBe) {
+    struct {
+        char const* input;
+        char const* record;
+    } const cases[] = {{"DI.3", "digital input 3, mask 1"}, {"AI.4", "analog input 4"}, {"RC.F7", "keyboard"}};
+    for (auto const& [input, record] : cases) {
+        InputSignal const signal(input);
+        for (auto const& [description, inUse] : verdicts(InputSignal::signalsInUse))
+            EXPECT_EQ(inUse, description == record) << description;
+    }
 }
 
 // Runs a script with one argument; returns what it prints.

@@ -87,6 +87,9 @@ private:
             if (BaseSignal::getInstance(name.c_str()) == nullptr)
                 undefined.push_back(name);
         d_parser = compile(d_options.expression, false, d_console);
+        // The parser has made input signals for these, as many as it has come to, and left them to nobody.
+        for (std::string const& name : undefined)
+            d_inputs.emplace_back(BaseSignal::getInstance(name.c_str()));
         if (!d_parser)
             return exitBadData;
         if (d_names.empty()) {
@@ -168,6 +171,7 @@ private:
     SignalSet d_signals;
     FrameFeeder d_feeder;
     MomentPrinter d_printer;
+    std::vector<std::unique_ptr<BaseSignal>> d_inputs;
     std::unique_ptr<ExpParser> d_parser;
     bool d_live = false;    // the recording comes as it is made
     bool d_written = false; // all signals hold values

@@ -1,11 +1,11 @@
 // The parser's complaint, and the place that it is about.
 #include "tools/expression/Compile.h"
 
+#include "tools/base/ErrorCapture.h"
 #include "tools/expression/Tokens.h"
 
 #include <algorithm>
 #include <optional>
-#include <sstream>
 #include <string_view>
 #include <vector>
 
@@ -23,21 +23,14 @@ struct Attempt {
 // expression from the token before the bad one to the end of that, and then the whole expression.
 Attempt attempt(std::string const& text, bool edge) {
     constexpr std::string_view begin = " at '", end = "'\n", next = "[ERROR] parser error in ExpParser\n";
-    std::ostringstream messages;
-    std::streambuf* const errors = std::cerr.rdbuf(messages.rdbuf());
     Attempt result;
-    try {
-        result.parser = std::make_unique<ExpParser>(text.c_str(), edge);
-    } catch (...) {
-        std::cerr.rdbuf(errors);
-        throw;
-    }
-    std::cerr.rdbuf(errors);
+    ErrorCapture const messages;
+    result.parser = std::make_unique<ExpParser>(text.c_str(), edge);
     if (ExpParser::allExpParsers.count(result.parser.get()) != 0)
         return result;
 
     result.parser.reset();
-    std::string const all = messages.str();
+    std::string const all = messages.text();
     std::string const own = all.substr(0, all.find(next));
     result.complaint = own.substr(0, own.find_last_not_of('\n') + 1);
     std::size_t const shown = own.find(begin), shownEnd = own.rfind(end);

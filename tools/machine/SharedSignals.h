@@ -13,7 +13,14 @@ namespace qztool {
 // Key of the signal's key file; nothing if there is no such file.
 std::optional<key_t> keyOf(std::string const& instance);
 
-// True if a segment exists for the signal that is large enough for its record. The record may still be unfinished.
+// The kinds of records that a shared signal can have.
+enum class RecordKind { Shm, Can }; // of a ShmSignal and all that derive from it; of a CANSignal
+
+// Kind of the signal's record, by the record's own size word; nothing if there is no record, or none that is finished.
+std::optional<RecordKind> recordKind(std::string const& instance);
+
+// True if a segment exists for the signal that is large enough for the record of a ShmSignal. The record may still be
+// unfinished.
 bool segmentExists(std::string const& instance);
 
 // Makes the signal's key file if there is none, with a key that no segment has and that is not in `taken`: keys are
@@ -21,7 +28,7 @@ bool segmentExists(std::string const& instance);
 // made or found; nothing if it cannot be made.
 std::optional<key_t> claimKey(std::string const& instance, std::unordered_map<key_t, std::string> const& taken);
 
-// A signal that has a key file and a segment of a signal record's size.
+// A signal that has a key file and a segment of the size of a signal's record, of whatever kind.
 struct ListedSignal {
     std::string instance;
     key_t key;

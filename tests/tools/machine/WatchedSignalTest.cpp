@@ -1,14 +1,17 @@
 // What a watched signal shows while its shared signal comes, changes and goes.
 #include "tools/machine/WatchedSignal.h"
 
+#include "qzsignal/can/CANSignal.h"
 #include "tests/support/Capture.h"
 #include "tests/support/SharedName.h"
 #include "tests/support/ShmProbe.h"
 
 #include <gtest/gtest.h>
 
+#include <fcntl.h>
 #include <memory>
 #include <sstream>
+#include <sys/shm.h>
 
 namespace qztool {
 namespace {
@@ -100,6 +103,54 @@ TEST_F(WatchedSignalTest, tellsNoSignalFromNoValue) {
     d_watched.look();
     EXPECT_FALSE(d_watched.isThere());
     EXPECT_EQ(shown(), "") << "gone with its writer";
+}
+
+TEST_F(WatchedSignalTest, recordThatIsNotFinishedIsNoSignal) {
+    close(open(d_name.path().c_str(), O_CREAT | O_WRONLY | O_CLOEXEC, 0666));
+    ASSERT_NE(shmget(d_name.key(), sizeof(shmSignalData_t), IPC_CREAT | 0666), -1);
+    d_watched.look();
+    EXPECT_FALSE(d_watched.isThere());
+    auto const writer = makeWriter();
+    d_watched.look();
+    EXPECT_TRUE(d_watched.isThere());
+}
+
+canSignal_t storeDefinition(std::string const& name) {
+    canSignal_t definition;
+    definition.name = name;
+    definition.unit = "Nm";
+    definition.type = canSigned;
+    definition.bits = 8;
+    definition.scale = 0.25;
+    definition.offset = 1;
+    return definition;
+}
+
+TEST_F(WatchedSignalTest, findsSignalsOfEitherKindUnderOneName) {
+    auto shm = makeWriter();
+    shm->write(word(4), 8);
+    d_watched.look();
+    EXPECT_EQ(shown(), "2 4 8 8");
+    shm.reset();
+    {
+        BaseSignal::instances.erase(d_name.name());
+        CANSignal can(storeDefinition(d_name.name()), true);
+        BaseSignal::instances.erase(d_name.name());
+        d_watched.look();
+        EXPECT_TRUE(d_watched.isThere());
+        EXPECT_EQ(shown(), "") << "nothing was written";
+        can.write(word(0xfd), 9ULL);
+        d_watched.look();
+        EXPECT_EQ(shown(), "0.25 18446744073709551613 9 9");
+        EXPECT_EQ(d_watched.getType(), signalSigned);
+        EXPECT_STREQ(d_watched.getUnit(), "Nm");
+        can.lock();
+        d_watched.look();
+        EXPECT_TRUE(d_watched.isLocked());
+        can.unlock();
+    }
+    d_watched.look();
+    EXPECT_FALSE(d_watched.isThere());
 }
 
 TEST_F(WatchedSignalTest, findsTheSegmentOfAWriterThatStartedAnew) {

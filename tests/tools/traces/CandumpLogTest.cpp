@@ -165,6 +165,7 @@ TEST(CandumpLogTest, everyCutOfALineIsReadWithoutLookingBehindItsEnd) {
 }
 
 TEST(CandumpLogTest, usualLinesAndTheirNeighboursAreReadLikeAnyOther) {
+    constexpr char others[] = "09:/@AFGafg ()#.\t_RT8\0\xff";
     // A blank before a line changes nothing, but makes it an unusual one.
     for (std::string const usual :
          {"(1757617431.821276) can0 167#727FC3000019E500", "(1757617431.821276) vcan12 7FF#",
@@ -178,7 +179,7 @@ TEST(CandumpLogTest, usualLinesAndTheirNeighboursAreReadLikeAnyOther) {
                 shorter.erase(i, 1);
             }
             EXPECT_EQ(parsed(shorter), parsed(" " + shorter)) << shorter;
-            for (char const other : std::string_view("09:/@AFGafg ()#.\t_RT8\0\xff", 27)) {
+            for (char const other : std::string_view(others, sizeof others - 1)) {
                 std::string longer = usual, changed = usual;
                 longer.insert(i, 1, other);
                 changed[std::min(i, usual.size() - 1)] = other;

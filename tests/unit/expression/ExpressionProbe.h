@@ -142,9 +142,13 @@ public:
     std::string take() { return testing::internal::GetCapturedStderr(); }
 };
 
-inline std::string repeated(std::string const& part, std::size_t times) {
-    std::string text;
-    for (std::size_t i = 0; i < times; ++i)
-        text += part;
-    return text;
+// What stands between each `before` and the next `after`.
+inline std::vector<std::string> allBetween(std::string const& text, std::string const& before,
+                                           std::string const& after) {
+    std::vector<std::string> found;
+    for (std::size_t at = text.find(before); at != std::string::npos; at = text.find(before, at)) {
+        at += before.size();
+        found.push_back(text.substr(at, text.find(after, at) - at));
+    }
+    return found;
 }

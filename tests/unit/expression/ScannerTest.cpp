@@ -242,6 +242,18 @@ TEST(Scanner, leavesTokensOfATextOfAnyLengthWhereTheyAre) {
     }
 }
 
+TEST(Scanner, leavesATextForTheNext) {
+    expFlexLexer scanner;
+    ASSERT_TRUE(qzsignal::scanText(scanner, "1 2"));
+    ASSERT_EQ(scanner.yylex(), NUM);
+    ASSERT_TRUE(qzsignal::scanText(scanner, "a"));
+    EXPECT_EQ(scanner.yylex(), STRING);
+    EXPECT_STREQ(scanner.YYText(), "a");
+    EXPECT_EQ(scanner.yylex(), 0);
+    ASSERT_TRUE(qzsignal::scanText(scanner, "3"));
+    EXPECT_EQ(scanner.yylex(), NUM) << "also after the end";
+}
+
 TEST(Scanner, refusesTextsThatItCannotCount) {
     expFlexLexer scanner;
     Capture const errors(std::cerr);
