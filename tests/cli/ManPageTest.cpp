@@ -2,10 +2,10 @@
 #include "tests/cli/Command.h"
 #include "tests/support/Page.h"
 
+#include <algorithm>
 #include <cctype>
 #include <gtest/gtest.h>
 #include <map>
-#include <regex>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -44,34 +44,23 @@ public:
             d_lines.push_back(line);
     }
 
-    // Of each line of a section, what the pattern finds.
-    std::vector<std::smatch> matches(std::string const& heading, std::string const& pattern) const {
-        std::vector<std::smatch> found;
-        bool inside = false;
-        std::regex const expression(pattern);
-        for (std::string const& line : d_lines) {
-            std::smatch match;
-            if (line == heading)
-                inside = true;
-            else if (line.empty())
-                inside = false;
-            else if (inside && std::regex_search(line, match, expression))
-                found.push_back(match);
-        }
-        return found;
-    }
-
+    // The first word of each entry of a section.
     Words firstWords(std::string const& heading) const {
         Words words;
-        for (std::smatch const& match : matches(heading, R"(^  (\w+) )"))
-            words.push_back(match[1]);
+        for (std::string const& entry : entries(heading))
+            words.push_back(wordsOf(entry).front());
         return words;
     }
 
+    // "-h,--help  Print ..." has no value, "--wait SECONDS  Wait ..." has one.
     Options options() const {
         Options options;
-        for (std::smatch const& match : matches("Options:", R"(^  (?:-\w,)?--([\w-]+)(?: ([A-Z:\[\]]+))?(?: |$))"))
-            options[match[1]] = lettersOf(match[2]);
+        for (std::string const& entry : entries("Options:")) {
+            Words const words = wordsOf(entry.substr(0, entry.find("  ")));
+            std::string const& names = words.front();
+            std::string const value = words.size() > 1 && isValue(words[1]) ? lettersOf(words[1]) : "";
+            options[names.substr(names.find("--") + 2)] = value;
+        }
         return options;
     }
 
@@ -88,6 +77,24 @@ public:
     }
 
 private:
+    // The entries of a section, without the two blanks before each. What is further to the right belongs to the line
+    // before.
+    Words entries(std::string const& heading) const {
+        Words found;
+        auto line = std::find(d_lines.begin(), d_lines.end(), heading);
+        for (; line != d_lines.end() && !line->empty(); ++line)
+            if (line->size() > 2 && line->compare(0, 2, "  ") == 0 && (*line)[2] != ' ')
+                found.push_back(line->substr(2));
+        return found;
+    }
+
+    // Values are in capitals, perhaps with brackets; other words are notes on the option.
+    static bool isValue(std::string const& word) {
+        return std::none_of(word.begin(), word.end(),
+                            [](char c) { return std::islower(static_cast<unsigned char>(c)) != 0; }) &&
+               !lettersOf(word).empty();
+    }
+
     Words d_lines;
 };
 
