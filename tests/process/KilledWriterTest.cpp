@@ -1,11 +1,10 @@
 // Writers that are killed at any moment, one after the other, under readers that never stop.
 #include "tests/process/CountedValues.h"
+#include "tests/process/ErrorOutput.h"
 #include "tests/process/Process.h"
 #include "tests/process/RobustMutex.h"
 #include "tests/process/Shared.h"
 
-#include <cstdio>
-#include <fcntl.h>
 #include <iostream>
 #include <memory>
 #include <random>
@@ -25,30 +24,6 @@ struct State {
     SharedCounter d_revivals; // values of a writer that came after those of its successor
     SharedCounter d_latestWriter[readers][countedSignals];
     CountedFindings d_findings[readers][countedSignals];
-};
-
-// What a process prints to standard error, in a file without a name.
-class ErrorOutput {
-public:
-    ErrorOutput() : d_file(std::tmpfile()) { fcntl(fileno(d_file), F_SETFL, O_APPEND); }
-    ~ErrorOutput() { std::fclose(d_file); }
-    ErrorOutput(ErrorOutput const&) = delete;
-    ErrorOutput& operator=(ErrorOutput const&) = delete;
-
-    // Makes this process, a forked one, print there.
-    void take() const { dup2(fileno(d_file), STDERR_FILENO); }
-
-    std::string text() const {
-        std::string all;
-        char part[4096];
-        off_t at = 0;
-        for (ssize_t got = 0; (got = pread(fileno(d_file), part, sizeof part, at)) > 0; at += got)
-            all.append(part, static_cast<std::size_t>(got));
-        return all;
-    }
-
-private:
-    std::FILE* d_file;
 };
 
 std::uint32_t count(std::string const& text, std::string const& part) {
