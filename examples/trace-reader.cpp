@@ -1,7 +1,9 @@
 // Feeds signals of every kind from a trace stream. A look at each serialized record tells whether it is worth being
 // made a message object of; most are not.
+#include "qzsignal/can/CANSignal.h"
 #include "qzsignal/can/CANSignalExt.h"
 #include "qzsignal/flexray/FlexRaySignal.h"
+#include "qzsignal/input/InputSignal.h"
 #include "qzsignal/input/InputSignalExt.h"
 #include "qzsignal/lin/LINSignal.h"
 #include "qzsignal/trace/CANExtTraceMessage.h"
@@ -32,6 +34,11 @@ unsigned long long feedCan(Delivery const& delivery) {
     frame.identifier = static_cast<std::uint32_t>(delivery.record[20] << 8 | delivery.record[21]);
     frame.length = static_cast<unsigned char>(delivery.payload.size());
     std::copy(delivery.payload.begin(), delivery.payload.end(), frame.payload);
+    // The self-contained kind takes the payload as a number, first byte most significant, and does not say what it fed.
+    unsigned long long payload = 0;
+    for (unsigned char const byte : frame.payload)
+        payload = payload << 8 | byte;
+    CANSignal::decodeMessage(frame.channel, static_cast<unsigned short>(frame.identifier), payload, frame.timestamp);
     return CANSignalExt::decodeMessage(frame);
 }
 
@@ -62,7 +69,12 @@ unsigned long long feedDigitalInput(Delivery const& delivery) {
     event.entries[0].input = delivery.record[14];
     event.entries[0].mask = delivery.record[17];
     event.entries[0].levels = delivery.payload[0];
-    return InputSignalExt::decodeMessage(event);
+    return InputSignalExt::decodeMessage(event) | InputSignal::decodeMessage(event); // each returns 0 for "none"
+}
+
+// Two kinds of signals follow the inputs.
+bool inputInUse(unsigned char const* begin, unsigned char const* end) {
+    return InputSignalExt::signalsInUse(begin, end) || InputSignal::signalsInUse(begin, end);
 }
 
 struct Source {
@@ -98,6 +110,7 @@ int main() {
     can.scale = 0.5;
     can.unit = "%";
     CANSignalExt const pedal(can, false); // false: for this process alone
+    CANSignal const stored(1, 0x0A0, "Example.StoredPedal", "%", canUnsigned, 0, 8, 0.5, 0, false, false);
     auto flexRay = definition<flexRaySignalDef_t>("Example.Steering", 1);
     flexRay.slot = 100;
     flexRay.baseCycle = 3;
@@ -112,6 +125,7 @@ int main() {
     input.startbit = 56; // an input arrives as the last byte of a payload
     input.bits = 1;
     InputSignalExt const door(input, false);
+    InputSignal const window("DI.4");
 
     Source const sources[] = {
         {"CAN",
@@ -125,9 +139,10 @@ int main() {
           {record({{15, 1}, {20, 100}, {24, 8}}), {9, 9}, 40}}},
         {"LIN", LINSignal::signalsInUse, feedLin, {{record({{14, 2}, {27, 0x21}}), {5}, 50}}},
         {"input",
-         InputSignalExt::signalsInUse,
+         inputInUse,
          feedDigitalInput,
-         {{record({{3, 0x13}, {14, 3}, {16, 1}, {17, 1}}), {1}, 60}}},
+         {{record({{3, 0x13}, {14, 3}, {16, 1}, {17, 1}}), {1}, 60},
+          {record({{3, 0x13}, {14, 4}, {16, 1}, {17, 1}}), {1}, 70}}},
     };
     for (Source const& source : sources)
         for (Delivery const& delivery : source.deliveries) {
