@@ -7,6 +7,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
 #include <fstream>
@@ -422,6 +423,9 @@ TEST_F(ShmSignalRecordTest, attachingThatFailsIsReportedAndTriedAgain) {
     if (memory != MAP_FAILED)
         GTEST_SKIP() << "the address space cannot be limited here";
     { ShmProbe const warmUp(plainDefinition(d_name.name()), true); } // what is allocated once is allocated
+    // What is free stays with the allocator, which cannot get any more.
+    void* const volatile room = std::malloc(100000);
+    std::free(room);
     Capture errors(std::cerr);
     {
         ASSERT_EQ(setrlimit(RLIMIT_AS, &none), 0);
