@@ -14,7 +14,7 @@
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
-#include <cstring>
+#include <cmath>
 #include <memory>
 #include <string>
 #include <vector>
@@ -42,11 +42,10 @@ struct Outcome {
 
     bool known() const { return missing.empty() && unwritten.empty(); }
 
-    // The time alone makes no difference. Values are compared bit by bit, as one that is not a number differs from
-    // itself.
+    // The time alone makes no difference.
     bool differs(Outcome const& other) const {
-        return std::memcmp(&value, &other.value, sizeof value) != 0 || trigger != other.trigger ||
-               missing != other.missing || unwritten != other.unwritten;
+        bool const sameValue = value == other.value || (std::isnan(value) && std::isnan(other.value));
+        return !sameValue || trigger != other.trigger || missing != other.missing || unwritten != other.unwritten;
     }
 };
 

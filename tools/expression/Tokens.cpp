@@ -9,7 +9,7 @@ namespace qztool {
 namespace {
 
 constexpr std::string_view blanks = " \t\r";
-constexpr std::string_view notInNames(" \t\r\n\0!()*+,-/:<=>", 18);
+constexpr std::string_view notInNames(" \t\r\n\0!()*+,-/:<=>", 17);
 constexpr std::string_view signs = "<>!+-*/(),";
 constexpr std::array<std::string_view, 6> longSigns = {"<=", ">=", "==", "!=", "||", "&&"};
 constexpr std::array<std::string_view, 5> keywords = {"released", "pressed", "pressed_long", "high", "low"};

@@ -100,7 +100,7 @@ bool readUsualLine(std::string_view line, Frame& frame) {
     }
     frame.payload.fill(0);
     frame.length = static_cast<std::uint8_t>(dataDigits / 2);
-    for (unsigned i = 0; i < frame.length; ++i) {
+    for (std::size_t i = 0; i < frame.length; ++i) {
         frame.payload[i] = static_cast<std::uint8_t>(readHexDigits(position + 2 * i, 2, strange));
     }
     return strange == 0 && frame.identifier <= (frame.extended ? highestExtendedIdentifier : highestStandardIdentifier);
