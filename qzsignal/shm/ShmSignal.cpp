@@ -22,6 +22,7 @@ constexpr qzsignal::RecordFamily family = {"ShmSignal", sizeof(shmSignalData_t),
 // at them meanwhile, and both are derived from what is stored, so they are free for that.
 constexpr std::uint8_t storePending = 0x5A;
 
+// Not `fromBits`: these bits may be those of no number at all, which some processors change when they hand a double over.
 std::uint64_t bitsOf(double const& number) {
     std::uint64_t bits = 0;
     std::memcpy(&bits, &number, sizeof bits);
@@ -171,7 +172,7 @@ bool ShmSignal::write(unsigned long long raw, unsigned long long timestamp) {
     if (d_modified)
         store(raw, timestamp);
     else
-        d_data->timestamp = timestamp;
+        qzsignal::storeWhole(d_data->timestamp, timestamp);
     if (debugging()) {
         // Deliberate: the line shows the time of the write before.
         std::ostringstream description;
