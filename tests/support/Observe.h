@@ -14,6 +14,11 @@ std::string printed(Value const& value) {
     return out.str();
 }
 
+// As it stands in printed forms and debug lines.
+inline std::string address(void const* pointer) {
+    return printed(pointer);
+}
+
 // 0xdead if the signal was never written.
 inline unsigned long long valueOf(BaseSignal& signal) {
     unsigned long long value = 0xdead, timestamp = 0;

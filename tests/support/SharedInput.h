@@ -1,7 +1,9 @@
 // A predefined input in shared memory, for one test at a time on the whole machine.
 #pragma once
 
+#include "qzsignal/input/InputSignalExt.h"
 #include "tests/support/SharedName.h"
+#include "tests/support/ShmProbe.h"
 
 #include <fcntl.h>
 #include <stdexcept>
@@ -51,3 +53,12 @@ public:
         shmctl(id, IPC_RMID, nullptr); // of a test that was killed
     }
 };
+
+// An input whose value is taken as it arrives.
+inline inputSignalDef_t inputDefinition(std::string const& instance) {
+    inputSignalDef_t definition;
+    static_cast<baseSignalDef_t&>(definition) = plainDefinition(instance, 64);
+    definition.startbit = 7;
+    definition.endian = true;
+    return definition;
+}

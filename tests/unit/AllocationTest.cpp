@@ -170,14 +170,6 @@ void expectNoAllocations(Signal& digital, Signal& analog, Signal& key) {
     }));
 }
 
-inputSignalDef_t inputDefinition(std::string const& instance) {
-    inputSignalDef_t definition;
-    static_cast<baseSignalDef_t&>(definition) = plainDefinition(instance, 64);
-    definition.startbit = 7;
-    definition.endian = true;
-    return definition;
-}
-
 TEST(Allocation, inputsOfTheProcessAllocateNothing) {
     InputSignal digital("DI.3"), analog("AI.3"), key("RC.F7");
     expectNoAllocations(digital, analog, key);

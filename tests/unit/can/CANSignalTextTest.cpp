@@ -1,6 +1,7 @@
 // Everything that self-contained CAN signals print, to the character.
 #include "tests/support/CANSignalProbe.h"
 #include "tests/support/Capture.h"
+#include "tests/support/Observe.h"
 #include "tests/support/SharedName.h"
 
 #include <gtest/gtest.h>
@@ -20,12 +21,6 @@ canSignal_t fullDefinition(std::string const& name) {
     definition.offset = -40;
     definition.endian = true;
     return definition;
-}
-
-std::string address(void const* pointer) {
-    std::ostringstream out;
-    out << pointer;
-    return out.str();
 }
 
 class CANSignalTextTest : public testing::Test {

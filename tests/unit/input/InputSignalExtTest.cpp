@@ -3,6 +3,7 @@
 
 #include "tests/support/Capture.h"
 #include "tests/support/InputMessages.h"
+#include "tests/support/Observe.h"
 #include "tests/support/SharedInput.h"
 
 #include <gtest/gtest.h>
@@ -50,17 +51,6 @@ void expectReading(BaseSignal& signal, unsigned long long value, unsigned long l
 void expectNothing(BaseSignal& signal) {
     unsigned long long value = 0, timestamp = 0;
     EXPECT_FALSE(signal.read(value, timestamp));
-}
-
-template <typename Value>
-std::string printed(Value const& value) {
-    std::ostringstream out;
-    out << value;
-    return out.str();
-}
-
-std::string address(InputSignalExt const& signal) {
-    return printed(static_cast<void const*>(&signal));
 }
 
 bool endsWith(std::string const& text, std::string const& end) {
@@ -446,7 +436,7 @@ TEST_F(InputSignalExtTest, deliveryIsShownWhenDebugging) {
     Capture output(std::cout);
     auto const expectAnnounced = [&output](InputSignalExt const& signal, std::string const& name) {
         std::string const text = output.take();
-        EXPECT_EQ(text.find("[DEBUG] InputSignalExt::decodeMessage: addr = " + address(signal) +
+        EXPECT_EQ(text.find("[DEBUG] InputSignalExt::decodeMessage: addr = " + address(&signal) +
                             "\n[DEBUG] Signal = " + name + "\n[DEBUG] writing 1, ts=3e8\n"),
                   0U)
             << text;

@@ -3,6 +3,7 @@
 
 #include "tests/support/Capture.h"
 #include "tests/support/InputMessages.h"
+#include "tests/support/Observe.h"
 
 #include <gtest/gtest.h>
 
@@ -62,12 +63,6 @@ void expectNothing(BaseSignal& signal) {
     EXPECT_FALSE(signal.read(phys, timestamp));
     EXPECT_EQ(phys, 1.5);
     EXPECT_EQ(timestamp, 7U);
-}
-
-std::string address(InputSignal const& signal) {
-    std::ostringstream out;
-    out << static_cast<void const*>(&signal);
-    return out.str();
 }
 
 class InputSignalTest : public testing::Test {
@@ -537,7 +532,7 @@ TEST_F(InputSignalTest, deliveryIsShownWhenDebugging) {
     InputSignal const first("DI.1"), second("DI.1"), analog("AI.1"), key("RC.F1");
     Capture output(std::cout);
     auto const announced = [](InputSignal const& signal, std::string const& name) {
-        return "[DEBUG] InputSignal::decodeMessage: addr = " + address(signal) + "\n[DEBUG] Signal = " + name +
+        return "[DEBUG] InputSignal::decodeMessage: addr = " + address(&signal) + "\n[DEBUG] Signal = " + name +
                "\n[DEBUG] InputSignal::write \n" + name + ", value=1, timestamp=1000\n";
     };
     BaseSignal::debug = 1;

@@ -1,5 +1,6 @@
 // Building and opening shared signals: the record that results, its printed form, and the diagnostics on the way.
 #include "tests/support/Capture.h"
+#include "tests/support/Observe.h"
 #include "tests/support/SharedName.h"
 #include "tests/support/ShmProbe.h"
 
@@ -35,18 +36,6 @@ baseSignalDef_t fullDefinition(std::string const& instance) {
     definition.offset = -40;
     definition.endian = true;
     return definition;
-}
-
-std::string address(void const* pointer) {
-    std::ostringstream out;
-    out << pointer;
-    return out.str();
-}
-
-std::string printed(ShmSignal const& signal) {
-    std::ostringstream out;
-    out << signal;
-    return out.str();
 }
 
 class ShmSignalRecordTest : public testing::Test {

@@ -8,6 +8,7 @@
 #include "tests/support/FlexRayFixture.h"
 #include "tests/support/InputMessages.h"
 #include "tests/support/LINFixture.h"
+#include "tests/support/SharedInput.h"
 #include "tests/support/SharedName.h"
 #include "tests/support/ShmProbe.h"
 
@@ -31,14 +32,6 @@ canSignalDef_t canExtDefinition(std::string const& instance) {
     static_cast<baseSignalDef_t&>(definition) = plainDefinition(instance, 8);
     definition.channel = 1;
     definition.msgId = 0x123;
-    return definition;
-}
-
-inputSignalDef_t inputDefinition(std::string const& instance) {
-    inputSignalDef_t definition;
-    static_cast<baseSignalDef_t&>(definition) = plainDefinition(instance, 64);
-    definition.startbit = 7;
-    definition.endian = true;
     return definition;
 }
 
