@@ -2,42 +2,25 @@
 #include "tests/expression/CompiledExpression.h"
 #include "tests/expression/TestSignals.h"
 #include "tests/support/Capture.h"
+#include "tests/support/Page.h"
 
 #include <gtest/gtest.h>
 
 #include <cstdlib>
-#include <fstream>
 #include <iostream>
-#include <sstream>
 #include <string>
 #include <vector>
 
 namespace {
 
-// A piece between two fences, and the word behind the first.
-struct Block {
-    std::string d_kind;
-    int d_line = 0; // of the first fence
-    std::string d_text;
-};
+using Block = Page::Block;
 
-std::vector<Block> blocks() {
-    std::vector<Block> found;
-    std::ifstream page(QZSIGNAL_LANGUAGE_PAGE);
-    bool inside = false;
-    int number = 0;
-    for (std::string line; std::getline(page, line);) {
-        ++number;
-        if (line.rfind("```", 0) == 0) {
-            inside = !inside;
-            if (inside)
-                found.push_back({line.substr(3), number, ""});
-        } else if (inside) {
-            found.back().d_text += line + '\n';
-        }
-    }
-    EXPECT_FALSE(inside);
-    return found;
+// The lines of a block, each with its end.
+std::string textOf(Block const& block) {
+    std::string text;
+    for (std::string const& line : block.lines)
+        text += line + '\n';
+    return text;
 }
 
 std::string trimmed(std::string const& text) {
@@ -48,8 +31,7 @@ std::string trimmed(std::string const& text) {
 // The two sides of each line of a block.
 std::vector<std::pair<std::string, std::string>> pairs(Block const& block, std::string const& sign) {
     std::vector<std::pair<std::string, std::string>> result;
-    std::istringstream lines(block.d_text);
-    for (std::string line; std::getline(lines, line);) {
+    for (std::string const& line : block.lines) {
         std::size_t const at = line.rfind(sign);
         EXPECT_NE(at, std::string::npos) << line;
         if (at != std::string::npos)
@@ -62,7 +44,7 @@ class LanguagePage : public testing::Test {
 protected:
     LanguagePage() {
         for (Block const& block : d_blocks) {
-            if (block.d_kind != "signals")
+            if (block.info != "signals")
                 continue;
             for (auto const& [name, value] : pairs(block, "=")) {
                 TestValue& signal = d_signals[name];
@@ -73,7 +55,7 @@ protected:
     }
     ~LanguagePage() override { ExpParser::debug = 0; }
 
-    std::vector<Block> const d_blocks = blocks();
+    std::vector<Block> const d_blocks = Page("docs/expression-language.md").blocks();
     TestSignals d_signals;
 };
 
@@ -82,7 +64,7 @@ protected:
 TEST_F(LanguagePage, hasExamplesThatComeOutAsItSays) {
     int examples = 0;
     for (Block const& block : d_blocks) {
-        if (block.d_kind != "examples")
+        if (block.info != "examples")
             continue;
         for (auto const& [text, result] : pairs(block, "->")) {
             ++examples;
@@ -97,26 +79,27 @@ TEST_F(LanguagePage, hasExamplesThatComeOutAsItSays) {
 TEST_F(LanguagePage, showsTheMessagesOfItsExpressions) {
     int expressions = 0;
     for (std::size_t i = 0; i < d_blocks.size(); ++i) {
-        if (d_blocks[i].d_kind != "expression")
+        if (d_blocks[i].info != "expression")
             continue;
         ++expressions;
-        std::string const text = d_blocks[i].d_text.substr(0, d_blocks[i].d_text.size() - 1);
+        std::string text = textOf(d_blocks[i]);
+        text.pop_back();
         Capture errors(std::cerr);
         Capture output(std::cout);
         ExpParser::debug = 1;
         CompiledExpression expression(text);
         if (expression.accepted())
             expression.getValue();
-        bool const shown = i + 1 < d_blocks.size() && d_blocks[i + 1].d_kind == "messages";
-        EXPECT_EQ(errors.text(), shown ? d_blocks[i + 1].d_text : "") << text;
+        bool const shown = i + 1 < d_blocks.size() && d_blocks[i + 1].info == "messages";
+        EXPECT_EQ(errors.text(), shown ? textOf(d_blocks[i + 1]) : "") << text;
     }
     EXPECT_EQ(expressions, 3);
 }
 
 TEST_F(LanguagePage, knowsNoOtherBlocks) {
     for (Block const& block : d_blocks) {
-        bool const known = block.d_kind == "signals" || block.d_kind == "examples" || block.d_kind == "expression" ||
-                           block.d_kind == "messages" || block.d_kind == "cpp";
-        EXPECT_TRUE(known) << "line " << block.d_line << ": " << block.d_kind;
+        bool const known = block.info == "signals" || block.info == "examples" || block.info == "expression" ||
+                           block.info == "messages" || block.info == "cpp";
+        EXPECT_TRUE(known) << "line " << block.line << ": " << block.info;
     }
 }

@@ -5,6 +5,7 @@
 #include <sstream>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 class Page {
@@ -20,20 +21,37 @@ public:
 
     std::vector<std::string> const& lines() const { return d_lines; }
 
-    // The lines of each fenced block whose opening fence bears this text.
-    std::vector<std::vector<std::string>> blocks(std::string const& info) const {
-        std::vector<std::vector<std::string>> result;
+    // A piece between two fences.
+    struct Block {
+        std::string info;               // behind the first fence
+        std::size_t line = 0;           // number of the first fence, counted from 1
+        std::vector<std::string> lines; // between the two
+    };
+
+    // All of them, in order.
+    std::vector<Block> blocks() const {
+        std::vector<Block> result;
         bool inside = false;
-        for (std::string const& line : d_lines) {
-            if (!inside && line == "```" + info) {
-                result.emplace_back();
-                inside = true;
-            } else if (line == "```") {
-                inside = false;
+        for (std::size_t i = 0; i < d_lines.size(); ++i) {
+            if (d_lines[i].rfind("```", 0) == 0) {
+                inside = !inside;
+                if (inside)
+                    result.push_back({d_lines[i].substr(3), i + 1, {}});
             } else if (inside) {
-                result.back().push_back(line);
+                result.back().lines.push_back(d_lines[i]);
             }
         }
+        if (inside)
+            throw std::runtime_error("the page's last block has no end");
+        return result;
+    }
+
+    // The lines of each block whose first fence bears this text.
+    std::vector<std::vector<std::string>> blocks(std::string const& info) const {
+        std::vector<std::vector<std::string>> result;
+        for (Block& block : blocks())
+            if (block.info == info)
+                result.push_back(std::move(block.lines));
         return result;
     }
 
