@@ -1,5 +1,5 @@
 # What the build takes from Debian: flex and Bison for the library, CLI11 and nlohmann/json (headers only) for the
-# command, and GoogleTest for the tests.
+# command, GoogleTest for the tests, and Google Benchmark for the benchmarks.
 
 # Header-only packages are the same for every target, but a cross build must not see the rest of the host's include
 # folder. So each is reached through a link of its own in the build tree.
@@ -19,7 +19,7 @@ find_package(FLEX 2.6 REQUIRED)
 find_package(BISON 3.8 REQUIRED)
 qzsignal_header_package(flexlexer FlexLexer.h)
 
-if(QZSIGNAL_BUILD_TOOLS OR QZSIGNAL_BUILD_TESTS)
+if(QZSIGNAL_BUILD_TOOLS OR QZSIGNAL_BUILD_TESTS OR QZSIGNAL_BUILD_BENCHMARKS)
     qzsignal_header_package(cli11 CLI/CLI.hpp)
     qzsignal_header_package(nlohmann nlohmann/json.hpp)
 endif()
@@ -33,6 +33,11 @@ if(QZSIGNAL_BUILD_TESTS)
     else()
         find_package(GTest REQUIRED)
     endif()
+endif()
+
+if(QZSIGNAL_BUILD_BENCHMARKS)
+    find_package(benchmark REQUIRED)
+    find_package(Python3 REQUIRED COMPONENTS Interpreter)
 endif()
 
 # Of the documentation; what needs them is left out where they are missing.

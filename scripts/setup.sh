@@ -5,16 +5,18 @@ set -euo pipefail
 usage="Usage: scripts/setup.sh [GROUP...]
 
 Groups:
-  base      compiler, build tools, libraries of the command and the tests (default)
-  cross     compilers for i686 and PowerPC, and the emulator for the latter
-  coverage  line coverage reports
-  docs      the reference of the public headers, and the check of the manual page
-  fuzz      compiler and run-time libraries of the fuzzers
-  lint      formatter and static checks"
+  base        compiler, build tools, libraries of the command and the tests (default)
+  benchmarks  what the benchmarks are built with
+  cross       compilers for i686 and PowerPC, and the emulator for the latter
+  coverage    line coverage reports
+  docs        the reference of the public headers, and the check of the manual page
+  fuzz        compiler and run-time libraries of the fuzzers
+  lint        formatter and static checks"
 
 base=(g++ cmake ninja-build pkg-config python3 flex bison libfl-dev libgtest-dev googletest libcli11-dev nlohmann-json3-dev)
 # The cross compilers bring the targets' C and C++ libraries; i686 programs run on the host's own kernel with them.
 cross=(g++-i686-linux-gnu g++-powerpc-linux-gnu qemu-user)
+benchmarks=(libbenchmark-dev)
 coverage=(gcovr)
 docs=(doxygen mandoc)
 fuzz=(clang libclang-rt-14-dev)
@@ -27,6 +29,7 @@ wanted=()
 for group in "$@"; do
     case $group in
         base) wanted+=("${base[@]}") ;;
+        benchmarks) wanted+=("${benchmarks[@]}") ;;
         cross) wanted+=("${cross[@]}") ;;
         coverage) wanted+=("${coverage[@]}") ;;
         docs) wanted+=("${docs[@]}") ;;

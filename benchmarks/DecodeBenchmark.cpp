@@ -1,0 +1,70 @@
+// What a frame costs from the message to the values of all its signals.
+#include "benchmarks/support/Drive.h"
+#include "benchmarks/support/Keep.h"
+#include "benchmarks/support/TableDecoder.h"
+#include "benchmarks/support/Traffic.h"
+
+#include <benchmark/benchmark.h>
+
+#include <utility>
+#include <vector>
+
+namespace {
+
+using qzbench::TableDecoder;
+using qzbench::Traffic;
+
+// The yardstick of decoding.
+void tableDecode(benchmark::State& state) {
+    Traffic const traffic(Traffic::Payloads::Unchanged);
+    TableDecoder const decoder;
+    std::vector<std::pair<CANExtTraceMessage const*, TableDecoder::Rows>> frames;
+    for (CANExtTraceMessage const* const frame : traffic.order())
+        frames.emplace_back(frame, decoder.rowsOf(*frame));
+    for (auto _ : state)
+        for (auto const& [frame, rows] : frames)
+            TableDecoder::decode(rows, frame->payload, qzbench::keep);
+    qzbench::perEach(state, "frame", frames.size());
+    qzbench::perEach(state, "signal", traffic.signals());
+}
+BENCHMARK(tableDecode)->Name("yardstick/decode");
+
+void decode(benchmark::State& state, bool shared, Traffic::Payloads payloads) {
+    Traffic const traffic(payloads);
+    qzbench::Signals const signals = qzbench::defineAll(shared);
+    for (auto _ : state)
+        for (CANExtTraceMessage const* const frame : traffic.order())
+            benchmark::DoNotOptimize(CANSignalExt::decodeMessage(*frame));
+    qzbench::perEach(state, "frame", traffic.order().size());
+    qzbench::perEach(state, "signal", traffic.signals());
+}
+BENCHMARK_CAPTURE(decode, unchanged, false, Traffic::Payloads::Unchanged)->Name("decode/local/unchanged");
+BENCHMARK_CAPTURE(decode, changed, false, Traffic::Payloads::Inverted)->Name("decode/local/changed");
+BENCHMARK_CAPTURE(decode, sharedUnchanged, true, Traffic::Payloads::Unchanged)->Name("decode/shared/unchanged");
+BENCHMARK_CAPTURE(decode, sharedChanged, true, Traffic::Payloads::Inverted)->Name("decode/shared/changed");
+
+// Every physical value is read after each frame that changes it.
+void decodeAndRead(benchmark::State& state, bool shared) {
+    Traffic const traffic(Traffic::Payloads::Inverted);
+    qzbench::Signals const signals = qzbench::defineAll(shared);
+    std::vector<std::pair<CANExtTraceMessage const*, std::vector<CANSignalExt*> const*>> frames;
+    for (CANExtTraceMessage const* const frame : traffic.order())
+        frames.emplace_back(frame, &CANSignalExt::canMessageContainer.at(CANSignalExt::decodeMessage(*frame)));
+    for (auto _ : state) {
+        for (auto const& [frame, carried] : frames) {
+            benchmark::DoNotOptimize(CANSignalExt::decodeMessage(*frame));
+            for (BaseSignal* const signal : *carried) {
+                double phys = 0.0;
+                unsigned long long timestamp = 0;
+                signal->read(phys, timestamp);
+                qzbench::keep(phys);
+            }
+        }
+    }
+    qzbench::perEach(state, "frame", frames.size());
+    qzbench::perEach(state, "signal", traffic.signals());
+}
+BENCHMARK_CAPTURE(decodeAndRead, local, false)->Name("decode/local/changed-and-read");
+BENCHMARK_CAPTURE(decodeAndRead, shared, true)->Name("decode/shared/changed-and-read");
+
+} // namespace
