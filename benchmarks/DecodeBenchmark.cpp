@@ -1,16 +1,22 @@
 // What a frame costs from the message to the values of all its signals.
 #include "benchmarks/support/Drive.h"
 #include "benchmarks/support/Keep.h"
+#include "benchmarks/support/LockedRecords.h"
 #include "benchmarks/support/TableDecoder.h"
 #include "benchmarks/support/Traffic.h"
 
 #include <benchmark/benchmark.h>
 
+#include <cstddef>
+#include <cstdint>
+#include <map>
 #include <utility>
 #include <vector>
 
 namespace {
 
+using qzbench::LockedRecord;
+using qzbench::LockedRecords;
 using qzbench::TableDecoder;
 using qzbench::Traffic;
 
@@ -28,6 +34,25 @@ void tableDecode(benchmark::State& state) {
     qzbench::perEach(state, "signal", traffic.signals());
 }
 BENCHMARK(tableDecode)->Name("yardstick/decode");
+
+// The yardstick of shared decoding: for each signal of a frame, one locked store into the signal's segment.
+void lockedStores(benchmark::State& state) {
+    Traffic const traffic(Traffic::Payloads::Unchanged);
+    LockedRecords const records(qzbench::drive().definitions.size());
+    std::map<std::uint32_t, std::vector<LockedRecord*>> carried; // by identifier
+    for (std::size_t i = 0; i < records.size(); ++i)
+        carried[qzbench::drive().definitions[i].msgId].push_back(&records[i]);
+    std::vector<std::pair<CANExtTraceMessage const*, std::vector<LockedRecord*> const*>> frames;
+    for (CANExtTraceMessage const* const frame : traffic.order())
+        frames.emplace_back(frame, &carried.at(frame->identifier));
+    for (auto _ : state)
+        for (auto const& [frame, stored] : frames)
+            for (LockedRecord* const record : *stored)
+                record->store(frame->timestamp);
+    qzbench::perEach(state, "frame", frames.size());
+    qzbench::perEach(state, "signal", traffic.signals());
+}
+BENCHMARK(lockedStores)->Name("yardstick/lock");
 
 void decode(benchmark::State& state, bool shared, Traffic::Payloads payloads) {
     Traffic const traffic(payloads);
@@ -50,12 +75,12 @@ void decodeAndRead(benchmark::State& state, bool shared) {
     std::vector<std::pair<CANExtTraceMessage const*, std::vector<CANSignalExt*> const*>> frames;
     for (CANExtTraceMessage const* const frame : traffic.order())
         frames.emplace_back(frame, &CANSignalExt::canMessageContainer.at(CANSignalExt::decodeMessage(*frame)));
+    double phys = 0.0;
+    unsigned long long timestamp = 0;
     for (auto _ : state) {
         for (auto const& [frame, carried] : frames) {
             benchmark::DoNotOptimize(CANSignalExt::decodeMessage(*frame));
             for (BaseSignal* const signal : *carried) {
-                double phys = 0.0;
-                unsigned long long timestamp = 0;
                 signal->read(phys, timestamp);
                 qzbench::keep(phys);
             }

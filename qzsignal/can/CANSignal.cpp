@@ -5,7 +5,7 @@
 #include "qzsignal/shm/RecordText.h"
 #include "qzsignal/signal/Conversion.h"
 #include "qzsignal/signal/Diagnostics.h"
-#include "qzsignal/signal/DispatchMap.h"
+#include "qzsignal/signal/Dispatch.h"
 #include "qzsignal/signal/Printing.h"
 
 #include <iostream>

@@ -190,8 +190,7 @@ protected:
     /// The same as `lock`, unless somebody else holds the lock; then it returns false.
     bool tryLock();
 
-    bool d_modified = false; ///< what `isModified` returns
-    std::size_t d_index;     ///< in the table; behind its end: not filed
+    std::size_t d_index; ///< in the table; behind its end: not filed
 
 private:
     CANSignal(char const* name, bool owner, bool shared);

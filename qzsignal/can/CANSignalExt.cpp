@@ -1,7 +1,8 @@
 // Keys, filing and feeding of CAN signals.
 #include "qzsignal/can/CANSignalExt.h"
 
-#include "qzsignal/signal/DispatchMap.h"
+#include "qzsignal/shm/HotAccess.h"
+#include "qzsignal/signal/Dispatch.h"
 #include "qzsignal/signal/MessageKey.h"
 #include "qzsignal/signal/Printing.h"
 #include "qzsignal/trace/CANExtTraceMessage.h"
@@ -22,7 +23,7 @@ qzsignal::DispatchMap<CANSignalExt> CANSignalExt::canMessageContainer;
 CANSignalExt::CANSignalExt(canSignalDef_t const& definition, bool shared)
     : ShmSignal(definition, shared), d_definition(definition) {
     messageId = qzsignal::canKey(definition.channel, definition.msgId, definition.extended);
-    qzsignal::file(canMessageContainer, messageId, this);
+    canMessageContainer.file(messageId, this);
     if (debugging())
         qzsignal::traceCreated(label, instance, shared, *this);
 }
@@ -43,7 +44,7 @@ bool CANSignalExt::signalsInUse(unsigned char const* begin, unsigned char const*
     std::uint8_t const channel = record.byte(qzsignal::record::channel);
     std::uint32_t const identifier = record.word32(qzsignal::record::canIdentifier);
     // The identifier of a record has its extended flag in bit 31 already.
-    bool const found = qzsignal::find(canMessageContainer, qzsignal::canKey(channel, identifier, false)) != nullptr;
+    bool const found = canMessageContainer.signals(qzsignal::canKey(channel, identifier, false)) != nullptr;
     if (debuggingAbove(1))
         debugLine("CANSignalExt::signalsInUse: ", found ? "found" : "not found", ": channel ", unsigned{channel},
                   ", id ", identifier);
@@ -52,10 +53,10 @@ bool CANSignalExt::signalsInUse(unsigned char const* begin, unsigned char const*
 
 unsigned long long CANSignalExt::decodeMessage(CANExtTraceMessage const& message) {
     std::uint64_t const key = qzsignal::canKey(message.channel, message.identifier, message.extended != 0);
-    unsigned long long const served =
-        qzsignal::deliver(canMessageContainer, key, label, [&message](CANSignalExt& signal) {
-            signal.ShmSignal::write(message.payload, message.length, message.timestamp);
-        });
+    std::uint64_t const raw = qzsignal::rawWord(message.payload, message.length); // the same for all of its signals
+    unsigned long long const timestamp = message.timestamp;
+    unsigned long long const served = qzsignal::deliver(
+        canMessageContainer, key, label, [raw, timestamp](CANSignalExt& signal) { take(signal, raw, timestamp); });
     if (served == 0 && debuggingAbove(1))
         debugLine("CANSignalExt::decodeMessage: CAN message not in canMessageContainer: ", message);
     return served;

@@ -4,12 +4,11 @@
 
 #include "qzsignal/Export.h"
 #include "qzsignal/shm/ShmSignal.h"
+#include "qzsignal/signal/DispatchMap.h"
 
 #include <cstdint>
 #include <iosfwd>
-#include <map>
 #include <string>
-#include <vector>
 
 struct CANExtTraceMessage;
 
@@ -28,7 +27,7 @@ QZSIGNAL_EXPORT std::ostream& operator<<(std::ostream& out, canSignalDef_t const
 class QZSIGNAL_EXPORT CANSignalExt : public ShmSignal {
 public:
     /// The signals of each frame key in order of construction; an entry exists only while it has signals.
-    static std::map<unsigned long long, std::vector<CANSignalExt*>> canMessageContainer;
+    static qzsignal::DispatchMap<CANSignalExt> canMessageContainer;
 
     /// Defines the signal, in shared memory or for this process alone.
     CANSignalExt(canSignalDef_t const& definition, bool shared);

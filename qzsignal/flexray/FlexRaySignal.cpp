@@ -2,14 +2,16 @@
 #include "qzsignal/flexray/FlexRaySignal.h"
 
 #include "qzsignal/flexray/FlexRayIdTable.h"
+#include "qzsignal/shm/HotAccess.h"
 #include "qzsignal/signal/Diagnostics.h"
-#include "qzsignal/signal/DispatchMap.h"
+#include "qzsignal/signal/Dispatch.h"
 #include "qzsignal/signal/MessageKey.h"
 #include "qzsignal/trace/FlexRayExtTraceMessage.h"
 #include "qzsignal/trace/RawRecord.h"
 
 #include <algorithm>
 #include <functional>
+#include <iterator>
 
 namespace {
 
@@ -57,7 +59,7 @@ FlexRaySignal::FlexRaySignal(flexRaySignalDef_t const& definition, bool shared)
         frIdArray = qzsignal::newFlexRayTable();
     messageId = fillFlexRayIdArray();
     try {
-        qzsignal::file(frMessageContainer, messageId, this);
+        frMessageContainer.file(messageId, this);
     } catch (...) {
         releaseUnusedTable(); // what was entered for this signal stays as if it had been destroyed
         throw;
@@ -102,7 +104,7 @@ unsigned long long FlexRaySignal::fillFlexRayIdArray() {
         return qzsignal::flexRayKey(known);
     // Deliberate: one more than the greatest id in use, so that the id of a frame that has lost its signals comes
     // again, with the cells that the frame still has. After 0xFFFF comes 0, the id of all unknown frames.
-    std::uint64_t const last = frMessageContainer.empty() ? 0 : frMessageContainer.rbegin()->first;
+    std::uint64_t const last = frMessageContainer.empty() ? 0 : std::prev(frMessageContainer.end())->first;
     auto const id = static_cast<std::uint16_t>(last + 1);
     qzsignal::enterFlexRayId(frIdArray, d_definition.channel, d_definition.slot, d_definition.baseCycle,
                              d_definition.repetition, id);
@@ -133,7 +135,7 @@ unsigned long long FlexRaySignal::decodeMessage(FlexRayExtTraceMessage const& me
             // What of the signal's bytes is in the payload; the rest counts as zero, and so does a ninth.
             std::size_t const start = std::min<std::size_t>(signal.d_definition.startByte, payload.size());
             std::size_t const size = std::min<std::size_t>(signal.d_definition.byteSize, payload.size() - start);
-            signal.ShmSignal::write(payload.data() + start, static_cast<unsigned>(size), message.timestamp);
+            take(signal, qzsignal::rawWord(payload.data() + start, size), message.timestamp);
         });
     if (served == 0 && debugging())
         debugLine("FlexRaySignal::decodeMessage: id = ", key, " not found");

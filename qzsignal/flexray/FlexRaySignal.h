@@ -4,11 +4,10 @@
 
 #include "qzsignal/Export.h"
 #include "qzsignal/shm/ShmSignal.h"
+#include "qzsignal/signal/DispatchMap.h"
 
 #include <cstdint>
 #include <iosfwd>
-#include <map>
-#include <vector>
 
 struct FlexRayExtTraceMessage;
 
@@ -39,7 +38,7 @@ public:
     static std::uint16_t* frIdArray;
 
     /// The signals of each frame key in order of construction; an entry exists only while it has signals.
-    static std::map<unsigned long long, std::vector<FlexRaySignal*>> frMessageContainer;
+    static qzsignal::DispatchMap<FlexRaySignal> frMessageContainer;
 
     /// Defines the signal, in shared memory or for this process alone.
     FlexRaySignal(flexRaySignalDef_t const& definition, bool shared);

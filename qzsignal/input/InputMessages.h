@@ -2,7 +2,7 @@
 #pragma once
 
 #include "qzsignal/input/InputTable.h"
-#include "qzsignal/signal/DispatchMap.h"
+#include "qzsignal/signal/Dispatch.h"
 #include "qzsignal/trace/AnalogTraceMessage.h"
 #include "qzsignal/trace/GpioTraceMessage.h"
 #include "qzsignal/trace/KeyboardMessage.h"

@@ -2,7 +2,7 @@
 #include "qzsignal/input/InputSignal.h"
 
 #include "qzsignal/input/InputMessages.h"
-#include "qzsignal/signal/DispatchMap.h"
+#include "qzsignal/signal/Dispatch.h"
 
 #include <iostream>
 
@@ -28,7 +28,7 @@ InputSignal::InputSignal(char const* name) : BaseSignal(name, "") {
     // Deliberate: the empty name is found at the end of the table and filed under its key, 0.
     if (qzsignal::InputRow const* const row = qzsignal::findInput(instance)) {
         messageId = keyOf(row->input());
-        qzsignal::file(inputContainer, messageId, this);
+        inputContainer.file(messageId, this);
     }
     if (debugging())
         debugLine(label, " ", instance, " created");
@@ -48,7 +48,7 @@ bool InputSignal::signalsInUse(unsigned char const* begin, unsigned char const* 
         return false;
     if (input.d_class == qzsignal::InputClass::Digital)
         input.d_mask = record.byte(qzsignal::record::digitalMask);
-    return qzsignal::find(inputContainer, keyOf(input)) != nullptr;
+    return inputContainer.signals(keyOf(input)) != nullptr;
 }
 
 unsigned long long InputSignal::decodeMessage(KeyboardMessage const& message) {

@@ -4,11 +4,10 @@
 
 #include "qzsignal/Export.h"
 #include "qzsignal/signal/BaseSignal.h"
+#include "qzsignal/signal/DispatchMap.h"
 
 #include <cstdint>
 #include <iosfwd>
-#include <map>
-#include <vector>
 
 struct AnalogTraceMessage;
 struct GpioTraceMessage;
@@ -21,7 +20,7 @@ struct KeyboardMessage;
 class QZSIGNAL_EXPORT InputSignal : public BaseSignal {
 public:
     /// The signals of each input key in order of construction; an entry exists only while it has signals.
-    static std::map<unsigned long long, std::vector<InputSignal*>> inputContainer;
+    static qzsignal::DispatchMap<InputSignal> inputContainer;
 
     /// The signal of the input of this name.
     explicit InputSignal(char const* name);

@@ -2,7 +2,7 @@
 #include "qzsignal/input/InputSignalExt.h"
 
 #include "qzsignal/input/InputMessages.h"
-#include "qzsignal/signal/DispatchMap.h"
+#include "qzsignal/signal/Dispatch.h"
 
 #include <ostream>
 
@@ -59,7 +59,7 @@ void InputSignalExt::follow() {
     if (qzsignal::InputRow const* const row = qzsignal::findInput(instance))
         messageId = keyOf(row->input());
     if (messageId != 0)
-        qzsignal::file(inputContainer, messageId, this);
+        inputContainer.file(messageId, this);
     else
         qzsignal::warningLine(label, ": ", instance, " not found in predefined input lists, gpId = 0");
 }
@@ -70,7 +70,7 @@ bool InputSignalExt::signalsInUse(unsigned char const* begin, unsigned char cons
     qzsignal::Input const input = qzsignal::reportedInput(qzsignal::RawRecord(begin, end));
     if (input.d_class == qzsignal::InputClass::None)
         return false;
-    bool const found = qzsignal::find(inputContainer, keyOf(input)) != nullptr;
+    bool const found = inputContainer.signals(keyOf(input)) != nullptr;
     if (debugging())
         debugLine("InputSignalExt::signalsInUse: index = ", std::hex, keyOf(input), " - ",
                   found ? "found" : "not found");

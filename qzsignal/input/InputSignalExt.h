@@ -4,10 +4,9 @@
 
 #include "qzsignal/Export.h"
 #include "qzsignal/shm/ShmSignal.h"
+#include "qzsignal/signal/DispatchMap.h"
 
 #include <iosfwd>
-#include <map>
-#include <vector>
 
 struct AnalogTraceMessage;
 struct GpioTraceMessage;
@@ -28,7 +27,7 @@ QZSIGNAL_EXPORT std::ostream& operator<<(std::ostream& out, inputSignalDef_t con
 class QZSIGNAL_EXPORT InputSignalExt : public ShmSignal {
 public:
     /// The signals of each input key in order of construction; an entry exists only while it has signals.
-    static std::map<unsigned long long, std::vector<InputSignalExt*>> inputContainer;
+    static qzsignal::DispatchMap<InputSignalExt> inputContainer;
 
     /// Defines the signal, in shared memory or for this process alone.
     InputSignalExt(inputSignalDef_t const& definition, bool shared);

@@ -2,7 +2,7 @@
 #include "qzsignal/lin/LINSignal.h"
 
 #include "qzsignal/signal/Diagnostics.h"
-#include "qzsignal/signal/DispatchMap.h"
+#include "qzsignal/signal/Dispatch.h"
 #include "qzsignal/signal/MessageKey.h"
 #include "qzsignal/trace/LINTraceMessage.h"
 #include "qzsignal/trace/RawRecord.h"
@@ -18,7 +18,7 @@ qzsignal::DispatchMap<LINSignal> LINSignal::linMessageContainer;
 LINSignal::LINSignal(linSignalDef_t const& definition, bool shared)
     : ShmSignal(definition, shared), d_definition(definition) {
     messageId = qzsignal::linKey(definition.channel, definition.msgId);
-    qzsignal::file(linMessageContainer, messageId, this);
+    linMessageContainer.file(messageId, this);
     if (qzsignal::debugging())
         qzsignal::traceCreated(label, instance, shared, *this);
 }
@@ -38,7 +38,7 @@ bool LINSignal::signalsInUse(unsigned char const* begin, unsigned char const* en
     qzsignal::RawRecord const record(begin, end);
     std::uint8_t const channel = record.byte(qzsignal::record::channel);
     std::uint16_t const identifier = record.word16(qzsignal::record::linIdentifier);
-    return qzsignal::find(linMessageContainer, qzsignal::linKey(channel, identifier)) != nullptr;
+    return linMessageContainer.signals(qzsignal::linKey(channel, identifier)) != nullptr;
 }
 
 unsigned long long LINSignal::decodeMessage(LINTraceMessage const& message) {

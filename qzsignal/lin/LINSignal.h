@@ -4,11 +4,10 @@
 
 #include "qzsignal/Export.h"
 #include "qzsignal/shm/ShmSignal.h"
+#include "qzsignal/signal/DispatchMap.h"
 
 #include <cstdint>
 #include <iosfwd>
-#include <map>
-#include <vector>
 
 struct LINTraceMessage;
 
@@ -26,7 +25,7 @@ QZSIGNAL_EXPORT std::ostream& operator<<(std::ostream& out, linSignalDef_t const
 class QZSIGNAL_EXPORT LINSignal : public ShmSignal {
 public:
     /// The signals of each frame key in order of construction; an entry exists only while it has signals.
-    static std::map<unsigned long long, std::vector<LINSignal*>> linMessageContainer;
+    static qzsignal::DispatchMap<LINSignal> linMessageContainer;
 
     /// Defines the signal, in shared memory or for this process alone.
     LINSignal(linSignalDef_t const& definition, bool shared);

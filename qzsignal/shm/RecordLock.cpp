@@ -17,12 +17,15 @@ namespace {
 // is busy. A creator that gives up earlier breaks the lock under such a reader.
 constexpr std::chrono::seconds longestTakeover(1);
 
-// trylock that takes over from a dead owner: makes the mutex usable again, and says that it did.
-int tryLock(pthread_mutex_t& mutex) {
-    int const result = pthread_mutex_trylock(&mutex);
+// After a trylock: takes over from a dead owner, which makes the mutex usable again, and says that it did.
+int takenOver(int result, pthread_mutex_t& mutex) {
     if (result == EOWNERDEAD)
         pthread_mutex_consistent(&mutex);
     return result;
+}
+
+int tryLock(pthread_mutex_t& mutex) {
+    return takenOver(pthread_mutex_trylock(&mutex), mutex);
 }
 
 bool taken(int result) {
@@ -31,6 +34,14 @@ bool taken(int result) {
 
 void reportFailure(char const* label, char const* operation, std::string const& instance, int error) {
     errorLine(label, "::", operation, " (", instance, "): ", std::strerror(error));
+}
+
+// Anything but success is reported.
+LockOutcome outcomeOf(int result, char const* label, std::string const& instance) {
+    if (result == 0)
+        return LockOutcome::Locked;
+    reportFailure(label, "lock", instance, result);
+    return result == EOWNERDEAD ? LockOutcome::OwnerDied : LockOutcome::Failed;
 }
 
 } // namespace
@@ -50,28 +61,20 @@ void initRecordMutex(pthread_mutex_t& mutex) {
 
 LockOutcome tryLockRecord(pthread_mutex_t& mutex, char const* label, std::string const& instance) {
     int const result = tryLock(mutex);
-    if (result == 0)
-        return LockOutcome::Locked;
-    if (result == EBUSY)
-        return LockOutcome::Busy;
-    reportFailure(label, "lock", instance, result);
-    return result == EOWNERDEAD ? LockOutcome::OwnerDied : LockOutcome::Failed;
+    return result == EBUSY ? LockOutcome::Busy : outcomeOf(result, label, instance);
 }
 
-LockOutcome lockRecord(pthread_mutex_t& mutex, char const* label, std::string const& instance) {
-    LockOutcome outcome = tryLockRecord(mutex, label, instance);
-    while (outcome == LockOutcome::Busy) {
+LockOutcome lockRecordAfter(int result, pthread_mutex_t& mutex, char const* label, std::string const& instance) {
+    while (result == EBUSY) {
         debugLine(label, "::lock (", instance, "): retrying");
         sched_yield();
-        outcome = tryLockRecord(mutex, label, instance);
+        result = pthread_mutex_trylock(&mutex);
     }
-    return outcome;
+    return outcomeOf(takenOver(result, mutex), label, instance);
 }
 
-void unlockRecord(pthread_mutex_t& mutex, char const* label, std::string const& instance) {
-    int const result = pthread_mutex_unlock(&mutex);
-    if (result != 0)
-        reportFailure(label, "unlock", instance, result);
+void unlockFailed(int result, char const* label, std::string const& instance) {
+    reportFailure(label, "unlock", instance, result);
 }
 
 RecordResetLock::~RecordResetLock() {

@@ -24,10 +24,11 @@ LockOutcome tryLockRecord(pthread_mutex_t& mutex, char const* label, std::string
 
 /// Tries for the lock until it is free; between attempts it says so on standard output and gives up the processor.
 /// Deliberate: there is no limit and no sleep, and the line appears whatever the debug level. Never returns `Busy`.
-LockOutcome lockRecord(pthread_mutex_t& mutex, char const* label, std::string const& instance);
+/// The first attempt was made: `result` is what trylock returned.
+LockOutcome lockRecordAfter(int result, pthread_mutex_t& mutex, char const* label, std::string const& instance);
 
-/// Releases the lock. A failure is reported, nothing more: the access that ends here keeps its result.
-void unlockRecord(pthread_mutex_t& mutex, char const* label, std::string const& instance);
+/// Reports that unlocking gave an error, `result`. Nothing more: the access that ends here keeps its result.
+void unlockFailed(int result, char const* label, std::string const& instance);
 
 /// Holds the lock of a record while its creator fills it, if it can be had. Deliberate: a creator waits for nobody for
 /// long. After a second it does without, and a process that keeps the lock cannot stop it.

@@ -23,6 +23,15 @@ constexpr std::size_t recordShift = recordMutexOffset + sizeof(pthread_mutex_t) 
 /// The same for 8-byte fields, with the padding that they need on top; it is the same for all of them.
 constexpr std::size_t alignedRecordShift = (recordShift + 7) / 8 * 8;
 
+/// What was found out about a signal whose class has no `write` of its own, and stays so until the signal is cleared or
+/// gets another record.
+enum class Shortcut : std::uint8_t {
+    None,   ///< nothing
+    Local,  ///< its record is the one in the object, for the process alone; that holds a value, all of it from the
+            ///< payload
+    Shared, ///< its record is shared, and does not have to be waited for any more
+};
+
 /// The part of a shared signal that knows which record is in use: the one in the segment once there is a segment, the
 /// one in the object before and otherwise. `Record` has `size` and `mutex` where all records have them, and the flag
 /// `used`.
@@ -30,7 +39,8 @@ template <typename Record>
 class QZSIGNAL_EXPORT SharedRecord : protected SharedSegment {
 protected:
     /// For a creator (`owner`) or somebody who still waits for the creator. `family` stays where it is.
-    SharedRecord(RecordFamily const& family, bool owner, bool shared) : SharedSegment(owner, shared), d_family(family) {
+    SharedRecord(RecordFamily const& family, bool owner, bool shared)
+        : SharedSegment(owner), d_family(family), d_shared(shared), d_waiting(!owner) {
         static_assert(offsetof(Record, size) == 0 && offsetof(Record, mutex) == recordMutexOffset,
                       "the segment looks for them there");
         initRecordMutex(d_localData.mutex);
@@ -68,12 +78,17 @@ protected:
 
     /// Detaches from the segment, if there is one, and removes it if it is ours.
     void releaseRecord(std::string const& instance) {
-        release(d_family, instance, d_data != &d_localData ? d_data : nullptr);
+        release(d_family, instance, d_shared, d_data != &d_localData ? d_data : nullptr);
     }
 
     /// Opens an access to the record; one that is not shared has nothing to lock.
     LockOutcome lockRecord(std::string const& instance) {
-        return d_shared ? qzsignal::lockRecord(d_data->mutex, d_family.d_label, instance) : LockOutcome::Locked;
+        if (!d_shared)
+            return LockOutcome::Locked;
+        // Who is to be named in a report is not looked at before there is one.
+        int const result = pthread_mutex_trylock(&d_data->mutex);
+        return __builtin_expect(result == 0, 1) ? LockOutcome::Locked
+                                                : lockRecordAfter(result, d_data->mutex, d_family.d_label, instance);
     }
 
     /// The same, but does not wait for somebody else who holds the lock.
@@ -83,21 +98,30 @@ protected:
 
     /// Closes the access.
     void unlockRecord(std::string const& instance) {
-        if (d_shared)
-            qzsignal::unlockRecord(d_data->mutex, d_family.d_label, instance);
+        if (!d_shared)
+            return;
+        int const result = pthread_mutex_unlock(&d_data->mutex);
+        if (__builtin_expect(result != 0, 0))
+            unlockFailed(result, d_family.d_label, instance);
     }
 
-    Record d_localData{};          ///< used in local mode, before attachment, and if there is no segment
-    Record* d_data = &d_localData; ///< the record in use
-
 private:
+    RecordFamily const& d_family;
+
     bool createRecord(std::string const& instance, RecordResetLock& lock) {
         void* const record = create(d_family, instance, lock);
         d_data = record != nullptr ? static_cast<Record*>(record) : &d_localData;
+        d_shortcut = Shortcut::None;
         return record != nullptr;
     }
 
-    RecordFamily const& d_family;
+protected:
+    Record d_localData{};                 ///< used in local mode, before attachment, and if there is no segment
+    Record* d_data = &d_localData;        ///< the record in use
+    bool d_shared;                        ///< the record is meant to be shared, so every access takes its lock
+    bool d_waiting;                       ///< opened by name and not attached yet; every access tries again
+    bool d_modified = false;              ///< the last write of this object changed the value
+    Shortcut d_shortcut = Shortcut::None; ///< what of an access need not be asked any more
 };
 
 } // namespace qzsignal

@@ -112,11 +112,11 @@ void* SharedSegment::attach(RecordFamily const& family, std::string const& insta
     return nullptr;
 }
 
-void SharedSegment::release(RecordFamily const& family, std::string const& instance, void* record) {
+void SharedSegment::release(RecordFamily const& family, std::string const& instance, bool shared, void* record) {
     char const* end = " deleted";
-    if (d_shared && d_shmId < 0) {
+    if (shared && d_shmId < 0) {
         end = " deleted (no shared memory found)";
-    } else if (d_shared) {
+    } else if (shared) {
         if (record != nullptr && shmdt(record) == -1)
             reportFailure(family, "::dtor: shmdt", instance);
         if (d_owner && shmctl(d_shmId, IPC_RMID, nullptr) == -1)

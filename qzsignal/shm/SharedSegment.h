@@ -32,8 +32,8 @@ constexpr std::size_t recordMutexOffset = alignof(pthread_mutex_t) > sizeof(std:
 /// size word holds the family's size, which the creator writes last. Failures are reported in the family's name.
 class QZSIGNAL_EXPORT SharedSegment {
 protected:
-    /// A creator's part (`owner`) or that of a process that is still waiting for the creator.
-    SharedSegment(bool owner, bool shared) : d_owner(owner), d_shared(shared), d_waiting(!owner) {}
+    /// A creator's part (`owner`) or that of a process that opens what the creator makes.
+    explicit SharedSegment(bool owner) : d_owner(owner) {}
 
     /// Creates the key file and the segment, or takes over an existing segment, and sees to it that its mutex works;
     /// the lock is then held by `lock`, if it can be had. Returns the record's address, or null.
@@ -43,8 +43,9 @@ protected:
     /// which is a warning, or if attaching fails.
     void* attach(RecordFamily const& family, std::string const& instance);
 
-    /// Detaches from the record (null: never attached) and removes the segment if it is ours.
-    void release(RecordFamily const& family, std::string const& instance, void* record);
+    /// Detaches from the record (null: never attached) and removes the segment if it is ours. There is none if the
+    /// record was not meant to be `shared`.
+    void release(RecordFamily const& family, std::string const& instance, bool shared, void* record);
 
     static void withdrawRecord(std::uint32_t& size); ///< takes back the sign that the record is initialised
     static void publishRecord(std::uint32_t& size, RecordFamily const& family); ///< gives the sign
@@ -53,8 +54,6 @@ protected:
     bool d_valid = false; ///< the record in use is initialised or attached
     key_t d_key = -1;     ///< key from ftok
     int d_shmId = -1;     ///< segment id; -1: none
-    bool d_shared;        ///< the record is meant to be shared, so every access takes its lock
-    bool d_waiting;       ///< opened by name and not attached yet; every access tries again
 };
 
 } // namespace qzsignal

@@ -1,13 +1,14 @@
 // Definition, attachment and the locked accesses of a shared signal.
 #include "qzsignal/shm/ShmSignal.h"
 
-#include "qzsignal/shm/OrderedStores.h"
+#include "qzsignal/shm/HotAccess.h"
 #include "qzsignal/shm/RecordText.h"
 #include "qzsignal/signal/Conversion.h"
 #include "qzsignal/signal/Diagnostics.h"
 #include "qzsignal/signal/Printing.h"
 
 #include <cstring>
+#include <type_traits>
 
 namespace {
 
@@ -22,7 +23,8 @@ constexpr qzsignal::RecordFamily family = {"ShmSignal", sizeof(shmSignalData_t),
 // at them meanwhile, and both are derived from what is stored, so they are free for that.
 constexpr std::uint8_t storePending = 0x5A;
 
-// Not `fromBits`: these bits may be those of no number at all, which some processors change when they hand a double over.
+// Not `fromBits`: these bits may be those of no number at all, which some processors change when they hand a double
+// over.
 std::uint64_t bitsOf(double const& number) {
     std::uint64_t bits = 0;
     std::memcpy(&bits, &number, sizeof bits);
@@ -90,13 +92,20 @@ void ShmSignal::cInit() {
 }
 
 void ShmSignal::decode() {
+    // The record's order is not that of the layout if another process has defined the signal anew meanwhile.
     qzsignal::ByteOrder const order = qzsignal::byteOrder(d_data->endian != 0);
-    std::uint64_t value = extract(d_data->rawValue, order);
-    if (d_data->type == signalSigned)
-        value = signExtend(value);
+    if (__builtin_expect(!isInside(order) || debugging(), 0))
+        return decodeTraced();
+    d_data->value = valueInside(d_data->rawValue, d_data->type == signalSigned);
+}
+
+void ShmSignal::decodeTraced() {
+    qzsignal::ByteOrder const order = qzsignal::byteOrder(d_data->endian != 0);
+    std::uint64_t const value = extract(d_data->rawValue, order);
+    d_data->value = d_data->type == signalSigned ? signExtend(value) : value;
     if (debugging())
-        traceExtraction("ShmSignal", instance.c_str(), d_data->rawValue, d_data->startbit, d_data->bits, order, value);
-    d_data->value = value;
+        traceExtraction("ShmSignal", instance.c_str(), d_data->rawValue, d_data->startbit, d_data->bits, order,
+                        d_data->value);
 }
 
 void ShmSignal::physical() {
@@ -133,46 +142,77 @@ signalValue_t ShmSignal::getType() const {
     return d_data->type;
 }
 
-bool ShmSignal::read(double& phys, unsigned long long& timestamp) {
+// What is seldom is in functions of its own, here and in `write`, so that nothing is made ready for it in vain.
+template <typename Number>
+bool ShmSignal::readAs(Number& number, unsigned long long& timestamp) {
+    if (__builtin_expect(d_waiting || debugging(), 0))
+        return readTraced(number, timestamp);
+    qzsignal::RecordLock<ShmSignal> const guard(*this);
+    return readRecord(number, timestamp);
+}
+
+template <typename Number>
+bool ShmSignal::readTraced(Number& number, unsigned long long& timestamp) {
     if (d_waiting && !smInit())
         return false;
     qzsignal::RecordLock<ShmSignal> const guard(*this);
-    bool const used = d_data->used != 0;
-    if (used) {
-        phys = convertedOnce();
-        timestamp = d_data->timestamp;
-    }
+    bool const used = readRecord(number, timestamp);
     if (debugging())
         debugLine("ShmSignal::read ", *this);
     return used;
+}
+
+template <typename Number>
+inline bool ShmSignal::readRecord(Number& number, unsigned long long& timestamp) {
+    if (d_data->used == 0)
+        return false;
+    if constexpr (std::is_same_v<Number, double>)
+        number = convertedOnce();
+    else
+        number = d_data->value;
+    timestamp = d_data->timestamp;
+    return true;
+}
+
+bool ShmSignal::read(double& phys, unsigned long long& timestamp) {
+    if (d_shortcut != qzsignal::Shortcut::Local || debugging())
+        return readAs(phys, timestamp);
+    if (d_localData.conv == 0) {
+        qzsignal::convert(d_localData.value, d_localData.type, d_localData.scale, d_localData.offset, d_localData.phys);
+        d_localData.conv = true;
+    }
+    phys = d_localData.phys;
+    timestamp = d_localData.timestamp;
+    return true;
 }
 
 bool ShmSignal::read(unsigned long long& value, unsigned long long& timestamp) {
-    if (d_waiting && !smInit())
-        return false;
-    qzsignal::RecordLock<ShmSignal> const guard(*this);
-    bool const used = d_data->used != 0;
-    if (used) {
-        value = d_data->value;
-        timestamp = d_data->timestamp;
-    }
-    if (debugging())
-        debugLine("ShmSignal::read ", *this);
-    return used;
+    return readAs(value, timestamp);
 }
 
 bool ShmSignal::write(unsigned long long raw, unsigned long long timestamp) {
+    if (__builtin_expect(d_waiting || debugging(), 0))
+        return writeTraced(raw, timestamp);
+    if (d_shared)
+        return writeLocked(raw, timestamp);
+    update(raw, timestamp);
+    return true;
+}
+
+bool ShmSignal::writeLocked(unsigned long long raw, unsigned long long timestamp) {
+    qzsignal::RecordLock<ShmSignal> const guard(*this);
+    update(raw, timestamp);
+    return true;
+}
+
+bool ShmSignal::writeTraced(unsigned long long raw, unsigned long long timestamp) {
     if (d_waiting && !smInit())
         return false;
     if (debugging())
         debugLine("writing ", std::hex, raw, ", ts=", timestamp);
     qzsignal::RecordLock<ShmSignal> const guard(*this);
     std::uint64_t const lastTimestamp = d_data->timestamp;
-    d_modified = d_data->used == 0 || differs(raw, d_data->rawValue);
-    if (d_modified)
-        store(raw, timestamp);
-    else
-        qzsignal::storeWhole(d_data->timestamp, timestamp);
+    update(raw, timestamp);
     if (debugging()) {
         // Deliberate: the line shows the time of the write before.
         std::ostringstream description;
@@ -185,6 +225,13 @@ bool ShmSignal::write(unsigned long long raw, unsigned long long timestamp) {
 // Stores a changed value in such an order that it is there as a whole or not at all, wherever the process is killed:
 // until the mark is set the old payload and timestamp stand; from then on, `settle` can store the new ones.
 void ShmSignal::store(std::uint64_t raw, std::uint64_t timestamp) {
+    if (!d_shared) { // nobody is there to see it
+        d_data->rawValue = raw;
+        d_data->timestamp = timestamp;
+        d_data->used = true;
+        d_data->conv = false;
+        return decode();
+    }
     std::uint64_t const lastPhys = bitsOf(d_data->phys);
     d_data->conv = false;
     keepOrder();
@@ -226,22 +273,36 @@ void ShmSignal::clear() {
     d_data->phys = 0.0;
     d_data->conv = false;
     d_data->used = false;
+    d_shortcut = qzsignal::Shortcut::None;
     d_modified = true;
 }
 
 void ShmSignal::lock() {
-    settle(lockRecord(instance));
+    acquire();
+}
+
+void ShmSignal::unlock() {
+    giveBack();
 }
 
 bool ShmSignal::tryLock() {
     qzsignal::LockOutcome const outcome = tryLockRecord(instance);
-    settle(outcome);
+    if (outcome == qzsignal::LockOutcome::OwnerDied)
+        settle();
     return outcome != qzsignal::LockOutcome::Busy;
 }
 
-void ShmSignal::settle(qzsignal::LockOutcome outcome) {
-    if (outcome != qzsignal::LockOutcome::OwnerDied)
-        return;
+void ShmSignal::findShortcut() {
+    using qzsignal::Shortcut;
+
+    d_shortcut = Shortcut::None;
+    if (d_shared && !d_waiting)
+        d_shortcut = Shortcut::Shared;
+    else if (d_data == &d_localData && d_data->used != 0 && isInside(qzsignal::byteOrder(d_data->endian != 0)))
+        d_shortcut = Shortcut::Local;
+}
+
+void ShmSignal::settle() {
     if (d_data->pending == storePending) {
         d_data->rawValue = d_data->value;
         d_data->timestamp = bitsOf(d_data->phys);
@@ -253,10 +314,6 @@ void ShmSignal::settle(qzsignal::LockOutcome outcome) {
     d_data->phys = 0.0;
     cInit(); // the owner may have been a writer that defined the signal anew
     decode();
-}
-
-void ShmSignal::unlock() {
-    unlockRecord(instance);
 }
 
 void ShmSignal::describe(std::ostream& out, std::uint64_t timestamp) const {

@@ -66,9 +66,9 @@ static_assert(offsetof(shmSignalData_t, timestamp) == 152 + alignedRecordShift, 
 /// there: until then their accesses fail with a warning each, and the first one after attaches. Reading and writing
 /// take the record's lock; creating, clearing, printing and the getters do not. One thread of a process uses the
 /// object.
-class QZSIGNAL_EXPORT ShmSignal : public BaseSignal,
-                                  protected qzsignal::SharedRecord<shmSignalData_t>,
-                                  protected qzsignal::BitLayout {
+class QZSIGNAL_EXPORT QZSIGNAL_CACHE_ALIGNED ShmSignal : public BaseSignal,
+                                                         protected qzsignal::SharedRecord<shmSignalData_t>,
+                                                         protected qzsignal::BitLayout {
 public:
     /// Defines the signal, in a shared segment or (`shared` false) in the object. A record that another run left behind
     /// is initialised anew, under readers that are attached to it. If the segment cannot be had, that is reported and
@@ -141,15 +141,30 @@ protected:
     /// The same as `lock`, unless somebody else holds the lock; then it returns false.
     bool tryLock();
 
+    /// The virtual `write` of a signal that is at least of this class, for those who have many to feed.
+    template <typename Signal>
+    static void take(Signal& signal, unsigned long long raw, unsigned long long timestamp);
+
     /// The record's physical value, computed unless somebody did so since the value changed. The lock is held.
     double convertedOnce();
-
-    bool d_modified = false; ///< what `isModified` returns
 
 private:
     friend class qzsignal::RecordLock<ShmSignal>;
 
-    void settle(qzsignal::LockOutcome outcome);
+    template <typename Number>
+    [[gnu::noinline]] bool readAs(Number& number, unsigned long long& timestamp);
+    template <typename Number>
+    [[gnu::cold]] bool readTraced(Number& number, unsigned long long& timestamp);
+    template <typename Number>
+    bool readRecord(Number& number, unsigned long long& timestamp);
+    [[gnu::cold]] void decodeTraced();
+    [[gnu::noinline]] bool writeLocked(unsigned long long raw, unsigned long long timestamp);
+    [[gnu::cold]] bool writeTraced(unsigned long long raw, unsigned long long timestamp);
+    void update(std::uint64_t raw, std::uint64_t timestamp);
+    void acquire();
+    void giveBack();
+    void findShortcut();
+    void settle();
     void store(std::uint64_t raw, std::uint64_t timestamp);
     void describe(std::ostream& out, std::uint64_t timestamp) const;
 };

@@ -4,8 +4,6 @@
 #include "qzsignal/signal/Diagnostics.h"
 #include "qzsignal/signal/Printing.h"
 
-#include <algorithm>
-
 namespace qzsignal {
 
 namespace {
@@ -17,25 +15,12 @@ std::uint64_t lowOnes(unsigned bits) {
     return bits >= 64 ? ~std::uint64_t{0} : (std::uint64_t{1} << bits) - 1;
 }
 
-// Byte 0 to the least significant end: little-endian signals count upward from there.
-std::uint64_t reversed(std::uint64_t rawWord) {
-    return __builtin_bswap64(rawWord);
-}
-
 // Position of a payload byte in a raw word, in bits from its least significant end.
 unsigned bytePosition(unsigned byte) {
     return 8 * (payloadBytes - 1 - byte);
 }
 
 } // namespace
-
-std::uint64_t rawWord(unsigned char const* payload, std::size_t length) {
-    std::uint64_t word = 0;
-    unsigned const used = static_cast<unsigned>(std::min<std::size_t>(length, payloadBytes));
-    for (unsigned byte = 0; byte < used; ++byte)
-        word |= std::uint64_t{payload[byte]} << bytePosition(byte);
-    return word;
-}
 
 void BitLayout::set(unsigned startBit, unsigned bits, ByteOrder order) {
     bool const big = order == ByteOrder::Big;
@@ -53,6 +38,13 @@ void BitLayout::set(unsigned startBit, unsigned bits, ByteOrder order) {
     d_bytes = static_cast<std::uint8_t>((d_lsbBit + length - 1) / 8 - d_startByte + 1);
     d_maksBits = lowOnes(bits);
     d_signBit = bits >= 1 && bits <= 64 ? std::uint64_t{1} << (bits - 1) : 0;
+
+    // From the value's lowest bit to the upper end of the word that `valueInside` cuts it from.
+    unsigned const room = big ? 8 * d_startByte + 8U - d_shift : 64U - d_lsbBit;
+    d_order = order;
+    d_inside = bits >= 1 && bits <= room && d_lsbBit < 64;
+    d_above = static_cast<std::uint8_t>(d_inside ? room - bits : 0);
+    d_unused = static_cast<std::uint8_t>(d_inside ? 64 - bits : 0);
 
     d_rawMask = 0;
     std::uint64_t const placed = d_maksBits << d_shift;
@@ -73,7 +65,7 @@ std::uint64_t BitLayout::extract(std::uint64_t rawWord, ByteOrder order) const {
     std::uint64_t word = 0;
     if (order == ByteOrder::Little) {
         if (d_startByte < payloadBytes)
-            word = reversed(rawWord) >> (8 * d_startByte);
+            word = __builtin_bswap64(rawWord) >> (8 * d_startByte); // byte 0 is the least significant there
     } else if (d_startByte < payloadBytes) {
         word = rawWord >> bytePosition(d_startByte);
     } else if (d_startByte < 2 * payloadBytes - 1) {

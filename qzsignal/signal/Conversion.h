@@ -22,13 +22,17 @@ Number fromBits(Bits bits) {
 // Sets `phys` to value * scale + offset, the value understood by its type (signed: already sign-extended to 64 bits).
 // A type that is none of the four leaves `phys` as it was: the type may come from a foreign process.
 inline void convert(std::uint64_t value, signalValue_t type, double scale, double offset, double& phys) {
+    // Both kinds of integers at once, as they mix on every bus: all but unsigned ones of 2^63 and above.
+    if ((type == signalUnsigned || type == signalSigned) && value >> 63 <= static_cast<std::uint64_t>(type)) {
+        phys = static_cast<double>(static_cast<std::int64_t>(value)) * scale + offset;
+        return;
+    }
     switch (type) {
     case signalUnsigned:
         phys = static_cast<double>(value) * scale + offset;
         break;
     case signalSigned:
-        phys = static_cast<double>(static_cast<std::int64_t>(value)) * scale + offset;
-        break;
+        break; // none is left
     case signalFloat:
         phys = static_cast<double>(fromBits<float>(static_cast<std::uint32_t>(value))) * scale + offset;
         break;

@@ -25,7 +25,7 @@ inline bool debuggingAbove(int level) {
 
 // A line for which there is no memory is lost; what it was about goes on.
 template <typename... Parts>
-void writeLine(std::ostream& out, char const* prefix, Parts const&... parts) {
+[[gnu::cold]] void writeLine(std::ostream& out, char const* prefix, Parts const&... parts) {
     try {
         std::ostringstream line;
         line << prefix;
@@ -38,7 +38,7 @@ void writeLine(std::ostream& out, char const* prefix, Parts const&... parts) {
 
 // "[DEBUG] " to standard output. Ungated: callers test the level first, so that nothing is formatted in vain.
 template <typename... Parts>
-void debugLine(Parts const&... parts) {
+[[gnu::cold]] void debugLine(Parts const&... parts) {
     writeLine(std::cout, "[DEBUG] ", parts...);
 }
 
@@ -59,13 +59,13 @@ void traceOpened(char const* label, std::string const& instance, bool found, Sig
 
 // "[WARNING] " to standard error.
 template <typename... Parts>
-void warningLine(Parts const&... parts) {
+[[gnu::cold]] void warningLine(Parts const&... parts) {
     writeLine(std::cerr, "[WARNING] ", parts...);
 }
 
 // "[ERROR] " to standard error.
 template <typename... Parts>
-void errorLine(Parts const&... parts) {
+[[gnu::cold]] void errorLine(Parts const&... parts) {
     writeLine(std::cerr, "[ERROR] ", parts...);
 }
 

@@ -1,33 +1,18 @@
-// Filing of signals under the keys of the messages that feed them; the same for every signal kind.
+/// @file
+/// The signals of one kind, filed under the keys of the messages that feed them.
 #pragma once
 
-#include "qzsignal/signal/Diagnostics.h"
+#include "qzsignal/signal/KeyIndex.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <map>
-#include <string>
+#include <utility>
 #include <vector>
 
 namespace qzsignal {
 
-// The signals of each message in order of construction. An entry exists only while it has signals; nothing is owned.
-template <typename Signal>
-using DispatchMap = std::map<unsigned long long, std::vector<Signal*>>;
-
-// Files a signal behind those that are already there. If memory runs out, the map stays as it was.
-template <typename Signal>
-void file(DispatchMap<Signal>& map, unsigned long long key, Signal* signal) {
-    auto const entry = map.try_emplace(key).first;
-    try {
-        entry->second.push_back(signal);
-    } catch (...) {
-        if (entry->second.empty())
-            map.erase(entry);
-        throw;
-    }
-}
-
-// Takes a signal out of those of one message. False if it is none of them.
+/// Takes a signal out of those of one message. False if it is none of them.
 template <typename Signal>
 bool remove(std::vector<Signal*>& signals, Signal const* signal) {
     auto const place = std::find(signals.begin(), signals.end(), signal);
@@ -37,51 +22,106 @@ bool remove(std::vector<Signal*>& signals, Signal const* signal) {
     return true;
 }
 
-// Takes a signal out. A key without an entry is that of a signal that was never filed; an entry that does not hold the
-// signal means that somebody else has changed the map, and is reported under the kind's class name.
+/// An ordered map from message keys to the signals of each message, in order of construction. Nothing is owned.
+///
+/// An entry made by `file` exists as long as it has signals. Every frame of a bus is looked up, and most carry no
+/// signal: `signals` asks an index for that, which takes the same time however many entries there are. Both change
+/// together, here and nowhere else. The signals of an entry may be changed from outside.
 template <typename Signal>
-void withdraw(DispatchMap<Signal>& map, unsigned long long key, Signal const* signal, char const* label) {
-    auto const entry = map.find(key);
-    if (entry == map.end())
-        return;
-    if (!remove(entry->second, signal)) {
-        errorLine(label, "::~", label, "(): instance not found in vector");
-        return;
+class DispatchMap {
+public:
+    using Signals = std::vector<Signal*>;                    ///< of one message
+    using Entries = std::map<unsigned long long, Signals>;   ///< by key
+    using iterator = typename Entries::iterator;             ///< goes over pairs of key and signals
+    using const_iterator = typename Entries::const_iterator; ///< the same
+    using value_type = typename Entries::value_type;         ///< key and signals
+
+    DispatchMap() = default;
+    DispatchMap(DispatchMap const&) = delete; // the index is about this map's entries
+    DispatchMap& operator=(DispatchMap const&) = delete;
+
+    /// The signals of a message, or null if there is no entry.
+    Signals const* signals(unsigned long long key) const { return d_index.find(key); }
+
+    /// Files a signal behind those that are already there. If memory runs out, the map stays as it was.
+    void file(unsigned long long key, Signal* signal) {
+        if (Signals* const signals = d_index.find(key))
+            signals->push_back(signal);
+        else
+            enter(key, Signals(1, signal));
     }
-    if (entry->second.empty())
-        map.erase(entry);
-}
 
-// The signals filed under a key, or null.
-template <typename Signal>
-std::vector<Signal*> const* find(DispatchMap<Signal> const& map, unsigned long long key) {
-    auto const entry = map.find(key);
-    return entry != map.end() ? &entry->second : nullptr;
-}
+    /// How a signal was taken out.
+    enum class Withdrawn {
+        Yes,     ///< and its entry, if it was the last one there
+        NoEntry, ///< nothing is filed under the key
+        NoSignal ///< what is filed under the key is others alone
+    };
 
-// Hands the signals of one message to `feed`, one by one. `feed` must not build or destroy signals. Debug output gets
-// two lines on each signal before it is fed; the first, with its address, is headed by `label` and left out if that is
-// null.
-template <typename Signal, typename Feed>
-void feedEach(std::vector<Signal*> const& signals, char const* label, Feed feed) {
-    for (Signal* const signal : signals) {
-        if (debugging()) {
-            if (label != nullptr)
-                debugLine(label, "::decodeMessage: addr = ", static_cast<void const*>(signal));
-            debugLine("Signal = ", instanceOf(*signal));
-        }
-        feed(*signal);
+    /// Takes a signal out.
+    Withdrawn withdraw(unsigned long long key, Signal const* signal) {
+        Signals* const signals = d_index.find(key);
+        if (signals == nullptr)
+            return Withdrawn::NoEntry;
+        if (!remove(*signals, signal))
+            return Withdrawn::NoSignal;
+        if (signals->empty())
+            erase(key);
+        return Withdrawn::Yes;
     }
-}
 
-// The same with the signals filed under a key. Returns the key, or 0 if there are none.
-template <typename Signal, typename Feed>
-unsigned long long deliver(DispatchMap<Signal> const& map, unsigned long long key, char const* label, Feed feed) {
-    std::vector<Signal*> const* const signals = find(map, key);
-    if (signals == nullptr)
-        return 0;
-    feedEach(*signals, label, feed);
-    return key;
-}
+    /// @{
+    /// As of the ordered map.
+    bool empty() const { return d_entries.empty(); }
+    std::size_t size() const { return d_entries.size(); }
+    iterator begin() { return d_entries.begin(); }
+    iterator end() { return d_entries.end(); }
+    const_iterator begin() const { return d_entries.begin(); }
+    const_iterator end() const { return d_entries.end(); }
+    iterator find(unsigned long long key) { return d_entries.find(key); }
+    const_iterator find(unsigned long long key) const { return d_entries.find(key); }
+    std::size_t count(unsigned long long key) const { return d_entries.count(key); }
+    Signals& at(unsigned long long key) { return d_entries.at(key); }
+    Signals const& at(unsigned long long key) const { return d_entries.at(key); }
+
+    Signals& operator[](unsigned long long key) {
+        Signals* const signals = d_index.find(key);
+        return signals != nullptr ? *signals : enter(key, Signals());
+    }
+
+    std::size_t erase(unsigned long long key) {
+        std::size_t const erased = d_entries.erase(key);
+        if (erased != 0)
+            d_index.erase(key);
+        return erased;
+    }
+
+    void erase(const_iterator entry) { erase(entry->first); }
+
+    void clear() {
+        d_index.clear();
+        d_entries.clear();
+    }
+    /// @}
+
+    /// The ordered map itself.
+    operator Entries const&() const { return d_entries; }
+    /// @{
+    /// Compares with an ordered map.
+    friend bool operator==(DispatchMap const& map, Entries const& entries) { return map.d_entries == entries; }
+    friend bool operator!=(DispatchMap const& map, Entries const& entries) { return map.d_entries != entries; }
+    /// @}
+
+private:
+    Signals& enter(unsigned long long key, Signals signals) {
+        d_index.reserve(d_entries.size() + 1);
+        Signals& entry = d_entries.try_emplace(key, std::move(signals)).first->second;
+        d_index.insert(key, entry);
+        return entry;
+    }
+
+    Entries d_entries;
+    KeyIndex<Signals> d_index;
+};
 
 } // namespace qzsignal

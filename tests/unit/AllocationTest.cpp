@@ -99,8 +99,8 @@ bool readable(BaseSignal& signal, unsigned long long expected) {
 // Builds a shared signal again and again, with a later allocation failing each time, until it succeeds.
 template <typename Signal, typename Definition>
 void expectFailuresToLeaveNothing(Definition const& definition, SharedName const& name,
-                                  std::map<unsigned long long, std::vector<Signal*>> const& container) {
-    auto const before = container;
+                                  qzsignal::DispatchMap<Signal> const& container) {
+    typename qzsignal::DispatchMap<Signal>::Entries const before = container;
     std::size_t const registered = BaseSignal::instances.size();
     bool built = false;
     long failures = 0;

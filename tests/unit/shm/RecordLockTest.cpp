@@ -17,6 +17,18 @@
 namespace qzsignal {
 namespace {
 
+// Locks and unlocks as a record does, which makes the first attempt by itself.
+LockOutcome lockRecord(pthread_mutex_t& mutex, char const* label, std::string const& instance) {
+    int const result = pthread_mutex_trylock(&mutex);
+    return result == 0 ? LockOutcome::Locked : lockRecordAfter(result, mutex, label, instance);
+}
+
+void unlockRecord(pthread_mutex_t& mutex, char const* label, std::string const& instance) {
+    int const result = pthread_mutex_unlock(&mutex);
+    if (result != 0)
+        unlockFailed(result, label, instance);
+}
+
 class RecordLockTest : public testing::Test {
 protected:
     RecordLockTest() {

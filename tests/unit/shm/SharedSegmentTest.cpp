@@ -21,14 +21,20 @@ constexpr RecordFamily family = {"Label", 256, 0640};
 
 class Segment : public SharedSegment {
 public:
-    Segment(bool owner, bool shared) : SharedSegment(owner, shared) {}
+    Segment(bool owner, bool shared) : SharedSegment(owner), d_shared(shared) {}
+
+    void release(RecordFamily const& label, std::string const& instance, void* record) {
+        SharedSegment::release(label, instance, d_shared, record);
+    }
 
     using SharedSegment::attach;
     using SharedSegment::create;
     using SharedSegment::d_key;
     using SharedSegment::d_shmId;
     using SharedSegment::publishRecord;
-    using SharedSegment::release;
+
+private:
+    bool d_shared;
 };
 
 class SharedSegmentTest : public testing::Test {
