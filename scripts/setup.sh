@@ -6,7 +6,7 @@ usage="Usage: scripts/setup.sh [GROUP...]
 
 Groups:
   base        compiler, build tools, libraries of the command and the tests (default)
-  benchmarks  what the benchmarks are built with
+  benchmarks  what the benchmarks are built with, and what draws their results
   cross       compilers for i686 and PowerPC, and the emulator for the latter
   coverage    line coverage reports
   docs        the reference of the public headers, and the check of the manual page
@@ -16,7 +16,7 @@ Groups:
 base=(g++ cmake ninja-build pkg-config python3 flex bison libfl-dev libgtest-dev googletest libcli11-dev nlohmann-json3-dev)
 # The cross compilers bring the targets' C and C++ libraries; i686 programs run on the host's own kernel with them.
 cross=(g++-i686-linux-gnu g++-powerpc-linux-gnu qemu-user)
-benchmarks=(libbenchmark-dev)
+benchmarks=(libbenchmark-dev python3-matplotlib)
 coverage=(gcovr)
 docs=(doxygen mandoc)
 fuzz=(clang libclang-rt-14-dev)

@@ -187,7 +187,11 @@ bool ShmSignal::read(double& phys, unsigned long long& timestamp) {
 }
 
 bool ShmSignal::read(unsigned long long& value, unsigned long long& timestamp) {
-    return readAs(value, timestamp);
+    if (d_shortcut != qzsignal::Shortcut::Local || debugging())
+        return readAs(value, timestamp);
+    value = d_localData.value;
+    timestamp = d_localData.timestamp;
+    return true;
 }
 
 bool ShmSignal::write(unsigned long long raw, unsigned long long timestamp) {

@@ -45,7 +45,12 @@ public:
         return static_cast<std::uint16_t>(byte(offset) << 8 | byte(offset + 1));
     }
 
-    std::uint32_t word32(std::size_t offset) const { return std::uint32_t{word16(offset)} << 16 | word16(offset + 2); }
+    std::uint32_t word32(std::size_t offset) const {
+        if (offset + 4 > d_length)
+            return std::uint32_t{word16(offset)} << 16 | word16(offset + 2);
+        unsigned char const* const field = d_begin + offset; // all of it is there, so it is read at once
+        return std::uint32_t{field[0]} << 24 | std::uint32_t{field[1]} << 16 | std::uint32_t{field[2]} << 8 | field[3];
+    }
     /// @}
 
     /// Record type, from where this process's record version has it.

@@ -1,0 +1,83 @@
+#!/usr/bin/env python3
+"""Times whole runs of the command on a long log, by the processor time that the kernel accounts to each process, and a plain
+reader of the same log beside them. Prints samples in the form of Google Benchmark's.
+
+The caller sees to it that all of it runs on one core.
+"""
+
+import argparse
+import collections
+import json
+import os
+import pathlib
+import re
+import subprocess
+import sys
+import tempfile
+
+TRUE, FALSE = 0, 1  # exit statuses of `qzsignal trigger` that are answers
+
+
+def condition(definitions, log):
+    """An expression over two signals: the first ones of the two messages that the log has most frames of."""
+    first = {}
+    for message in re.finditer(r"^BO_ (\d+) (\w+) *:.*\n SG_ (\w+) ", definitions, re.MULTILINE):
+        first[int(message[1])] = f"{message[2]}.{message[3]}"
+    frames = collections.Counter(int(number, 16) for number in re.findall(r" ([0-9A-F]{3})#", log))
+    signals = [first[number] for number, _ in frames.most_common() if number in first]
+    if len(signals) < 2:
+        sys.exit("measure-commands.py: the log has frames of less than two of the messages")
+    return f"{signals[0]} > 1 && {signals[1]} > 1"
+
+
+def processor_time(command, statuses=(0,)):
+    """Seconds of a process, in user mode and in the kernel."""
+    with tempfile.TemporaryFile() as output:
+        with subprocess.Popen(command, stdin=subprocess.DEVNULL, stdout=output, stderr=subprocess.STDOUT) as process:
+            _, status, usage = os.wait4(process.pid, 0)
+            process.returncode = os.waitstatus_to_exitcode(status)
+        if process.returncode not in statuses:
+            output.seek(0)
+            sys.exit(f"{' '.join(map(str, command))} ended with status {process.returncode}\n{output.read().decode()}")
+    return usage.ru_utime + usage.ru_stime
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
+    parser.add_argument("build", type=pathlib.Path, help="build folder of the benchmarks")
+    parser.add_argument("--frames", type=int, default=2_000_000, help="about how many frames the log is to have (%(default)s)")
+    parser.add_argument("--runs", type=int, default=9, help="of each command (%(default)s)")
+    arguments = parser.parse_args()
+
+    drive = arguments.build / "benchmarks" / "drive"
+    log = (drive / "drive.log").read_text()
+    definitions = drive / "drive.dbc"
+    expression = condition(definitions.read_text(), log)
+    times = max(1, round(arguments.frames / log.count("\n")))
+    frames = times * log.count("\n")
+    qzsignal = arguments.build / "tools" / "qzsignal"
+
+    samples = []
+    with tempfile.TemporaryDirectory() as folder:
+        long_log, empty_log = pathlib.Path(folder) / "long.log", pathlib.Path(folder) / "empty.log"
+        long_log.write_text(log * times)
+        empty_log.touch()
+        trigger = [qzsignal, "trigger", "--dbc", definitions, expression]
+        commands = {
+            "command/trigger": ([*trigger, long_log], frames),
+            "command/replay": ([qzsignal, "replay", "--dbc", definitions, "--fast", long_log], frames),
+            "command/line-reader": ([arguments.build / "benchmarks" / "qzsignal_line_reader", long_log], frames),
+            "command/definitions": ([*trigger, empty_log], 0),
+        }
+        for run in range(arguments.runs + 1):
+            for name, (command, count) in commands.items():
+                seconds = processor_time(command, (TRUE, FALSE) if "trigger" in command else (0,))
+                if run == 0:
+                    continue  # the files were not in memory yet
+                per_frame = {"frame": seconds / count} if count else {}
+                samples.append({"run_name": name, "run_type": "iteration", "run": seconds, **per_frame})
+    print(json.dumps({"benchmarks": samples}, indent=1))
+
+
+if __name__ == "__main__":
+    main()
