@@ -81,7 +81,7 @@ CANExtTraceMessage message(std::uint32_t id, std::uint64_t payload) {
 
 // The frame's signals, with the values of the first payload, and the messages that bring the one and the other.
 struct Frame {
-    explicit Frame(bool shared) {
+    explicit Frame(bool shared) : d_shared(shared) {
         for (Field const& field : fields) {
             d_names.push_back(std::make_unique<SharedName>());
             d_signals.push_back(std::make_unique<CANSignalExt>(definitionOf(field, d_names.back()->name()), shared));
@@ -90,11 +90,12 @@ struct Frame {
     }
 
     // Signals that cannot be shared keep their values in the object, which takes fewer instructions.
-    bool isKept(bool shared) const {
+    bool isSharedAsTold() const {
         return std::all_of(d_names.begin(), d_names.end(),
-                           [shared](auto const& name) { return (name->segmentId() != -1) == shared; });
+                           [this](auto const& name) { return (name->segmentId() != -1) == d_shared; });
     }
 
+    bool const d_shared;
     std::vector<std::unique_ptr<SharedName>> d_names; // removes what is left of the signals after them
     std::vector<std::unique_ptr<BaseSignal>> d_signals;
     CANExtTraceMessage const d_messages[2] = {message(identifier, payloads[0]), message(identifier, payloads[1])};
@@ -118,7 +119,7 @@ bool decodeUnchanged(unsigned long count) {
     unsigned long long served = 0;
     for (unsigned long i = 0; i < count; ++i)
         served = CANSignalExt::decodeMessage(frame.d_messages[0]);
-    return frame.isKept(shared) && served != 0 && noneModified(frame.d_signals);
+    return frame.isSharedAsTold() && served != 0 && noneModified(frame.d_signals);
 }
 
 template <bool shared>
@@ -126,7 +127,7 @@ bool decodeChanged(unsigned long count) {
     Frame const frame(shared);
     for (unsigned long i = 1; i <= count; ++i)
         CANSignalExt::decodeMessage(frame.d_messages[i % 2]);
-    return frame.isKept(shared) && allModified(frame.d_signals);
+    return frame.isSharedAsTold() && allModified(frame.d_signals);
 }
 
 template <bool shared>
@@ -139,7 +140,7 @@ bool decodeChangedAndRead(unsigned long count) {
         for (auto const& signal : frame.d_signals)
             signal->read(phys, timestamp);
     }
-    return frame.isKept(shared) && timestamp != 0 && allModified(frame.d_signals);
+    return frame.isSharedAsTold() && timestamp != 0 && allModified(frame.d_signals);
 }
 
 // Of the frame's first signal: the physical value if `Value` is double, otherwise the raw one.
@@ -152,7 +153,7 @@ bool read(unsigned long count) {
     bool there = signal.read(value, timestamp); // computes the physical value
     for (unsigned long i = 0; i < count; ++i)
         there = signal.read(value, timestamp);
-    return frame.isKept(shared) && there;
+    return frame.isSharedAsTold() && there;
 }
 
 // One signal in each of many frames, whose identifiers are even: the odd ones between them are unknown.
