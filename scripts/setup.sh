@@ -11,7 +11,7 @@ Groups:
   coverage      line coverage reports
   docs          the reference of the public headers, and the check of the manual page
   fuzz          compiler and run-time libraries of the fuzzers
-  instructions  the emulator that counts instructions
+  instructions  what counts the instructions of x86-64 programs
   lint          formatter and static checks"
 
 base=(g++ cmake ninja-build pkg-config python3 flex bison libfl-dev libgtest-dev googletest libcli11-dev nlohmann-json3-dev)
@@ -21,7 +21,7 @@ benchmarks=(libbenchmark-dev)
 coverage=(gcovr)
 docs=(doxygen mandoc)
 fuzz=(clang libclang-rt-14-dev)
-instructions=(qemu-user)
+instructions=(valgrind)
 lint=(git clang-format clang-tidy)
 
 if [[ $# -eq 0 ]]; then

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# The counts are told, recorded and compared with what was recorded. In place of the emulators stands one that makes the
-# counts up, for a program of two operations.
+# The counts are told, recorded and compared with what was recorded. In place of valgrind and the emulator stand scripts
+# that make the counts up, for a program of two operations.
 set -euo pipefail
 script=$1
 
@@ -9,25 +9,35 @@ trap 'rm -rf "$scratch"' EXIT
 cd "$scratch"
 bounds=$scratch/bounds.txt
 
-# A program is known by the beginning of its header.
+# A program is known by the beginning of its header. The one for valgrind also names its operations by itself.
 mkdir -p x86/benchmarks ppc/benchmarks none/benchmarks
-printf '\x7fELF\x02\x01\x01\0\0\0\0\0\0\0\0\0\x03\0\x3e\0' >x86/benchmarks/hot_operations
+g++ -x c++ -o x86/benchmarks/hot_operations - <<'PROGRAM'
+#include <cstdio>
+int main() { std::puts("first\nsecond"); }
+PROGRAM
 printf '\x7fELF\x01\x02\x01\0\0\0\0\0\0\0\0\0\0\x03\0\x14' >ppc/benchmarks/hot_operations
 printf '\x7fELF\x01\x01\x01\0\0\0\0\0\0\0\0\0\x03\0\x28\0' >none/benchmarks/hot_operations
 
-mkdir emulators
-cat >emulators/qemu-x86_64 <<'EMULATOR'
+mkdir counters
+cat >counters/valgrind <<'VALGRIND'
+#!/usr/bin/env bash
+case "${*: -2:1}" in
+    first) echo "==1== Collected : $((123456 + first * ${*: -1}))" >&2 ;;
+    second) echo "==1== Collected : $((234567 + second * ${*: -1}))" >&2 ;;
+    *) exit 1 ;;
+esac
+VALGRIND
+cat >counters/qemu-ppc <<'EMULATOR'
 #!/usr/bin/env bash
 case "${*: -2:1} ${*: -1}" in
     *" --list") printf '%s\n' first second ;;
-    "first "*) echo "instructions: $((123456 + first * ${*: -1}))" >&2 ;;
-    "second "*) echo "instructions: $((234567 + second * ${*: -1}))" >&2 ;;
+    "first "*) echo "instructions: $((345678 + 3 * first * ${*: -1}))" >&2 ;;
+    "second "*) echo "instructions: $((456789 + 3 * second * ${*: -1}))" >&2 ;;
     *) exit 1 ;;
 esac
 EMULATOR
-chmod +x emulators/qemu-x86_64
-cp emulators/qemu-x86_64 emulators/qemu-ppc
-PATH=$scratch/emulators:$PATH
+chmod +x counters/*
+PATH=$scratch/counters:$PATH
 export first=100 second=2000
 
 # Runs the script. Fails with what it said unless it ends with the given status and says all of the texts.
@@ -51,12 +61,15 @@ expect() {
 }
 
 expect 0 "x86 --json x86.json" "first                                 100.0"
-expect 0 "ppc --json ppc.json" "second                               2000.0"
+expect 0 "ppc --json ppc.json" "second                               6000.0"
 python3 - <<'PYTHON'
 import json
-for target, name in ("x86-64", "x86.json"), ("ppc", "ppc.json"):
+for name, counts in (
+    ("x86.json", {"target": "x86-64", "operations": {"first": 100, "second": 2000}}),
+    ("ppc.json", {"target": "ppc", "operations": {"first": 300, "second": 6000}}),
+):
     with open(name) as file:
-        assert json.load(file) == {"target": target, "operations": {"first": 100, "second": 2000}}, target
+        assert json.load(file) == counts, name
 PYTHON
 
 [[ ! -e $bounds ]]
@@ -88,5 +101,5 @@ expect 1 "ppc --check" "the bounds are those of x86-64"
 expect 1 "ppc --update" "the bounds are those of x86-64"
 expect 1 "none" "is for none of the targets"
 expect 1 "missing" "No such file"
-printf '#!/bin/sh\nexit 3\n' >emulators/qemu-x86_64
+printf '#!/bin/sh\nexit 3\n' >counters/valgrind
 expect 1 "x86 --check" "ended with status 3"
