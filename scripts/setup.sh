@@ -5,13 +5,14 @@ set -euo pipefail
 usage="Usage: scripts/setup.sh [GROUP...]
 
 Groups:
-  base        compiler, build tools, libraries of the command and the tests (default)
-  benchmarks  what the benchmarks are built with, and what draws their results
-  cross       compilers for i686 and PowerPC, and the emulator for the latter
-  coverage    line coverage reports
-  docs        the reference of the public headers, and the check of the manual page
-  fuzz        compiler and run-time libraries of the fuzzers
-  lint        formatter and static checks"
+  base          compiler, build tools, libraries of the command and the tests (default)
+  benchmarks    what the benchmarks are built with, and what draws their results
+  cross         compilers for i686 and PowerPC, and the emulator for the latter
+  coverage      line coverage reports
+  docs          the reference of the public headers, and the check of the manual page
+  fuzz          compiler and run-time libraries of the fuzzers
+  instructions  what counts the instructions of x86-64 programs
+  lint          formatter and static checks"
 
 base=(g++ cmake ninja-build pkg-config python3 flex bison libfl-dev libgtest-dev googletest libcli11-dev nlohmann-json3-dev)
 # The cross compilers bring the targets' C and C++ libraries; i686 programs run on the host's own kernel with them.
@@ -20,6 +21,7 @@ benchmarks=(libbenchmark-dev python3-matplotlib)
 coverage=(gcovr)
 docs=(doxygen mandoc)
 fuzz=(clang libclang-rt-14-dev)
+instructions=(valgrind)
 lint=(git clang-format clang-tidy)
 
 if [[ $# -eq 0 ]]; then
@@ -34,6 +36,7 @@ for group in "$@"; do
         coverage) wanted+=("${coverage[@]}") ;;
         docs) wanted+=("${docs[@]}") ;;
         fuzz) wanted+=("${fuzz[@]}") ;;
+        instructions) wanted+=("${instructions[@]}") ;;
         lint) wanted+=("${lint[@]}") ;;
         -h | --help)
             echo "$usage"

@@ -2,16 +2,17 @@
 # The one test command: builds and tests every target, or those named, and counts all tests in its last line.
 set -euo pipefail
 
-all_targets=(dev i686 ppc asan tsan)
+all_targets=(dev i686 ppc asan tsan instructions)
 usage="Usage: scripts/test.sh [--no-setup] [TARGET...]
 
 Targets (default: all but release):
-  dev      x86-64, with debug information and a checked standard library
-  release  x86-64, what is installed
-  i686     32-bit x86
-  ppc      32-bit big-endian PowerPC, under qemu-user
-  asan     address and undefined-behaviour sanitizers
-  tsan     thread sanitizer
+  dev           x86-64, with debug information and a checked standard library
+  release       x86-64, what is installed
+  i686          32-bit x86
+  ppc           32-bit big-endian PowerPC, under qemu-user
+  asan          address and undefined-behaviour sanitizers
+  tsan          thread sanitizer
+  instructions  what hot operations of the release cost, against recorded bounds
 
 Options:
   --no-setup  do not look for missing packages"
@@ -27,7 +28,7 @@ for argument in "$@"; do
             exit 0
             ;;
         --no-setup) setup=no ;;
-        dev | release | i686 | ppc | asan | tsan) targets+=("$argument") ;;
+        dev | release | i686 | ppc | asan | tsan | instructions) targets+=("$argument") ;;
         *)
             echo "test.sh: unknown argument '$argument'" >&2
             echo "$usage" >&2
@@ -46,6 +47,9 @@ if [[ $setup == yes ]]; then
     groups=(base)
     if [[ " ${targets[*]} " == *" i686 "* || " ${targets[*]} " == *" ppc "* ]]; then
         groups+=(cross)
+    fi
+    if [[ " ${targets[*]} " == *" instructions "* ]]; then
+        groups+=(instructions)
     fi
     "$root/scripts/setup.sh" "${groups[@]}"
 fi
@@ -118,7 +122,7 @@ report() {
     passed=$((passed + $3))
     failed=$((failed + $4))
     skipped=$((skipped + $5))
-    summary+=("$(printf '%-8s %4d of %d tests passed, %d skipped, in %d s%s' \
+    summary+=("$(printf '%-12s %4d of %d tests passed, %d skipped, in %d s%s' \
         "$target" "$3" "$(($3 + $4 + $5))" "$5" "$seconds" "${note:+; $note}")")
 }
 
@@ -148,8 +152,26 @@ run() {
     report "$target" $((SECONDS - start)) "$target_passed" "$target_failed" "$target_skipped" "$note"
 }
 
+# Each operation counts as a test.
+run_instructions() {
+    local start=$SECONDS results=$scratch/instructions status=0
+    echo "== instructions"
+    scripts/instructions.py --check | tee "$results" || status=$?
+    local target_passed target_failed note=
+    target_passed=$(grep --count '^passed ' "$results") || true
+    target_failed=$(grep --count '^FAILED ' "$results") || true
+    if [[ $status -ne 0 && $target_failed -eq 0 ]]; then
+        target_failed=1
+        note="they could not be counted"
+    fi
+    report instructions $((SECONDS - start)) "$target_passed" "$target_failed" 0 "$note"
+}
+
 for target in "${targets[@]}"; do
-    run "$target"
+    case $target in
+        instructions) run_instructions ;;
+        *) run "$target" ;;
+    esac
 done
 
 printf '\n'

@@ -201,6 +201,27 @@ TEST_F(BaseSignalTest, checkTimeoutListsAMessageOncePerSignalInOrderOfNames) {
     EXPECT_EQ(silent, (std::vector<unsigned long long>{7, 9, 7}));
 }
 
+TEST_F(BaseSignalTest, checkTimeoutKnowsWhoCameAndWhoLeft) {
+    std::vector<unsigned long long> silent;
+    FakeSignal first("b", "", 2);
+    first.write(0, 1);
+    BaseSignal::checkTimeout(2, silent);
+    EXPECT_EQ(silent, (std::vector<unsigned long long>{2}));
+    {
+        FakeSignal second("a", "", 1);
+        second.write(0, 1);
+        BaseSignal::checkTimeout(2, silent);
+        EXPECT_EQ(silent, (std::vector<unsigned long long>{1, 2}));
+        BaseSignal::instances.erase("b"); // by hand
+        BaseSignal::checkTimeout(2, silent);
+        EXPECT_EQ(silent, (std::vector<unsigned long long>{1}));
+    }
+    FakeSignal third("c", "", 3); // as many as before
+    third.write(0, 1);
+    BaseSignal::checkTimeout(2, silent);
+    EXPECT_EQ(silent, (std::vector<unsigned long long>{3}));
+}
+
 TEST_F(BaseSignalTest, outputOperatorCallsPrintAndReturnsTheStream) {
     FakeSignal const signal("one");
     std::ostringstream out;
