@@ -88,6 +88,7 @@ bool ShmSignal::smInit() {
 }
 
 void ShmSignal::cInit() {
+    d_shortcut = qzsignal::Shortcut::None;
     set(d_data->startbit, d_data->bits, qzsignal::byteOrder(d_data->endian != 0));
 }
 
