@@ -242,7 +242,8 @@ bool ShmSignal::tryLock() {
 void ShmSignal::settle(qzsignal::LockOutcome outcome) {
     if (outcome != qzsignal::LockOutcome::OwnerDied)
         return;
-    if (d_data->pending == storePending) {
+    // A record that is not there is being defined, and has no value.
+    if (d_data->pending == storePending && d_data->size == family.d_size) {
         d_data->rawValue = d_data->value;
         d_data->timestamp = bitsOf(d_data->phys);
         d_data->used = true;

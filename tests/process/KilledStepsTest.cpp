@@ -457,3 +457,17 @@ TYPED_TEST(KilledStepsTest, ofTwoDeathsOneAtLeastIsReported) {
         EXPECT_GE(reports + tally.d_reports, tally.d_killed);
     }
 }
+
+TYPED_TEST(KilledStepsTest, definersThatFindADeathLeaveWhatItLeftOrNoValue) {
+    auto const define = [&] { this->define(otherScale); };
+    auto const deaths = this->decisiveDeaths();
+    ASSERT_EQ(deaths.size(), 2U);
+    for (auto const& death : deaths) {
+        Route const route = this->routeOf(death.d_die, define);
+        Tally const tally =
+            this->kill(route, route.aroundChanges(), death.d_die, define, this->lookFor({death.d_shown, nothing}));
+        EXPECT_GT(tally.d_locked, 0U);
+        EXPECT_LT(tally.d_locked, tally.d_killed);
+        EXPECT_EQ(tally.d_shown.size(), 2U);
+    }
+}
