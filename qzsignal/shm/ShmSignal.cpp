@@ -22,7 +22,8 @@ constexpr qzsignal::RecordFamily family = {"ShmSignal", sizeof(shmSignalData_t),
 // at them meanwhile, and both are derived from what is stored, so they are free for that.
 constexpr std::uint8_t storePending = 0x5A;
 
-// Not `fromBits`: these bits may be those of no number at all, which some processors change when they hand a double over.
+// Not `fromBits`: these bits may be those of no number at all, which some processors change when they hand a double
+// over.
 std::uint64_t bitsOf(double const& number) {
     std::uint64_t bits = 0;
     std::memcpy(&bits, &number, sizeof bits);
@@ -220,12 +221,13 @@ void ShmSignal::print(std::ostream& out) const {
 }
 
 void ShmSignal::clear() {
+    d_data->used = false;
+    keepOrder(); // so that dying here leaves no value that is cleared in part
     d_data->timestamp = 0;
     d_data->rawValue = 0;
     d_data->value = 0;
     d_data->phys = 0.0;
     d_data->conv = false;
-    d_data->used = false;
     d_modified = true;
 }
 

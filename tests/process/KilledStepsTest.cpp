@@ -471,3 +471,13 @@ TYPED_TEST(KilledStepsTest, definersThatFindADeathLeaveWhatItLeftOrNoValue) {
         EXPECT_EQ(tally.d_shown.size(), 2U);
     }
 }
+
+using KilledShmStepsTest = KilledStepsTest<ShmRecord>;
+
+TEST_F(KilledShmStepsTest, clearForgetsTheValueOrLeavesIt) {
+    auto const clear = [&] { d_writer->clear(); };
+    Route const route = routeOf(d_prepare, clear);
+    Tally const tally = kill(route, route.everyInstruction(), d_prepare, clear, lookFor({textOf(oldFrame), nothing}));
+    EXPECT_EQ(tally.d_locked, 0U);
+    EXPECT_EQ(tally.d_shown.size(), 2U);
+}
