@@ -272,12 +272,13 @@ void ShmSignal::print(std::ostream& out) const {
 }
 
 void ShmSignal::clear() {
+    d_data->used = false;
+    keepOrder(); // so that dying here leaves no value that is cleared in part
     d_data->timestamp = 0;
     d_data->rawValue = 0;
     d_data->value = 0;
     d_data->phys = 0.0;
     d_data->conv = false;
-    d_data->used = false;
     d_shortcut = qzsignal::Shortcut::None;
     d_modified = true;
 }
@@ -308,7 +309,8 @@ void ShmSignal::findShortcut() {
 }
 
 void ShmSignal::settle() {
-    if (d_data->pending == storePending) {
+    // A record that is not there is being defined, and has no value.
+    if (d_data->pending == storePending && d_data->size == family.d_size) {
         d_data->rawValue = d_data->value;
         d_data->timestamp = bitsOf(d_data->phys);
         d_data->used = true;

@@ -53,6 +53,8 @@ public:
     Process(Process const&) = delete;
     Process& operator=(Process const&) = delete;
 
+    pid_t id() const { return d_id; }
+
     // Ends the process where it stands.
     void kill() {
         if (d_id <= 0)
