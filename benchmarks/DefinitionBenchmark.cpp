@@ -10,6 +10,8 @@
 #include <cstddef>
 #include <cstdio>
 #include <fcntl.h>
+#include <malloc.h>
+#include <memory>
 #include <string>
 #include <sys/ipc.h>
 #include <sys/shm.h>
@@ -37,6 +39,22 @@ void removeKeyFiles(Definitions const& all) {
     for (canSignalDef_t const& definition : all)
         std::remove(pathOf(definition).c_str());
 }
+
+// What a local signal takes of the heap, its place in the registry and in its frame included.
+void heapPerSignal(benchmark::State& state) {
+    std::size_t const count = qzbench::drive().definitions.size();
+    std::size_t taken = 0;
+    for (auto _ : state) {
+        qzbench::Signals signals;
+        signals.reserve(count);
+        std::size_t const before = mallinfo2().uordblks;
+        for (canSignalDef_t const& definition : qzbench::drive().definitions)
+            signals.push_back(std::make_unique<CANSignalExt>(definition, false));
+        taken = mallinfo2().uordblks - before;
+    }
+    state.counters["bytes"] = static_cast<double>(taken) / static_cast<double>(count);
+}
+BENCHMARK(heapPerSignal)->Name("memory/local");
 
 void defineShared(benchmark::State& state) {
     Definitions const all = sharedDefinitions(static_cast<std::size_t>(state.range(0)));

@@ -150,6 +150,15 @@ ALL = """\
 """
 
 
+MEMORY = """\
+## Memory
+
+A local signal takes {bytes} bytes of the heap: the object with its record, the definition and names as long as those of a
+car, its entry in the registry and its place in its frame's list. A shared one takes a page of shared memory besides. To
+decode, look up, write, read or evaluate allocates nothing; the tests watch that (`tests/unit/AllocationTest.cpp`).
+"""
+
+
 def table(head, rows, words=1):
     """A Markdown table; so many columns are of words, those behind them of numbers."""
     lines = [head, ["---"] * words + ["---:"] * (len(head) - words), *rows]
@@ -257,11 +266,15 @@ def instructions_section(counts):
     return INSTRUCTIONS.format(targets=" and ".join(names), table=table(["operation", *names], rows))
 
 
+def memory_section(results):
+    return MEMORY.format(bytes=f"{results.figure('memory/local', 'bytes').median:,.0f}")
+
+
 def all_section(results):
     rows = []
     counted = {name for name, counter in results.benchmarks() if counter != "time"}
     for name, counter in results.benchmarks():
-        if name.startswith("contention/") or counter == "time" and name in counted:
+        if name.startswith("contention/") or counter == "bytes" or name == "memory/local" or counter == "time" and name in counted:
             continue
         figure = results.figure(name, counter)
         rows.append([f"`{name}`", "a call" if counter == "time" else f"a {counter}", shown.seconds(figure), figure.samples])
@@ -284,6 +297,7 @@ def page(results, machine, counts):
         commands_section(results),
         contention_section(results),
         instructions_section(counts),
+        memory_section(results),
         all_section(results),
     ]
     return wrapped("\n".join(sections))

@@ -47,4 +47,5 @@ def complete():
     entries += [entry(f"contention/{lock}/{readers}", **waits, **rates)
                 for lock in targets.LOCKS for readers in targets.READERS]
     entries.append(entry("contention/clock", empty_p50=2e-8))
+    entries.append(entry("memory/local", bytes=1234.0))
     return entries

@@ -126,6 +126,9 @@ class PageTest(unittest.TestCase):
             rows = [line for line in lines if line.startswith(f"| {target.what} | {target.limit.goal()} |")]
             self.assertEqual(len(rows), 1, target)
 
+    def test_tells_what_a_signal_takes_of_the_heap(self):
+        self.assertIn("A local signal takes 1,234 bytes of the heap", "\n".join(self.lines(made_up.complete())))
+
     def test_counts_what_is_met(self):
         entries = made_up.complete()
         met = sum(targets.Outcome.of(target, Results([document(*entries)])).met() for target in targets.TARGETS)
