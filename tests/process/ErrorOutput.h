@@ -1,6 +1,7 @@
 // The standard error of forked processes, for the test to look at.
 #pragma once
 
+#include <cstdint>
 #include <cstdio>
 #include <fcntl.h>
 #include <string>
@@ -29,3 +30,11 @@ public:
 private:
     std::FILE* d_file;
 };
+
+// Removes a line from a text wherever it is; how often it was there.
+inline std::uint32_t removeLines(std::string& text, std::string const& line) {
+    std::uint32_t found = 0;
+    for (std::size_t at = text.find(line); at != std::string::npos; at = text.find(line, at), ++found)
+        text.erase(at, line.size());
+    return found;
+}

@@ -298,10 +298,8 @@ protected:
 
     // Fresh readers wait for a record that is not there, and say so.
     std::string withoutWaiting(std::string text) const {
-        std::string const line = std::string("[WARNING] ") + Record::label + ": " + d_name.name() +
-                                 ": Waiting for shared memory region id (" + d_name.path() + ")\n";
-        for (std::size_t at = 0; (at = text.find(line)) != std::string::npos;)
-            text.erase(at, line.size());
+        removeLines(text, std::string("[WARNING] ") + Record::label + ": " + d_name.name() +
+                              ": Waiting for shared memory region id (" + d_name.path() + ")\n");
         return text;
     }
 

@@ -146,13 +146,8 @@ protected:
         EXPECT_EQ(d_writerErrors.text().find("WARNING"), std::string::npos);
         for (ErrorOutput const& errors : d_readerErrors) {
             std::string rest = errors.text();
-            for (SharedName const& name : d_names) {
-                std::string const line = "[ERROR] ShmSignal::lock (" + name.name() + "): Owner died\n";
-                for (std::size_t at = rest.find(line); at != std::string::npos; at = rest.find(line, at)) {
-                    rest.erase(at, line.size());
-                    ++reports;
-                }
-            }
+            for (SharedName const& name : d_names)
+                reports += removeLines(rest, "[ERROR] ShmSignal::lock (" + name.name() + "): Owner died\n");
             EXPECT_EQ(rest, "");
         }
         EXPECT_LE(reports, writers);
