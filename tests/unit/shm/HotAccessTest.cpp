@@ -15,10 +15,10 @@ namespace {
 
 // What is protected in a signal, as pointers to members: a signal of a derived class does not go the short way.
 struct Inner : CANSignalExt {
-    static constexpr auto data = &Inner::d_data;
-    static constexpr auto localData = &Inner::d_localData;
-    static constexpr auto rawMask = &Inner::d_rawMask;
-    static constexpr auto shortcut = &Inner::d_shortcut;
+    static constexpr shmSignalData_t* CANSignalExt::*data = &Inner::d_data;
+    static constexpr shmSignalData_t CANSignalExt::*localData = &Inner::d_localData;
+    static constexpr std::uint64_t CANSignalExt::*rawMask = &Inner::d_rawMask;
+    static constexpr qzsignal::Shortcut CANSignalExt::*shortcut = &Inner::d_shortcut;
 };
 
 canSignalDef_t definition(std::string const& instance) {
