@@ -1,5 +1,5 @@
 # What the build takes from Debian: flex and Bison for the library, CLI11 and nlohmann/json (headers only) for the
-# command, GoogleTest for the tests, and Google Benchmark for the benchmarks.
+# command, GoogleTest for the tests, and for the benchmarks Google Benchmark, with LuaJIT and muParser to compare with.
 
 # Header-only packages are the same for every target, but a cross build must not see the rest of the host's include
 # folder. So each is reached through a link of its own in the build tree.
@@ -38,6 +38,9 @@ endif()
 if(QZSIGNAL_BUILD_BENCHMARKS)
     find_package(benchmark REQUIRED)
     find_package(Python3 REQUIRED COMPONENTS Interpreter)
+    find_package(PkgConfig REQUIRED)
+    pkg_check_modules(luajit REQUIRED IMPORTED_TARGET luajit)
+    pkg_check_modules(muparser REQUIRED IMPORTED_TARGET muparser)
 endif()
 
 # Of the documentation; what needs them is left out where they are missing.

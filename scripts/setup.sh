@@ -17,7 +17,7 @@ Groups:
 base=(g++ cmake ninja-build pkg-config python3 flex bison libfl-dev libgtest-dev googletest libcli11-dev nlohmann-json3-dev)
 # The cross compilers bring the targets' C and C++ libraries; i686 programs run on the host's own kernel with them.
 cross=(g++-i686-linux-gnu g++-powerpc-linux-gnu qemu-user)
-benchmarks=(libbenchmark-dev python3-matplotlib)
+benchmarks=(libbenchmark-dev libluajit-5.1-dev libmuparser-dev python3-matplotlib)
 coverage=(gcovr)
 docs=(doxygen mandoc)
 fuzz=(clang libclang-rt-14-dev)
