@@ -2,6 +2,7 @@
 /// The stack on which an expression's program computes.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -26,12 +27,9 @@ public:
     void size(std::uint32_t instructions) {
         if (instructions <= capacity)
             return;
-        std::size_t const elements = depth();
-        T* const array = new T[std::size_t{instructions} + 1];
+        if (instructions > d_room)
+            grow(std::max(std::size_t{instructions}, 2 * d_room));
         capacity = instructions;
-        delete[] base;
-        base = array;
-        top = array + elements;
     }
 
     /// The number of elements.
@@ -56,13 +54,25 @@ public:
     T& back() { return *top; }
 
     std::uint32_t capacity = 0; ///< instructions of the program that the array was sized for
-    T* base = nullptr;          ///< capacity + 1 elements; the first is never used
+    T* base = nullptr;          ///< capacity + 1 elements, or more; the first is never used
     T* top = nullptr;           ///< the topmost element; `base` if there is none
 
 private:
+    /// More than is asked for, as a program is built instruction by instruction.
+    void grow(std::size_t room) {
+        std::size_t const elements = depth();
+        T* const array = new T[room + 1];
+        d_room = room;
+        delete[] base;
+        base = array;
+        top = array + elements;
+    }
+
     /// Deliberate: speaks of a "bool stack", whatever the elements are.
     [[noreturn]] void tooFew(unsigned int n) const {
         std::cerr << std::dec << "Less than " << n << " elements on bool stack (" << depth() << ")" << std::endl;
         std::exit(4);
     }
+
+    std::size_t d_room = 0; ///< instructions that there is room for, `capacity` or more
 };

@@ -54,6 +54,21 @@ TEST(Stack, growsButNeverShrinks) {
     EXPECT_EQ(stack.capacity, 7U);
 }
 
+// A program grows by one instruction at a time: sizing the stack for each must not take a new array each time.
+TEST(Stack, growsAheadOfItsCapacity) {
+    Stack<double> stack;
+    double const* array = nullptr;
+    int arrays = 0;
+    for (std::uint32_t instructions = 1; instructions <= 100000; ++instructions) {
+        stack.size(instructions);
+        ASSERT_EQ(stack.capacity, instructions);
+        stack.base[instructions] = 1.0; // there
+        arrays += stack.base != array;
+        array = stack.base;
+    }
+    EXPECT_LE(arrays, 18);
+}
+
 TEST(Stack, keepsItsDepthWhenItGrows) {
     Stack<double> stack;
     stack.size(2);
