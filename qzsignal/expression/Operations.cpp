@@ -4,14 +4,11 @@
 #include "qzsignal/signal/Diagnostics.h"
 
 #include <algorithm>
-#include <cmath>
 #include <iterator>
 
 namespace {
 
-double truth(bool condition) {
-    return condition ? 1.0 : 0.0;
-}
+namespace results = qzsignal::results;
 
 template <typename Function>
 void unary(Stack<double>& stack, Function function) {
@@ -34,6 +31,11 @@ qzsignal::OperationRow const* qzsignal::findOperation(ExpParser::Operation funct
     return row != std::end(operations) ? row : nullptr;
 }
 
+void qzsignal::reportNoValue(std::string const& name) {
+    if (ExpParser::debug != 0)
+        writeLine(std::cerr, "", "abort expression program due to (yet) invalid signal \"", name, "\"");
+}
+
 void ExpParser::opdouble() {
     stack.push(pc->second.value);
 }
@@ -46,83 +48,80 @@ void ExpParser::opsignal() {
         stack.push(phys);
         return;
     }
-    if (debug != 0)
-        qzsignal::writeLine(std::cerr, "", "abort expression program due to (yet) invalid signal \"", pc->second.name,
-                            "\"");
+    qzsignal::reportNoValue(pc->second.name);
     stack.clear();
     stack.push(0.0);
     pc = program.end() - 1;
 }
 
 void ExpParser::opnot() {
-    unary(stack, [](double a) { return truth(a == 0.0); });
+    unary(stack, results::opnot);
 }
 
 void ExpParser::opnz() {
-    stack.check(1);
+    unary(stack, results::opnz);
 }
 
 void ExpParser::opneg() {
-    unary(stack, [](double a) { return -a; });
+    unary(stack, results::opneg);
 }
 
 void ExpParser::opland() {
-    binary(stack, [](double a, double b) { return truth(a != 0.0 && b != 0.0); });
+    binary(stack, results::opland);
 }
 
 void ExpParser::oplor() {
-    binary(stack, [](double a, double b) { return truth(a != 0.0 || b != 0.0); });
+    binary(stack, results::oplor);
 }
 
 void ExpParser::opdne() {
-    binary(stack, [](double a, double b) { return truth(a != b); });
+    binary(stack, results::opdne);
 }
 
 void ExpParser::opdeq() {
-    binary(stack, [](double a, double b) { return truth(a == b); });
+    binary(stack, results::opdeq);
 }
 
-// Deliberate, here and in `opbeq`: the right operand alone is made 0 or 1, and the left one compared as it stands.
 void ExpParser::opbne() {
-    binary(stack, [](double a, double b) { return truth(a != truth(b != 0.0)); });
+    binary(stack, results::opbne);
 }
 
 void ExpParser::opbeq() {
-    binary(stack, [](double a, double b) { return truth(a == truth(b != 0.0)); });
+    binary(stack, results::opbeq);
 }
 
 void ExpParser::opge() {
-    binary(stack, [](double a, double b) { return truth(a >= b); });
+    binary(stack, results::opge);
 }
 
 void ExpParser::ople() {
-    binary(stack, [](double a, double b) { return truth(a <= b); });
+    binary(stack, results::ople);
 }
 
 void ExpParser::opgt() {
-    binary(stack, [](double a, double b) { return truth(a > b); });
+    binary(stack, results::opgt);
 }
 
 void ExpParser::oplt() {
-    binary(stack, [](double a, double b) { return truth(a < b); });
+    binary(stack, results::oplt);
 }
 
 void ExpParser::opexp() {
-    binary(stack, [](double a, double b) { return std::pow(a, b); });
+    binary(stack, results::opexp);
 }
 
 void ExpParser::opdiv() {
-    binary(stack, [](double a, double b) { return a / b; });
+    binary(stack, results::opdiv);
 }
 
 void ExpParser::opmult() {
-    binary(stack, [](double a, double b) { return a * b; });
+    binary(stack, results::opmult);
 }
 
 void ExpParser::opminus() {
-    binary(stack, [](double a, double b) { return a - b; });
+    binary(stack, results::opminus);
 }
 
 void ExpParser::opplus() {
-    binary(stack, [](double a, double b) { return a + b; });
+    binary(stack, results::opplus);
 }
