@@ -1,6 +1,7 @@
 // Compilation and evaluation of expressions.
 #include "qzsignal/expression/ExpParser.h"
 
+#include "qzsignal/expression/CompactProgram.h"
 #include "qzsignal/expression/Operations.h"
 #include "qzsignal/expression/TokenSource.h"
 #include "qzsignal/input/InputSignal.h"
@@ -8,6 +9,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <typeinfo>
 #include <utility>
 
 namespace {
@@ -45,6 +47,7 @@ ExpParser::ExpParser(char const* expression, bool edge)
         writeLine(std::cerr, "", line);
         return;
     }
+    d_compact = std::make_unique<qzsignal::CompactProgram>(program);
     if (debug != 0)
         debugLine("parsed");
     allExpParsers.insert(this);
@@ -59,8 +62,15 @@ void ExpParser::clear() {
         delete *allExpParsers.begin();
 }
 
+// A derived class may change the program at any time, and have operations that watch it at work.
 double ExpParser::getValue() {
-    clearstack();
+    if (d_compact != nullptr && &typeid(*this) == &typeid(ExpParser))
+        return d_compact->evaluate(stack);
+    return runProgram();
+}
+
+double ExpParser::runProgram() {
+    stack.clear();
     for (pc = program.begin(); pc != program.end(); ++pc)
         (this->*pc->first)();
     if (stack.depth() != 1) {
@@ -130,6 +140,8 @@ void ExpParser::add(double constant) {
 void ExpParser::append(Operation operation, value_t operand) {
     if (operation == nullptr)
         return; // nothing that could be run
+    // What is added to a finished program may be anything.
+    d_compact = nullptr;
     program.emplace_back(operation, std::move(operand));
     qzsignal::OperationRow const* const row = qzsignal::findOperation(operation);
     if (row == nullptr || row->operands == 0)

@@ -46,6 +46,11 @@ private:
     }
 };
 
+// The value of an accepted text as an expression of no derived class has it: it runs another way, in the compact form.
+inline double compactValue(std::string const& source) {
+    return ExpParser(source.c_str(), false).getValue();
+}
+
 // What the library writes to standard error about a text that it does not accept, after the reference's reading of it.
 inline std::string messagesFor(std::string const& text, reference::Reading const& reading) {
     return "[ERROR] expression parser: line " + std::to_string(reading.d_errorLine) + " syntax error at '" +

@@ -57,14 +57,26 @@ TEST_F(ExpressionLimits, signsMayBePiledThousandsHigh) {
 
 TEST_F(ExpressionLimits, openOperandsMayBeThousands) {
     // No sum is done before the last operand is read: each waits in three states.
-    CompiledExpression expression(repeated("1 + (", 3300) + "a" + repeated(")", 3300));
+    std::string const text = repeated("1 + (", 3300) + "a" + repeated(")", 3300);
+    CompiledExpression expression(text);
     EXPECT_EQ(expression.getValue(), 3303.0);
+    EXPECT_EQ(compactValue(text), 3303.0);
+    EXPECT_EQ(d_errors.text(), "");
+}
+
+TEST_F(ExpressionLimits, openResultsMayBeThousands) {
+    std::string const text = repeated("a * a - (", 2400) + "a" + repeated(")", 2400);
+    CompiledExpression expression(text);
+    EXPECT_EQ(expression.getValue(), 3.0);
+    EXPECT_EQ(compactValue(text), 3.0);
     EXPECT_EQ(d_errors.text(), "");
 }
 
 TEST_F(ExpressionLimits, chainsOfOperatorsHaveNoLimit) {
-    CompiledExpression expression("a" + repeated(" + a * 2", 5000) + " == 30003 && a");
+    std::string const text = "a" + repeated(" + a * 2", 5000) + " == 30003 && a";
+    CompiledExpression expression(text);
     EXPECT_EQ(expression.getValue(), 1.0);
+    EXPECT_EQ(compactValue(text), 1.0);
     EXPECT_EQ(d_errors.text(), "");
 }
 

@@ -72,6 +72,7 @@ TEST(RandomExpressions, areReadAndEvaluatedLikeTheReference) {
                 ASSERT_EQ(expression.getTrigger(), value > 0.0) << "Text: " << text;
                 // The same once more: an evaluation leaves nothing behind.
                 ASSERT_EQ(reference::print(expression.getValue()), reference::print(value)) << "Text: " << text;
+                ASSERT_EQ(reference::print(compactValue(text)), reference::print(value)) << "Text: " << text;
             }
         }
         ASSERT_TRUE(ExpParser::allExpParsers.empty());

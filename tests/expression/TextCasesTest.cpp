@@ -28,6 +28,7 @@ void expectOutcome(TextCase const& each) {
         return;
     if (each.d_value) {
         EXPECT_EQ(reference::print(expression.getValue()), *each.d_value);
+        EXPECT_EQ(reference::print(compactValue(each.d_text)), *each.d_value);
     }
     if (each.d_trigger) {
         EXPECT_EQ(expression.getTrigger(), *each.d_trigger);

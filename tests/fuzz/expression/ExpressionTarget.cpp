@@ -58,6 +58,8 @@ void evaluate(CompiledExpression& expression, std::string const& text, reference
         std::string const evaluated = reference::print(expression.getValue());
         expect(evaluated == reference::print(value), "value", text, evaluated, reference::print(value));
     }
+    std::string const compact = reference::print(compactValue(text));
+    expect(compact == reference::print(value), "compact value", text, compact, reference::print(value));
     expect(expression.getTrigger() == (value > 0.0), "trigger", text);
 
     auto const lacksValue = [&](reference::Instruction const& each) {

@@ -244,6 +244,53 @@ TEST_F(ExpParserTest, operationOfADerivedClassFindsRoomOnTheStack) {
     EXPECT_EQ(expression.getValue(), 42001.0);
 }
 
+// An expression of its own, unlike one of a derived class, does not run as its program stands.
+TEST_F(ExpParserTest, whatIsAddedToAnExpressionRuns) {
+    PlainSignal x("x", 3.0, 1);
+    ExpParser expression("x", false);
+    EXPECT_EQ(expression.getValue(), 3.0);
+    expression.add(2.5);
+    expression.add(&ExpParser::opplus);
+    EXPECT_EQ(expression.getValue(), 5.5);
+    expression.add(std::string("x"));
+    expression.add({&ExpParser::opexp, {}});
+    EXPECT_EQ(expression.getValue(), 5.5 * 5.5 * 5.5);
+    expression.add({&ExpParser::opsignal, {static_cast<BaseSignal*>(nullptr), "none"}});
+    EXPECT_EQ(expression.getValue(), 0.0);
+}
+
+TEST_F(ExpParserTest, derivedClassMayEditItsProgram) {
+    ExpressionProbe expression("7 - 2");
+    EXPECT_EQ(expression.getValue(), 5.0);
+    expression.program[1].second.value = 3.0;
+    EXPECT_EQ(expression.getValue(), 4.0);
+    expression.program[2].first = &ExpParser::opmult;
+    EXPECT_EQ(expression.getValue(), 21.0);
+    expression.program.pop_back();
+    expression.program.pop_back();
+    EXPECT_EQ(expression.getValue(), 7.0);
+    expression.program.emplace_back(&ExpParser::opneg, ExpParser::value_t());
+    EXPECT_EQ(expression.getValue(), -7.0);
+}
+
+TEST_F(ExpParserTest, operationOfADerivedClassSeesTheProgramAtWork) {
+    struct Watching : ExpressionProbe {
+        Watching() : ExpressionProbe("10 + 20") {}
+        void opwatch() {
+            d_at = pc - program.begin();
+            d_depth = stack.depth();
+        }
+        std::ptrdiff_t d_at = -1;
+        unsigned int d_depth = 0;
+    };
+    Watching expression;
+    auto const watch = static_cast<ExpParser::Operation>(&Watching::opwatch);
+    expression.program.insert(expression.program.begin() + 2, {watch, ExpParser::value_t()});
+    EXPECT_EQ(expression.getValue(), 30.0);
+    EXPECT_EQ(expression.d_at, 2);
+    EXPECT_EQ(expression.d_depth, 2U);
+}
+
 TEST_F(ExpParserTest, instructionWithoutAnOperationIsNotAppended) {
     ExpressionProbe expression("1");
     expression.add(ExpParser::Operation());
@@ -345,10 +392,13 @@ TEST_F(ExpParserTest, signalWithoutAValueEndsTheProgram) {
 TEST_F(ExpParserTest, debugNamesTheSignalWithoutAValue) {
     PlainSignal const late("late");
     ExpressionProbe expression("1 + late");
+    ExpParser plain("late + 1", false);
     ExpParser::debug = 1;
     Capture const output(std::cout), errors(std::cerr);
     expression.getValue();
-    EXPECT_EQ(errors.text(), "abort expression program due to (yet) invalid signal \"late\"\n");
+    EXPECT_EQ(plain.getValue(), 0.0);
+    std::string const line = "abort expression program due to (yet) invalid signal \"late\"\n";
+    EXPECT_EQ(errors.text(), line + line);
     EXPECT_EQ(output.text(), "");
 }
 
@@ -366,12 +416,26 @@ TEST_F(ExpParserTest, depthOtherThanOneAtTheEndEndsTheProcessWithStatus2) {
     expression.add(2.0);
     expression.add(3.0);
     EXPECT_EXIT(expression.getValue(), testing::ExitedWithCode(2), start + "3\\)\n$");
+    ExpParser plain("1", false);
+    plain.add(2.0);
+    EXPECT_EXIT(plain.getValue(), testing::ExitedWithCode(2), start + "2\\)\n$");
 }
 
 TEST_F(ExpParserTest, tooFewOperandsEndTheProcessWithStatus4) {
     ExpressionProbe expression("1");
     expression.add(&ExpParser::opplus);
     EXPECT_EXIT(expression.getValue(), testing::ExitedWithCode(4), "^Less than 2 elements on bool stack \\(1\\)\n$");
+    ExpParser plain("1", false);
+    plain.add(&ExpParser::opplus);
+    EXPECT_EXIT(plain.getValue(), testing::ExitedWithCode(4), "^Less than 2 elements on bool stack \\(1\\)\n$");
+}
+
+TEST_F(ExpParserTest, programOfATextThatWasNotAcceptedRunsAsFarAsItGot) {
+    std::streambuf* const original = std::cerr.rdbuf(nullptr);
+    ExpParser one("1 2", false), two("1 + (2 * 3", false);
+    std::cerr.rdbuf(original);
+    EXPECT_EQ(one.getValue(), 1.0);
+    EXPECT_EXIT(two.getValue(), testing::ExitedWithCode(2), "double\\(2\\)\n$");
 }
 
 // Triggers
