@@ -104,6 +104,52 @@ TEST_F(ReplayTest, liveBusArrivesFrameByFrame) {
     EXPECT_FALSE(segmentExists(d_drive.speed()));
 }
 
+TEST_F(ReplayTest, followersNoticeReplaysThatAreKilledAndThatEnd) {
+    std::string const speed = d_drive.speed();
+    std::string const unwritten = "- (trigger false, no value yet of '" + speed + "')\n";
+    std::string const gone = "- (trigger false, no signal '" + speed + "')\n";
+    std::string const at60 = "60 (trigger true, timestamp 1700000000123456)\n";
+    Command first(replay({"-"}));
+    first.feed(drivingFrame);
+    Command follower({"eval", "--follow", "--interval", "0.001", "--wait", "60", speed});
+    std::size_t seen = 0;
+    auto const prints = [&](std::string const& line) {
+        std::string news;
+        EXPECT_TRUE(waitUntil([&] {
+            news = follower.output().substr(seen);
+            return contains(news, line) || !follower.running();
+        })) << news;
+        seen += news.size();
+        // While a record is taken over, it is not there.
+        return news == line || (line == unwritten && news == gone + line);
+    };
+    ASSERT_TRUE(prints(at60)) << follower.output() << follower.errors();
+
+    first.signal(SIGKILL);
+    EXPECT_EQ(first.wait(), -1);
+    EXPECT_TRUE(segmentExists(speed));
+    EXPECT_EQ(Result({"read", speed}).output, speed + " = 60 km/h (raw 200, timestamp 1700000000123456)\n");
+
+    Command second(replay({"-"}));
+    EXPECT_TRUE(prints(unwritten)) << follower.output();
+    EXPECT_EQ(Result({"read", speed}).output, speed + " = - (no value yet)\n");
+    second.feed("(1700000001.0) can0 100#CA00FD\n");
+    EXPECT_TRUE(prints("61 (trigger true, timestamp 1700000001000000)\n")) << follower.output();
+    second.endInput();
+    EXPECT_EQ(second.wait(), 0);
+    EXPECT_TRUE(prints(gone)) << follower.output();
+    EXPECT_EQ(Result({"read", speed}).status, 69);
+
+    Command third(replay({"-"}));
+    EXPECT_TRUE(prints(unwritten)) << follower.output();
+    third.feed(drivingFrame);
+    EXPECT_TRUE(prints(at60)) << follower.output();
+    EXPECT_TRUE(contains(Result({"read", speed}).output, " = 60 km/h "));
+    follower.signal(SIGINT);
+    EXPECT_EQ(follower.wait(), 0);
+    EXPECT_EQ(follower.errors(), "");
+}
+
 TEST_F(ReplayTest, stopsInOrderOnRequest) {
     for (int const number : {SIGINT, SIGTERM, SIGHUP}) {
         // The second frame is due in an hour.

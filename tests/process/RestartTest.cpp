@@ -1,12 +1,15 @@
-// A new writer on the record of one that ended without removing it.
+// A new writer after one that ended: on the record that it left, or on one of its own.
 #include "tests/process/Process.h"
 #include "tests/process/RobustMutex.h"
 #include "tests/process/Shared.h"
 #include "tests/process/TestSignal.h"
+#include "tests/support/CANSignalProbe.h"
 #include "tests/support/Capture.h"
 
 #include <cerrno>
+#include <memory>
 #include <string>
+#include <sys/shm.h>
 
 namespace {
 
@@ -84,7 +87,53 @@ void lockAsStranger(SharedName const& name, Leftover const& leftover) {
     record.size = leftover.d_sizeWord;
 }
 
+// A writer ends in order and starts anew while `Signal` is attached to the first one's record.
+template <typename Signal, typename Definition>
+void expectRecordsApart(SharedName const& name, Definition const& definition) {
+    auto first = std::make_unique<Signal>(definition, true);
+    first->write(wordPayload(1), 100ULL);
+    BaseSignal::instances.clear();
+    auto early = std::make_unique<Signal>(name.c_str());
+    int const segment = name.segmentId();
+    first.reset();
+    EXPECT_EQ(name.segmentId(), -1);
+    EXPECT_EQ(early->readRaw().d_raw, 1U);
+    {
+        Capture const errors(std::cerr);
+        EXPECT_FALSE(Signal(name.c_str()).attached()) << "there is nothing for those who come now";
+    }
+
+    BaseSignal::instances.clear();
+    Signal second(definition, true);
+    BaseSignal::instances.clear();
+    EXPECT_NE(name.segmentId(), segment);
+    Signal late(name.c_str());
+    EXPECT_FALSE(late.readRaw().d_there);
+    second.write(wordPayload(2), 200ULL);
+    EXPECT_EQ(late.readRaw().d_raw, 2U);
+    EXPECT_EQ(late.readPhys().d_timestamp, 200U);
+    EXPECT_EQ(early->readRaw().d_raw, 1U);
+    EXPECT_EQ(early->readPhys().d_timestamp, 100U);
+    early->write(wordPayload(3), 300ULL);
+    EXPECT_EQ(late.readRaw().d_raw, 2U);
+
+    shmid_ds status{};
+    EXPECT_EQ(shmctl(segment, IPC_STAT, &status), 0);
+    early.reset();
+    EXPECT_EQ(shmctl(segment, IPC_STAT, &status), -1) << "it goes with the last one";
+}
+
 } // namespace
+
+TEST(RestartTest, writerThatEndedInOrderStartsWithARecordOfItsOwn) {
+    SharedName const shm;
+    expectRecordsApart<TestSignal>(shm, wordDefinition(shm));
+    SharedName const can;
+    canSignal_t definition = canDefinition(can.name(), 32);
+    definition.startbit = 7;
+    definition.endian = true;
+    expectRecordsApart<CANSignalProbe>(can, definition);
+}
 
 TEST(RestartTest, attachedReaderSeesNothingUntilTheNewWritersFirstValue) {
     SharedName const name;

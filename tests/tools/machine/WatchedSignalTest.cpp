@@ -164,6 +164,22 @@ TEST_F(WatchedSignalTest, findsTheSegmentOfAWriterThatStartedAnew) {
     EXPECT_EQ(shown(), "3 6 9 9");
 }
 
+TEST_F(WatchedSignalTest, leavesARecordThatIsOnlyThereForThoseWhoAreAttached) {
+    auto writer = makeWriter();
+    writer->write(word(4), 8);
+    ShmProbe const attached(d_name.c_str());
+    BaseSignal::instances.erase(d_name.name());
+    d_watched.look();
+    EXPECT_EQ(shown(), "2 4 8 8");
+    writer.reset();
+    d_watched.look();
+    EXPECT_FALSE(d_watched.isThere());
+    writer = makeWriter();
+    writer->write(word(6), 9);
+    d_watched.look();
+    EXPECT_EQ(shown(), "3 6 9 9");
+}
+
 TEST_F(WatchedSignalTest, keepsTheValueWhileTheSignalIsLocked) {
     auto const writer = makeWriter();
     writer->write(word(4), 8);
