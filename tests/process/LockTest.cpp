@@ -33,7 +33,7 @@ void holdLock(SharedName const& name, Steps& steps) {
     holder.lock();
     steps.d_locked = 1;
     waitUntil([&] { return steps.d_mayRelease == 1; });
-    sleepMicroseconds(20000);
+    sleepMicroseconds(100000); // long enough for the parent to get its turn on a busy machine
     holder.record().value = 77;
     holder.unlock();
 }
