@@ -7,28 +7,11 @@
 
 #include <cerrno>
 #include <cstring>
-#include <fcntl.h>
 #include <sys/shm.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 namespace qzsignal {
 
 namespace {
-
-// Leaves an empty file of this name. /tmp belongs to everybody, so whatever else lies there under the name is left
-// alone: no link is followed, nothing but a regular file is emptied, and no pipe makes us wait. Failures show in ftok.
-void makeKeyFile(std::string const& path) {
-    int const file = open(path.c_str(), O_WRONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, 0666);
-    if (file < 0)
-        return;
-    struct stat status {};
-    if (fstat(file, &status) == 0 && S_ISREG(status.st_mode) && status.st_size != 0) {
-        // Nothing depends on the file's being empty; an error here has no consequence.
-        [[maybe_unused]] int const ignored = ftruncate(file, 0);
-    }
-    close(file);
-}
 
 std::uint32_t& sizeWord(void* record) {
     return *static_cast<std::uint32_t*>(record);
@@ -65,7 +48,7 @@ void warnWaiting(RecordFamily const& family, std::string const& instance, char c
 
 void* SharedSegment::create(RecordFamily const& family, std::string const& instance, RecordResetLock& lock) {
     std::string const path = keyPath(instance);
-    makeKeyFile(path);
+    makeKeyFile(instance);
     d_key = keyOfFile(path);
     if (d_key == -1) {
         errorLine(family.d_label, ": ", instance, ": Missing File (", path, ")");

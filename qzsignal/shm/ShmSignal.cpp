@@ -80,10 +80,11 @@ bool ShmSignal::createSharedMemory() {
 bool ShmSignal::smInit() {
     if (!d_waiting)
         return true;
+    signal.reserve(sizeof d_data->signal); // nothing may fail any more once it is attached
     if (!attachRecord(instance))
         return false;
     cInit();
-    signal = textOf(d_data->signal);
+    signal.assign(d_data->signal, strnlen(d_data->signal, sizeof d_data->signal));
     return true;
 }
 

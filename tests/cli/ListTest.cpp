@@ -5,6 +5,7 @@
 #include "tests/support/ShmProbe.h"
 
 #include <chrono>
+#include <cstring>
 #include <nlohmann/json.hpp>
 
 namespace {
@@ -113,6 +114,26 @@ TEST_F(ListTest, isNotHeldUpByALockedSignal) {
     EXPECT_EQ(result.status, 0);
     EXPECT_EQ(folded(lineOf(result.output, d_name.name())), d_name.name() + " unsigned - rpm -");
     EXPECT_TRUE(contains(result.errors, "'" + d_name.name() + "' is locked by another process"));
+}
+
+TEST_F(ListTest, textsOfOthersDoNothingToTheTerminal) {
+    SharedName const second("\x1b[2J\n");
+    baseSignalDef_t definition = plainDefinition(second.name(), 8);
+    definition.unit = "\x1b[31m\x7f\xc2\xb0";
+    ShmProbe const other(definition, true);
+    std::string const name = second.name().substr(0, second.name().find('\x1b'));
+    EXPECT_EQ(folded(lineOf(Result({"list"}).output, name)), name + "?[2J? unsigned - ?[31m?\xc2\xb0 -");
+    EXPECT_FALSE(entryOf(Result({"list", "--json"}).output, second.name()).is_null()) << "there it is escaped";
+    std::string const asked = second.name() + "x";
+    Result const missing({"read", asked});
+    EXPECT_TRUE(contains(missing.errors, "did you mean '" + name + "?[2J?'")) << missing.errors;
+}
+
+TEST_F(ListTest, unitWithoutEndIsReadNoFurtherThanItsField) {
+    d_signal->d_data->type = signalSigned; // what follows
+    std::memset(d_signal->d_data->unit, 'u', sizeof d_signal->d_data->unit);
+    EXPECT_EQ(entryOf(Result({"list", "--json"}).output, d_name.name())["unit"],
+              std::string(sizeof d_signal->d_data->unit, 'u'));
 }
 
 TEST_F(ListTest, warnsOfNamesThatShowOneSegment) {

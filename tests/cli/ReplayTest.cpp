@@ -4,6 +4,7 @@
 #include "qzsignal/shm/ShmSignal.h"
 
 #include <fstream>
+#include <sys/stat.h>
 
 namespace {
 
@@ -263,6 +264,31 @@ TEST_F(ReplayTest, setBeyondTheKernelsLimitIsRefusedWithTheNumbers) {
         << result.errors;
     EXPECT_TRUE(contains(result.errors, "--only")) << result.errors;
     EXPECT_FALSE(segmentExists(name.name() + "0.S0")) << "nothing was begun";
+}
+
+TEST_F(ReplayTest, signalWithTheKeyOfAnotherIsReportedAndTheOthersAreShared) {
+    // A hard link gives two names one inode, and so one key, as two files can have by chance.
+    std::string const speed = "/tmp/" + d_drive.speed(), load = "/tmp/" + d_drive.load();
+    std::ofstream(speed).close();
+    ASSERT_EQ(link(speed.c_str(), load.c_str()), 0);
+    Result const result(replay({"--fast", "--keep", log(drivingFrame)}));
+    EXPECT_EQ(result.status, 0);
+    EXPECT_TRUE(contains(result.errors, "'" + d_drive.load() +
+                                            "' cannot be shared: its key file has the same key as that of '" +
+                                            d_drive.speed() + "'; remove " + load + " and start again\n"))
+        << result.errors;
+    EXPECT_EQ(valueOf(d_drive.speed()), "60.000000 200 1700000000123456");
+}
+
+TEST_F(ReplayTest, whateverLiesInPlaceOfAKeyFileIsLeftAlone) {
+    std::string const target = d_drive.folder().file("precious", "precious");
+    ASSERT_EQ(symlink(target.c_str(), ("/tmp/" + d_drive.speed()).c_str()), 0);
+    ASSERT_EQ(mkfifo(("/tmp/" + d_drive.load()).c_str(), 0666), 0);
+    Result const result(replay({"--fast", "--keep", log(drivingFrame)}));
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.errors, "");
+    EXPECT_EQ(contentsOf(target), "precious");
+    EXPECT_EQ(valueOf(d_drive.load()), "-3.000000 18446744073709551613 1700000000123456");
 }
 
 TEST_F(ReplayTest, progressIsShownOnATerminal) {

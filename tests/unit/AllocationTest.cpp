@@ -6,6 +6,7 @@
 #include "qzsignal/input/InputSignal.h"
 #include "qzsignal/input/InputSignalExt.h"
 #include "qzsignal/trace/CANExtTraceMessage.h"
+#include "tests/support/Capture.h"
 #include "tests/support/FlexRayFixture.h"
 #include "tests/support/InputMessages.h"
 #include "tests/support/LINFixture.h"
@@ -22,24 +23,50 @@
 namespace {
 
 unsigned long allocations = 0;
+long blocks = 0;           // allocated and not given back
 long allocationsLeft = -1; // until one fails; negative: none fails
+
+void* counted(void* memory) {
+    if (memory == nullptr)
+        throw std::bad_alloc();
+    ++blocks;
+    return memory;
+}
+
+void mayFail() {
+    ++allocations;
+    if (allocationsLeft >= 0 && allocationsLeft-- == 0)
+        throw std::bad_alloc();
+}
+
+void giveBack(void* memory) {
+    blocks -= memory != nullptr ? 1 : 0;
+    std::free(memory);
+}
 
 } // namespace
 
 // Not inlined: GCC takes a deallocation by free for a mistake where it sees both.
 __attribute__((noinline)) void* operator new(std::size_t size) {
-    ++allocations;
-    if (allocationsLeft >= 0 && allocationsLeft-- == 0)
-        throw std::bad_alloc();
-    if (void* const memory = std::malloc(size != 0 ? size : 1))
-        return memory;
-    throw std::bad_alloc();
+    mayFail();
+    return counted(std::malloc(size != 0 ? size : 1));
+}
+__attribute__((noinline)) void* operator new(std::size_t size, std::align_val_t alignment) {
+    mayFail();
+    auto const step = static_cast<std::size_t>(alignment);
+    return counted(std::aligned_alloc(step, (size + step - 1) / step * step));
 }
 __attribute__((noinline)) void operator delete(void* memory) noexcept {
-    std::free(memory);
+    giveBack(memory);
 }
 __attribute__((noinline)) void operator delete(void* memory, std::size_t) noexcept {
-    std::free(memory);
+    giveBack(memory);
+}
+__attribute__((noinline)) void operator delete(void* memory, std::align_val_t) noexcept {
+    giveBack(memory);
+}
+__attribute__((noinline)) void operator delete(void* memory, std::size_t, std::align_val_t) noexcept {
+    giveBack(memory);
 }
 
 namespace {
@@ -96,30 +123,61 @@ bool readable(BaseSignal& signal, unsigned long long expected) {
     return signal.read(phys, timestamp) && signal.read(value, timestamp) && value == expected;
 }
 
-// Builds a shared signal again and again, with a later allocation failing each time, until it succeeds.
+// Has an object built on the heap again and again, with a later allocation failing each time, until it succeeds; that
+// object is the result. After each failure `expectUntouched` looks whether everything else is as it was, and no memory
+// may be missing.
+template <typename Build, typename ExpectUntouched>
+auto builtAtLast(Build build, ExpectUntouched expectUntouched) {
+    build(); // what is allocated once is allocated, and stays
+    for (long failures = 0;; ++failures) {
+        expectUntouched();
+        long const before = blocks;
+        allocationsLeft = failures;
+        try {
+            auto object = build();
+            allocationsLeft = -1;
+            EXPECT_GT(failures, 3) << "allocations that were made to fail";
+            return object;
+        } catch (std::bad_alloc const&) {
+            allocationsLeft = -1;
+            expectUntouched();
+            EXPECT_EQ(blocks, before) << "after allocation " << failures << " had failed";
+        }
+    }
+}
+
+// The same with a shared signal.
 template <typename Signal, typename Definition>
 void expectFailuresToLeaveNothing(Definition const& definition, SharedName const& name,
                                   qzsignal::DispatchMap<Signal> const& container) {
     typename qzsignal::DispatchMap<Signal>::Entries const before = container;
     std::size_t const registered = BaseSignal::instances.size();
-    bool built = false;
-    long failures = 0;
-    for (; !built; ++failures) {
-        allocationsLeft = failures;
-        try {
-            Signal const signal(definition, true);
-            allocationsLeft = -1;
-            built = true;
-            EXPECT_EQ(BaseSignal::instances.size(), registered + 1);
-            EXPECT_NE(container, before);
-        } catch (std::bad_alloc const&) {
-            allocationsLeft = -1;
-            EXPECT_EQ(BaseSignal::instances.size(), registered) << failures;
-            EXPECT_EQ(container, before) << failures;
-            EXPECT_EQ(name.segmentId(), -1) << failures;
-        }
-    }
-    EXPECT_GT(failures, 3) << "allocations that were made to fail";
+    auto const signal = builtAtLast([&] { return std::make_unique<Signal>(definition, true); },
+                                    [&] {
+                                        EXPECT_EQ(BaseSignal::instances.size(), registered);
+                                        EXPECT_EQ(container, before);
+                                        EXPECT_EQ(name.segmentId(), -1);
+                                    });
+    EXPECT_EQ(BaseSignal::instances.size(), registered + 1);
+    EXPECT_NE(container, before);
+}
+
+unsigned long attachedTo(SharedName const& name) {
+    shmid_ds status{};
+    return shmctl(name.segmentId(), IPC_STAT, &status) == 0 ? status.shm_nattch : 0;
+}
+
+// The same with a signal that is opened by name while `Definer` is there; it takes the long name from the record.
+template <typename Signal, typename Definer, typename Definition>
+void expectFailedOpeningToLeaveNothing(Definition const& definition, SharedName const& name) {
+    Definer const definer(definition, true);
+    BaseSignal::instances.clear(); // as if the other were in a process of its own
+    auto const signal = builtAtLast([&] { return std::make_unique<Signal>(name.c_str()); },
+                                    [&] {
+                                        EXPECT_TRUE(BaseSignal::instances.empty());
+                                        EXPECT_EQ(attachedTo(name), 1U) << "the definer";
+                                    });
+    EXPECT_EQ(attachedTo(name), 2U);
 }
 
 TEST(Allocation, canAccessesAllocateNothing) {
@@ -241,20 +299,38 @@ TEST(Allocation, evaluationOfExpressionsAllocatesNothing) {
 // The signal is there already: one that an expression makes stays.
 TEST(Allocation, expressionWhoseConstructionFailsAnywhereIsNotListed) {
     InputSignal key("RC.F7");
-    long failures = 0;
-    for (bool built = false; !built; ++failures) {
+    auto const expression =
+        builtAtLast([] { return std::make_unique<ExpParser>("RC.F7 == pressed && RC.F7 + 1 > 2", false); },
+                    [] {
+                        EXPECT_TRUE(ExpParser::allExpParsers.empty());
+                        EXPECT_EQ(BaseSignal::instances.size(), 1U);
+                    });
+    EXPECT_EQ(ExpParser::allExpParsers, std::set<ExpParser*>{expression.get()});
+}
+
+TEST(Allocation, signalOfAnExpressionWhoseConstructionFailsStaysAndIsWhole) {
+    for (long failures = 0;; ++failures) {
         allocationsLeft = failures;
+        bool built = true;
         try {
-            ExpParser const expression("RC.F7 == pressed && RC.F7 + 1 > 2", false);
+            ExpParser const expression("RC.F7 == pressed", false);
             allocationsLeft = -1;
-            built = true;
         } catch (std::bad_alloc const&) {
             allocationsLeft = -1;
+            built = false;
         }
-        EXPECT_TRUE(ExpParser::allExpParsers.empty()) << failures;
-        EXPECT_EQ(BaseSignal::instances.size(), 1U) << failures;
+        auto* const key = static_cast<InputSignal*>(BaseSignal::getInstance("RC.F7"));
+        EXPECT_EQ(InputSignal::inputContainer.empty(), key == nullptr) << "filed if it is there, and otherwise not";
+        if (key != nullptr) {
+            EXPECT_NE(InputSignal::decodeMessage(keyMessage(7, 1)), 0U);
+            EXPECT_TRUE(readable(*key, 1));
+        }
+        delete key;
+        EXPECT_TRUE(BaseSignal::instances.empty());
+        EXPECT_TRUE(InputSignal::inputContainer.empty());
+        if (built)
+            break;
     }
-    EXPECT_GT(failures, 5) << "allocations that were made to fail";
 }
 
 TEST(Allocation, failedConstructionLeavesNothingBehind) {
@@ -271,57 +347,73 @@ TEST(Allocation, failedConstructionOfAStoredSignalLeavesNothingBehind) {
     SharedName const name("a name that is too long to be kept without memory of its own");
     canSignal_t const definition = storeDefinitionOf(name.name());
     std::vector<CANSignal*>& entry = CANSignal::canMessageVector.at(2048 + 0x123);
-    bool built = false;
+    auto const signal = builtAtLast([&] { return std::make_unique<CANSignal>(definition, true); },
+                                    [&] {
+                                        EXPECT_TRUE(BaseSignal::instances.empty());
+                                        EXPECT_TRUE(entry.empty());
+                                        EXPECT_EQ(name.segmentId(), -1);
+                                        entry.shrink_to_fit(); // so that it has to grow
+                                    });
+    EXPECT_EQ(entry, std::vector<CANSignal*>{signal.get()});
+}
+
+TEST(Allocation, failedOpeningLeavesNothingBehind) {
+    SharedName const name("a name that is too long to be kept without memory of its own");
+    baseSignalDef_t plain = plainDefinition(name.name(), 8);
+    plain.signal = longName;
+    expectFailedOpeningToLeaveNothing<ShmSignal, ShmSignal>(plain, name);
+    expectFailedOpeningToLeaveNothing<CANSignalExt, ShmSignal>(plain, name);
+    expectFailedOpeningToLeaveNothing<LINSignal, ShmSignal>(plain, name);
+    expectFailedOpeningToLeaveNothing<FlexRaySignal, ShmSignal>(plain, name);
+    EXPECT_EQ(FlexRaySignal::frIdArray, nullptr);
+    expectFailedOpeningToLeaveNothing<CANSignal, CANSignal>(storeDefinitionOf(name.name()), name);
+    SharedInput const input("DI.3");
+    plain.instance = "DI.3";
+    expectFailedOpeningToLeaveNothing<InputSignalExt, ShmSignal>(plain, input);
+    EXPECT_TRUE(InputSignalExt::inputContainer.empty());
+}
+
+// Memory may run out while a signal that waits finds its record: it waits on then.
+TEST(Allocation, failedAttachmentIsTriedAgain) {
+    SharedName const name("a name that is too long to be kept without memory of its own");
+    baseSignalDef_t plain = plainDefinition(name.name(), 8);
+    plain.signal = longName;
+    Capture const errors(std::cerr);
+    ShmProbe reader(name.c_str());
+    BaseSignal::instances.clear();
+    ShmSignal definer(plain, true);
+    definer.write(word(5), 1);
     long failures = 0;
-    for (; !built; ++failures) {
-        entry.shrink_to_fit();
+    for (bool attached = false; !attached; ++failures) {
         allocationsLeft = failures;
         try {
-            CANSignal const signal(definition, true);
+            attached = readable(reader, 5);
             allocationsLeft = -1;
-            built = true;
-            EXPECT_EQ(entry.size(), 1U);
+            EXPECT_TRUE(attached);
         } catch (std::bad_alloc const&) {
             allocationsLeft = -1;
-            EXPECT_TRUE(BaseSignal::instances.empty()) << failures;
-            EXPECT_TRUE(entry.empty()) << failures;
-            EXPECT_EQ(name.segmentId(), -1) << failures;
+            EXPECT_TRUE(reader.d_waiting) << failures;
+            EXPECT_EQ(attachedTo(name), 1U) << failures;
         }
     }
-    EXPECT_GT(failures, 4) << "allocations that were made to fail";
+    EXPECT_GT(failures, 1);
+    EXPECT_EQ(reader.signal, std::string(longName, 31));
 }
 
 TEST(Allocation, failedConstructionOfAnInputOfTheProcessLeavesNothingBehind) {
-    long failures = 0;
-    for (bool built = false; !built; ++failures) {
-        allocationsLeft = failures;
-        try {
-            InputSignal const signal("DI.3");
-            allocationsLeft = -1;
-            built = true;
-            EXPECT_EQ(InputSignal::inputContainer.size(), 1U);
-        } catch (std::bad_alloc const&) {
-            allocationsLeft = -1;
-            EXPECT_TRUE(BaseSignal::instances.empty()) << failures;
-            EXPECT_TRUE(InputSignal::inputContainer.empty()) << failures;
-        }
-    }
-    EXPECT_GT(failures, 3) << "registry, map and vector";
+    auto const signal = builtAtLast([] { return std::make_unique<InputSignal>("DI.3"); },
+                                    [] {
+                                        EXPECT_TRUE(BaseSignal::instances.empty());
+                                        EXPECT_TRUE(InputSignal::inputContainer.empty());
+                                    });
+    EXPECT_EQ(InputSignal::inputContainer.size(), 1U);
 }
 
 TEST(Allocation, failedFlexRayConstructionReleasesItsTable) {
     flexRaySignalDef_t const definition = flexRayDefinitionOf("signal");
-    for (long failures = 0;; ++failures) {
-        allocationsLeft = failures;
-        try {
-            FlexRaySignal const signal(definition, false);
-            allocationsLeft = -1;
-            break;
-        } catch (std::bad_alloc const&) {
-            allocationsLeft = -1;
-            ASSERT_EQ(FlexRaySignal::frIdArray, nullptr) << failures;
-        }
-    }
+    auto const signal = builtAtLast([&] { return std::make_unique<FlexRaySignal>(definition, false); },
+                                    [] { EXPECT_EQ(FlexRaySignal::frIdArray, nullptr); });
+    EXPECT_NE(FlexRaySignal::frIdArray, nullptr);
 }
 
 TEST(Allocation, failedFlexRayConstructionLeavesTheOthersAsTheyWere) {

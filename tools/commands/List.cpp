@@ -3,6 +3,7 @@
 #include "tools/base/Console.h"
 #include "tools/base/ExitStatus.h"
 #include "tools/base/Numbers.h"
+#include "tools/base/Printable.h"
 #include "tools/machine/SharedSignals.h"
 #include "tools/machine/SignalReader.h"
 #include "tools/machine/StateJson.h"
@@ -69,7 +70,7 @@ void reportSharedKeys(std::vector<ListedSignal> const& signals, Console& console
     for (ListedSignal const& each : signals) {
         auto const [entry, isNew] = names.try_emplace(each.key, each.instance);
         if (!isNew)
-            console.warning("'", entry->second, "' and '", each.instance,
+            console.warning("'", printable(entry->second), "' and '", printable(each.instance),
                             "' show one segment, since their key files have the same key");
     }
 }
@@ -84,11 +85,11 @@ int run(bool json, Console& console) {
         if (!state)
             continue; // gone in the meantime
         if (state->locked)
-            console.warning("'", each.instance, "' is locked by another process, its value is not known");
+            console.warning("'", printable(each.instance), "' is locked by another process, its value is not known");
         std::optional<double> const age = ageOf(*state);
         nlohmann::ordered_json object = toJson(*state);
-        rows.push_back({state->instance, object["type"].get<std::string>(),
-                        state->value ? numberText(state->value->physical) : "-", state->unit, ageText(age)});
+        rows.push_back({printable(state->instance), object["type"].get<std::string>(),
+                        state->value ? numberText(state->value->physical) : "-", printable(state->unit), ageText(age)});
         object["age"] = age ? nlohmann::ordered_json(*age) : nlohmann::ordered_json();
         array.push_back(std::move(object));
     }

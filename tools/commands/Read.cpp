@@ -3,6 +3,7 @@
 #include "tools/base/Console.h"
 #include "tools/base/ExitStatus.h"
 #include "tools/base/Numbers.h"
+#include "tools/base/Printable.h"
 #include "tools/machine/MissingSignal.h"
 #include "tools/machine/SignalReader.h"
 #include "tools/machine/StateJson.h"
@@ -44,9 +45,9 @@ std::string text(SignalState const& state, std::string const& word) {
     if (!state.value)
         return state.instance + " = - (no value yet)";
     SignalValue const& value = *state.value;
-    return state.instance + " = " + numberText(value.physical) + (state.unit.empty() ? "" : " " + state.unit) +
-           (word.empty() ? "" : " '" + word + "'") + " (raw " + rawText(value.raw, state.type) + ", timestamp " +
-           std::to_string(value.timestamp) + ")";
+    return state.instance + " = " + numberText(value.physical) +
+           (state.unit.empty() ? "" : " " + printable(state.unit)) + (word.empty() ? "" : " '" + word + "'") +
+           " (raw " + rawText(value.raw, state.type) + ", timestamp " + std::to_string(value.timestamp) + ")";
 }
 
 int run(Options const& options, Console& console) {

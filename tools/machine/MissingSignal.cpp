@@ -2,6 +2,7 @@
 #include "tools/machine/MissingSignal.h"
 
 #include "tools/base/Nearest.h"
+#include "tools/base/Printable.h"
 #include "tools/machine/SharedSignals.h"
 
 #include <vector>
@@ -14,7 +15,7 @@ void reportMissing(std::string const& name, Console& console) {
         names.push_back(each.instance);
     std::string const meant = nearest(name, names);
     console.error("there is no signal '", name, "'",
-                  meant.empty() ? "; see qzsignal list" : ", did you mean '" + meant + "'?");
+                  meant.empty() ? "; see qzsignal list" : ", did you mean '" + printable(meant) + "'?");
 }
 
 } // namespace qztool

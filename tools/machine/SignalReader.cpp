@@ -2,6 +2,7 @@
 #include "tools/machine/SignalReader.h"
 
 #include "qzsignal/can/CANSignal.h"
+#include "qzsignal/shm/RecordText.h"
 #include "qzsignal/shm/ShmSignal.h"
 #include "qzsignal/signal/Conversion.h"
 #include "tools/base/ErrorCapture.h"
@@ -13,13 +14,15 @@ namespace qztool {
 
 namespace {
 
-// The lock, the same for both kinds of signals.
+// Lock and unit, the same for both kinds of signals.
 template <typename Signal>
 class Reader : public Signal {
 public:
     using Signal::Signal;
 
     bool isAttached() const { return !this->d_waiting; }
+    // Not `getUnit`, which relies on the end that the writer of the record has to put.
+    std::string unit() const { return qzsignal::textOf(this->d_data->unit); }
 
     // Takes the lock; false if it gave up.
     bool open(OnLock onLock) {
@@ -93,7 +96,7 @@ std::optional<SignalState> readAs(std::string const& instance, OnLock onLock) {
     SignalState state;
     state.instance = instance;
     state.signal = reader->signalName();
-    state.unit = reader->getUnit();
+    state.unit = reader->unit();
     state.type = reader->type();
     state.locked = !reader->open(onLock);
     if (!state.locked) {

@@ -1,10 +1,12 @@
 // From definition files to shared signals, and what is reported on the way.
 #include "tests/tools/replay/ReplayFixture.h"
 
+#include "tests/support/Namespaces.h"
 #include "tools/machine/SharedSignals.h"
 
 #include <sys/ipc.h>
 #include <sys/shm.h>
+#include <sys/stat.h>
 
 namespace qztool {
 namespace {
@@ -213,6 +215,65 @@ TEST_F(SignalSetTest, keyThatAnotherSignalHasIsNotShared) {
                                    "'; remove " + b + " and start again\n" +
                                    "qzsignal: error: 1 of 2 signals could not be shared\n");
     EXPECT_EQ(set.sharedCount(), 1U);
+}
+
+// Makes files in a file system that counts inode numbers up, until the next one is to have the key of `first`. False if
+// it does not count.
+bool nextFileHasKeyOf(std::string const& first) {
+    struct stat status {};
+    if (stat(first.c_str(), &status) != 0)
+        return false;
+    ino_t const wanted = status.st_ino + 0x10000 - 1; // keys have 16 bits of it
+    for (ino_t last = status.st_ino; last < wanted; last = status.st_ino) {
+        std::string const path = first + "-other";
+        int const file = open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+        bool const counts = file != -1 && fstat(file, &status) == 0 && status.st_ino == last + 1;
+        close(file);
+        unlink(path.c_str());
+        if (!counts)
+            return false;
+    }
+    return true;
+}
+
+TEST_F(SignalSetTest, keyThatTwoFilesHaveByChanceIsSharedOnce) {
+    std::string const path = dbcFile(two);
+    std::string const a = "/tmp/" + instance("M.A"), b = "/tmp/" + instance("N.B");
+    SignalSet set = makeSet();
+    set.load({std::nullopt, path});
+    PrivateTmp const tmp("size=64k");
+    if (!tmp.isThere())
+        GTEST_SKIP() << "/tmp cannot be replaced here";
+    std::ofstream(a).close();
+    if (!nextFileHasKeyOf(a))
+        GTEST_SKIP() << "inode numbers are not counted up here";
+    std::ofstream(b).close();
+    ASSERT_EQ(keyOf(instance("M.A")), keyOf(instance("N.B")));
+    EXPECT_EQ(set.define(), exitSuccess);
+    EXPECT_NE(d_errors.text().find("'" + instance("N.B") +
+                                   "' cannot be shared: its key file has the same key as that of '" + instance("M.A")),
+              std::string::npos)
+        << d_errors.text();
+    EXPECT_EQ(set.sharedCount(), 1U);
+    std::vector<ListedSignal> const listed = sharedSignals();
+    ASSERT_EQ(listed.size(), 2U);
+    EXPECT_EQ(listed[0].key, listed[1].key) << "for the list to report";
+}
+
+TEST_F(SignalSetTest, newKeyFileDoesNotGetTheKeyOfAnotherByChance) {
+    PrivateTmp const tmp("size=64k");
+    if (!tmp.isThere())
+        GTEST_SKIP() << "/tmp cannot be replaced here";
+    std::unordered_map<key_t, std::string> taken;
+    auto const key = claimKey("first", taken);
+    ASSERT_TRUE(key);
+    taken.emplace(*key, "first");
+    if (!nextFileHasKeyOf("/tmp/first"))
+        GTEST_SKIP() << "inode numbers are not counted up here";
+    auto const other = claimKey("second", taken);
+    ASSERT_TRUE(other);
+    EXPECT_NE(*other, *key);
+    EXPECT_EQ(keyOf("second"), other);
 }
 
 TEST_F(SignalSetTest, newKeyFileAvoidsKeysInUse) {

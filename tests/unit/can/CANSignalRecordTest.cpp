@@ -1,6 +1,7 @@
 // Defining and opening self-contained CAN signals: the record that results, and what is reported on the way.
 #include "tests/support/CANSignalProbe.h"
 #include "tests/support/Capture.h"
+#include "tests/support/OtherUser.h"
 #include "tests/support/SharedName.h"
 
 #include <gtest/gtest.h>
@@ -10,7 +11,6 @@
 #include <fstream>
 #include <memory>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <type_traits>
 
 namespace {
@@ -51,31 +51,6 @@ void expectFullRecord(CANSignalProbe const& signal, std::string const& name) {
     EXPECT_EQ(data.endian, 1);
     EXPECT_EQ(data.value, 0x00000000AAAAAAAAU);
     EXPECT_EQ(data.timestamp, 0x0000000055555555U);
-}
-
-// Runs `work` in a process of another user. Returns what it printed to standard error.
-template <typename Work>
-std::string errorsAsStranger(Work work) {
-    int ends[2];
-    if (pipe(ends) != 0)
-        return "no pipe";
-    pid_t const child = fork();
-    if (child == 0) {
-        dup2(ends[1], STDERR_FILENO);
-        if (setuid(65534) == 0) {
-            BaseSignal::instances.clear();
-            work();
-        }
-        _exit(0);
-    }
-    close(ends[1]);
-    std::string all;
-    char text[256];
-    for (ssize_t got = 0; (got = read(ends[0], text, sizeof text)) > 0;)
-        all.append(text, static_cast<std::size_t>(got));
-    waitpid(child, nullptr, 0);
-    close(ends[0]);
-    return all;
 }
 
 class CANSignalRecordTest : public testing::Test {
@@ -349,7 +324,7 @@ TEST_F(CANSignalRecordTest, otherUsersCannotAttachAndKeepWaiting) {
         GTEST_SKIP() << "needs to change the user";
     CANSignalProbe const definer(fullDefinition(d_name.name()), true);
     std::string const line = "[ERROR] CANSignal: shmat (" + d_name.name() + "): Permission denied\n";
-    EXPECT_EQ(errorsAsStranger([&] {
+    EXPECT_EQ(errorsAsOtherUser([&] {
                   CANSignalProbe reader(d_name.c_str());
                   reader.readRaw();
                   if (reader.attached() || reader.d_shmId != -1 || reader.d_data != &reader.d_localData)
@@ -362,7 +337,7 @@ TEST_F(CANSignalRecordTest, recordOfAnotherUserCannotBeTakenOver) {
     if (geteuid() != 0)
         GTEST_SKIP() << "needs to change the user";
     CANSignalProbe const definer(fullDefinition(d_name.name()), true);
-    EXPECT_EQ(errorsAsStranger([&] { CANSignal const second(fullDefinition(d_name.name()), true); }),
+    EXPECT_EQ(errorsAsOtherUser([&] { CANSignal const second(fullDefinition(d_name.name()), true); }),
               "[ERROR] CANSignal::ctor: shmget (" + d_name.name() + "): Permission denied\n");
 }
 

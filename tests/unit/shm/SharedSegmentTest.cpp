@@ -95,26 +95,6 @@ TEST_F(SharedSegmentTest, keyFileIsEmptied) {
     EXPECT_EQ(status.st_size, 0);
 }
 
-TEST_F(SharedSegmentTest, keyFileIsNeverReachedThroughALink) {
-    std::string const target = d_name.path() + "-target";
-    std::ofstream(target) << "precious";
-    ASSERT_EQ(symlink(target.c_str(), d_name.path().c_str()), 0);
-    Segment creator(true, true);
-    creator.release(family, d_name.name(), create(creator));
-    std::string text;
-    std::ifstream(target) >> text;
-    EXPECT_EQ(text, "precious");
-    unlink(target.c_str());
-}
-
-TEST_F(SharedSegmentTest, pipeInPlaceOfTheKeyFileDoesNotBlock) {
-    ASSERT_EQ(mkfifo(d_name.path().c_str(), 0600), 0);
-    Segment creator(true, true);
-    void* const record = create(creator);
-    EXPECT_NE(record, nullptr) << "whatever lies there gives a key";
-    creator.release(family, d_name.name(), record);
-}
-
 TEST_F(SharedSegmentTest, existingSegmentIsReusedWithItsContents) {
     foreignSegment(256, 7);
     Segment creator(true, true);

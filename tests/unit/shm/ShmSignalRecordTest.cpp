@@ -13,10 +13,7 @@
 #include <fcntl.h>
 #include <fstream>
 #include <memory>
-#include <sys/mman.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <thread>
 
 namespace {
@@ -396,73 +393,6 @@ TEST_F(ShmSignalRecordTest, signalWithoutSegmentHasAMutexThatKnowsItsOwner) {
     errors.take();
     writer.unlock();
     EXPECT_EQ(errors.take(), "[ERROR] ShmSignal::unlock (no-such-folder/name): Operation not permitted\n");
-}
-
-TEST_F(ShmSignalRecordTest, attachingThatFailsIsReportedAndTriedAgain) {
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-    GTEST_SKIP() << "sanitizers need the address space";
-#endif
-    rlimit before{};
-    ASSERT_EQ(getrlimit(RLIMIT_AS, &before), 0);
-    rlimit none = before;
-    none.rlim_cur = 4096;
-    ASSERT_EQ(setrlimit(RLIMIT_AS, &none), 0);
-    void* const memory = mmap(nullptr, 4096, PROT_READ, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-    setrlimit(RLIMIT_AS, &before);
-    if (memory != MAP_FAILED)
-        GTEST_SKIP() << "the address space cannot be limited here";
-    { ShmProbe const warmUp(plainDefinition(d_name.name()), true); } // what is allocated once is allocated
-    // What is free stays with the allocator, which cannot get any more.
-    void* const volatile room = std::malloc(100000);
-    std::free(room);
-    Capture errors(std::cerr);
-    {
-        ASSERT_EQ(setrlimit(RLIMIT_AS, &none), 0);
-        ShmProbe writer(plainDefinition(d_name.name()), true);
-        setrlimit(RLIMIT_AS, &before);
-        EXPECT_EQ(errors.take(), "[ERROR] ShmSignal::ctor: shmat (" + d_name.name() + "): Cannot allocate memory\n");
-        EXPECT_EQ(writer.d_data, &writer.d_localData);
-        EXPECT_TRUE(writer.write(word(1), 2));
-    }
-    EXPECT_EQ(errors.take(), "") << "the record inside the object is not detached";
-    EXPECT_EQ(d_name.segmentId(), -1) << "the segment went all the same";
-    ShmProbe writer(plainDefinition(d_name.name()), true);
-    writer.write(word(5), 2);
-    ASSERT_EQ(setrlimit(RLIMIT_AS, &none), 0);
-    ShmProbe reader(d_name.c_str());
-    setrlimit(RLIMIT_AS, &before);
-    EXPECT_EQ(errors.take(), "[WARNING] BaseSignal: signal " + d_name.name() +
-                                 " already exists\n[ERROR] ShmSignal: shmat (" + d_name.name() +
-                                 "): Cannot allocate memory\n");
-    EXPECT_TRUE(reader.d_waiting);
-    EXPECT_EQ(reader.d_shmId, -1);
-    unsigned long long value = 0, timestamp = 0;
-    EXPECT_TRUE(reader.read(value, timestamp));
-    EXPECT_EQ(errors.text(), "");
-}
-
-TEST_F(ShmSignalRecordTest, unreadableSegmentIsReportedAsFailedAttachment) {
-    if (geteuid() != 0)
-        GTEST_SKIP() << "needs to change the user";
-    close(open(d_name.path().c_str(), O_CREAT | O_WRONLY, 0644));
-    ASSERT_NE(shmget(d_name.key(), sizeof(shmSignalData_t), IPC_CREAT | 0600), -1);
-    int ends[2];
-    ASSERT_EQ(pipe(ends), 0);
-    pid_t const child = fork();
-    if (child == 0) {
-        dup2(ends[1], STDERR_FILENO);
-        if (setuid(65534) == 0) {
-            ShmSignal const reader(d_name.c_str());
-        }
-        _exit(0);
-    }
-    close(ends[1]);
-    char text[256] = {};
-    ssize_t const got = read(ends[0], text, sizeof text);
-    waitpid(child, nullptr, 0);
-    close(ends[0]);
-    EXPECT_EQ(std::string(text, got > 0 ? static_cast<std::size_t>(got) : 0),
-              "[ERROR] ShmSignal: shmat (" + d_name.name() + "): Permission denied\n");
 }
 
 TEST_F(ShmSignalRecordTest, definingSignalsLeavesNoFileOpen) {
