@@ -34,6 +34,8 @@ void makeEmptyFile(int folder, char const* name) {
 } // namespace
 
 void makeKeyFile(std::string instance) {
+    if (instance.find('/') == std::string::npos)
+        return makeEmptyFile(AT_FDCWD, keyPath(instance).c_str()); // there is no way on which to be led astray
     int folder = open("/tmp", O_PATH | O_DIRECTORY | O_CLOEXEC);
     char* name = instance.data();
     while (folder >= 0) {

@@ -43,15 +43,6 @@ Result refused(Result result, int error) {
 // files go by other names where offsets have 64 bits.
 extern "C" {
 
-int __real_open64(char const* path, int flags, ...);
-int __wrap_open64(char const* path, int flags, ...) {
-    va_list more;
-    va_start(more, flags);
-    auto const mode = static_cast<mode_t>((flags & O_CREAT) != 0 ? va_arg(more, int) : 0);
-    va_end(more);
-    return fails("open") ? refused(-1, EMFILE) : __real_open64(path, flags, mode);
-}
-
 int __real_openat64(int folder, char const* path, int flags, ...);
 int __wrap_openat64(int folder, char const* path, int flags, ...) {
     va_list more;
@@ -238,7 +229,6 @@ TYPED_TEST(FailingCallsTest, definerReportsWhatFailed) {
         bool d_onRecordInside;
         std::string d_errors;
     } const cases[] = {
-        {"open", 0, true, this->missing()},
         {"openat", 0, true, this->missing()},
         {"ftok", 0, true, this->missing()},
         {"shmget", 0, true, this->about("::ctor: shmget", ENOSPC)},
