@@ -1,5 +1,7 @@
 // Processes that are killed at each instruction of what they do with a shared record: nobody hangs, and the record
 // shows a value that a frame carried, with that frame's timestamp.
+#include "qzsignal/can/CANSignalExt.h"
+#include "qzsignal/trace/CANExtTraceMessage.h"
 #include "tests/process/ErrorOutput.h"
 #include "tests/process/RobustMutex.h"
 #include "tests/process/SteppedProcess.h"
@@ -353,14 +355,8 @@ protected:
     ErrorOutput d_errors;             // of those who are killed
 };
 
-struct RecordLabel {
-    template <typename Record>
-    static std::string GetName(int) {
-        return Record::label;
-    }
-};
 using Records = testing::Types<ShmRecord, CANRecord>;
-TYPED_TEST_SUITE(KilledStepsTest, Records, RecordLabel);
+TYPED_TEST_SUITE(KilledStepsTest, Records);
 
 } // namespace
 
@@ -478,4 +474,26 @@ TEST_F(KilledShmStepsTest, clearForgetsTheValueOrLeavesIt) {
     Tally const tally = kill(route, route.everyInstruction(), d_prepare, clear, lookFor({textOf(oldFrame), nothing}));
     EXPECT_EQ(tally.d_locked, 0U);
     EXPECT_EQ(tally.d_shown.size(), 2U);
+}
+
+// On a way of their own, shorter than that through `write`.
+TEST_F(KilledShmStepsTest, frameIsTakenAsAWholeOrNotAtAll) {
+    canSignalDef_t definition;
+    static_cast<baseSignalDef_t&>(definition) = ShmRecord::definition(d_name, usualScale);
+    definition.msgId = 0x123;
+    BaseSignal::instances.clear();
+    CANSignalExt const signal(definition, true);
+    BaseSignal::instances.clear();
+    auto const feed = [](Frame const& frame) {
+        CANExtTraceMessage message;
+        message.identifier = 0x123;
+        message.length = 8;
+        message.timestamp = frame.d_timestamp;
+        for (unsigned i = 0; i < 8; ++i)
+            message.payload[i] = static_cast<unsigned char>(frame.d_raw >> (56 - 8 * i));
+        EXPECT_NE(CANSignalExt::decodeMessage(message), 0U);
+    };
+    auto const feedOld = [&] { feed(oldFrame); };
+    killAtEveryInstruction({textOf(oldFrame), textOf(newFrame)}, feedOld, [&] { feed(newFrame); });
+    killAtEveryInstruction({textOf(oldFrame), textOf(sameValueLater)}, feedOld, [&] { feed(sameValueLater); });
 }
