@@ -4,11 +4,13 @@
 #include "benchmarks/support/Keep.h"
 #include "qzsignal/can/CANSignalExt.h"
 #include "qzsignal/input/InputSignal.h"
+#include "qzsignal/trace/CANExtTraceMessage.h"
 
 #include <benchmark/benchmark.h>
 
 #include <array>
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <string>
 
@@ -20,20 +22,26 @@ enum class Kind {
     Input,  // inputs of this process
 };
 
-std::unique_ptr<BaseSignal> makeSignal(Kind kind, std::string const& name) {
-    if (kind == Kind::Input)
-        return std::make_unique<InputSignal>(name.c_str());
+// A signal that was fed with a raw value: 16 bits of a frame that no other signal is in, or the value of an input.
+std::unique_ptr<BaseSignal> makeSignal(Kind kind, std::string const& name, std::uint32_t frame, unsigned raw) {
+    if (kind == Kind::Input) {
+        auto signal = std::make_unique<InputSignal>(name.c_str());
+        signal->write(raw, 1);
+        return signal;
+    }
     canSignalDef_t definition;
     definition.instance = name;
-    definition.channel = 1;
-    definition.msgId = 0x0a0;
+    definition.msgId = frame;
     definition.bits = 16;
-    return std::make_unique<CANSignalExt>(definition, kind == Kind::Shared);
-}
-
-// A raw value in the form that a signal of this kind is written in: 16 bits of a frame, little endian, or itself.
-unsigned long long written(Kind kind, unsigned raw) {
-    return kind == Kind::Input ? raw : (raw & 0xffULL) << 56 | (raw >> 8 & 0xffULL) << 48;
+    auto signal = std::make_unique<CANSignalExt>(definition, kind == Kind::Shared);
+    CANExtTraceMessage message;
+    message.timestamp = 1;
+    message.identifier = frame;
+    message.length = 2;
+    message.payload[0] = static_cast<unsigned char>(raw & 0xff);
+    message.payload[1] = static_cast<unsigned char>(raw >> 8);
+    CANSignalExt::decodeMessage(message);
+    return signal;
 }
 
 // The signals of a formula, with their values.
@@ -43,8 +51,7 @@ public:
     template <typename Function>
     FormulaSignals(qzbench::Formula<count, Function> const& formula, Kind kind) {
         for (std::size_t i = 0; i < count; ++i) {
-            d_owned[i] = makeSignal(kind, formula.names[i]);
-            d_owned[i]->write(written(kind, formula.raw[i]), 1);
+            d_owned[i] = makeSignal(kind, formula.names[i], static_cast<std::uint32_t>(i), formula.raw[i]);
             d_signals[i] = d_owned[i].get();
         }
     }
