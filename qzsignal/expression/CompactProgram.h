@@ -22,7 +22,7 @@ namespace qzsignal {
 //              opdeq, First          c == 1; what was in the accumulator gets a place
 //              opland, Swapped       that place && accumulator
 //
-// Belongs to one expression and points into its program, which must not change.
+// Belongs to one expression and points into its program, which must not change. `ExpParser::getValue` runs it.
 class CompactProgram {
 public:
     // Precondition: `program` comes from a text that was accepted.
@@ -30,24 +30,11 @@ public:
     CompactProgram(CompactProgram const&) = delete;
     CompactProgram& operator=(CompactProgram const&) = delete;
 
-    // Runs the program, returns its result and leaves it on `stack` as the only element. The signals are read in order
-    // of the program; the first one that has no value ends it with the result 0.
-    double evaluate(Stack<double>& stack);
-
-private:
     struct Input {
         BaseSignal* d_signal; // null behind the last one
         double* d_place;
         std::string const* d_name;
     };
-
-    // Which operands a step takes.
-    enum class Form {
-        Next,    // the accumulator, and of two operands the right one from its place
-        Swapped, // the left one from its place, and the accumulator
-        First,   // all from their places; what was in the accumulator gets a place first
-    };
-    static constexpr std::size_t forms = 3;
 
     struct Step {
         std::size_t d_code;    // of operation and form
@@ -56,14 +43,27 @@ private:
         double* d_kept;        // of First: the place for what was in the accumulator
     };
 
-    static constexpr std::size_t endCode = 0; // of what stands behind the last step
-    // Behind endCode come the codes of the operations in the order of their table, each with its forms.
+    // In order of the program.
+    Input const* inputs() const { return d_inputs.data(); }
+
+    // Behind the last one stands `endCode`. A program that is one operand has `operandCode` alone.
+    Step const* steps() const { return d_steps.data(); }
+
+    // Which operands a step takes.
+    enum class Form {
+        Next,    // the accumulator, and of two operands the right one from its place
+        Swapped, // the left one from its place, and the accumulator
+        First,   // all from their places; what was in the accumulator gets a place first
+    };
+
+    // Codes of steps. Those of the operations come behind the others: in the order of their table, each in its forms.
+    static constexpr std::size_t endCode = 0;
+    static constexpr std::size_t operandCode = 1;
     static std::size_t codeOf(ExpParser::Operation operation, Form form);
 
-    Input const* readInputs();
-
-    std::vector<Input> d_inputs;  // in order of the program
-    std::vector<Step> d_steps;    // none if the program is one operand, which has the first place
+private:
+    std::vector<Input> d_inputs;
+    std::vector<Step> d_steps;
     std::vector<double> d_places; // never moved; the last one is for whatever needs none
 };
 

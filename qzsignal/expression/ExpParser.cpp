@@ -8,8 +8,6 @@
 #include "qzsignal/signal/Diagnostics.h"
 
 #include <algorithm>
-#include <cstdlib>
-#include <typeinfo>
 #include <utility>
 
 namespace {
@@ -60,24 +58,6 @@ ExpParser::~ExpParser() {
 void ExpParser::clear() {
     while (!allExpParsers.empty())
         delete *allExpParsers.begin();
-}
-
-// A derived class may change the program at any time, and have operations that watch it at work.
-double ExpParser::getValue() {
-    if (d_compact != nullptr && &typeid(*this) == &typeid(ExpParser))
-        return d_compact->evaluate(stack);
-    return runProgram();
-}
-
-double ExpParser::runProgram() {
-    stack.clear();
-    for (pc = program.begin(); pc != program.end(); ++pc)
-        (this->*pc->first)();
-    if (stack.depth() != 1) {
-        writeLine(std::cerr, "", "stacksizes wrong at end of program: double(", stack.depth(), ")");
-        std::exit(2);
-    }
-    return stack.back();
 }
 
 bool ExpParser::getTrigger() {

@@ -1,182 +1,96 @@
-// The compact form of programs, held against the programs themselves.
+// Programs brought into the compact form, step by step; EvaluationTest.cpp runs them.
 #include "qzsignal/expression/CompactProgram.h"
 
 #include "tests/unit/expression/ExpressionProbe.h"
 
 #include <gtest/gtest.h>
 
-#include <cmath>
-#include <functional>
-#include <limits>
-#include <sstream>
+#include <set>
 #include <string>
+#include <vector>
 
 namespace {
 
 using qzsignal::CompactProgram;
-
-double const infinity = std::numeric_limits<double>::infinity();
-double const values[] = {0.0, -0.0, 1.0, -1.0, 2.5, -7e300, 5e-324, infinity, -infinity, std::nan("")};
-
-// All that counts of a number: its value and a zero's sign.
-std::string shown(double number) {
-    if (std::isnan(number))
-        return "nan";
-    std::ostringstream text;
-    text << std::hexfloat << number;
-    return text.str();
-}
+using Form = CompactProgram::Form;
 
 class CompactProgramTest : public ExpressionTest {
 protected:
-    // What a program leaves on the stack, as it stands and in the compact form, has to be the same.
-    static void expectLike(ExpressionProbe& program, std::string const& what) {
-        CompactProgram compact(program.program);
-        Stack<double> stack;
-        stack.size(1);
-        for (int round = 0; round < 2; ++round) {
-            EXPECT_EQ(shown(compact.evaluate(stack)), shown(program.getValue())) << what;
-            ASSERT_EQ(stack.depth(), 1U) << what;
-            EXPECT_EQ(shown(stack.back()), shown(program.stack.back())) << what;
-        }
-    }
-
-    static double valueOfCompact(std::string const& text) {
-        ExpressionProbe const program(text);
-        Stack<double> stack;
-        stack.size(1);
-        return CompactProgram(program.program).evaluate(stack);
-    }
-
-    // A program made by hand, from an expression that was emptied.
-    static void expectLike(std::string const& what, std::function<void(ExpressionProbe&)> const& fill) {
-        ExpressionProbe program("0");
-        program.program.clear();
-        fill(program);
-        expectLike(program, what);
+    static std::vector<std::string> namesOf(CompactProgram const& compact) {
+        std::vector<std::string> names;
+        for (CompactProgram::Input const* input = compact.inputs(); input->d_signal != nullptr; ++input)
+            names.push_back(*input->d_name);
+        return names;
     }
 };
 
-TEST_F(CompactProgramTest, operandAloneIsItsValue) {
-    PlainSignal x("x", -0.0, 1);
-    for (char const* const text : {"x", "7.5", "high", "+(+x)"}) {
-        ExpressionProbe program(text);
-        expectLike(program, text);
+TEST_F(CompactProgramTest, stepsTakeTheirOperandsWhereTheyAre) {
+    ExpressionProbe const program("a + b * 3 > 5 && c == pressed");
+    CompactProgram const compact(program.program);
+    ASSERT_EQ(namesOf(compact), (std::vector<std::string>{"a", "b", "c"}));
+    CompactProgram::Input const *const a = compact.inputs(), *const b = a + 1, *const c = a + 2;
+    EXPECT_EQ(a->d_signal, BaseSignal::getInstance("a"));
+
+    CompactProgram::Step const* step = compact.steps();
+    EXPECT_EQ(step->d_code, CompactProgram::codeOf(&ExpParser::opmult, Form::First));
+    EXPECT_EQ(step->d_left, b->d_place);
+    EXPECT_EQ(*step->d_place, 3.0);
+
+    ++step;
+    EXPECT_EQ(step->d_code, CompactProgram::codeOf(&ExpParser::opplus, Form::Swapped));
+    EXPECT_EQ(step->d_place, a->d_place);
+
+    ++step;
+    EXPECT_EQ(step->d_code, CompactProgram::codeOf(&ExpParser::opgt, Form::Next));
+    EXPECT_EQ(*step->d_place, 5.0);
+
+    ++step;
+    EXPECT_EQ(step->d_code, CompactProgram::codeOf(&ExpParser::opdeq, Form::First));
+    EXPECT_EQ(step->d_left, c->d_place);
+    EXPECT_EQ(*step->d_place, 1.0);
+    double const* const kept = step->d_kept;
+
+    ++step;
+    EXPECT_EQ(step->d_code, CompactProgram::codeOf(&ExpParser::opland, Form::Swapped));
+    EXPECT_EQ(step->d_place, kept);
+
+    ++step;
+    EXPECT_TRUE(step->d_code == CompactProgram::endCode);
+}
+
+TEST_F(CompactProgramTest, operandsHavePlacesOfTheirOwn) {
+    ExpressionProbe const program("x * x - (x + 1) * (x + 1)");
+    CompactProgram const compact(program.program);
+    ASSERT_EQ(namesOf(compact), (std::vector<std::string>{"x", "x", "x", "x"}));
+    std::set<double const*> places;
+    for (int i = 0; i < 4; ++i)
+        places.insert(compact.inputs()[i].d_place);
+    CompactProgram::Step const* const steps = compact.steps();
+    for (int const i : {1, 2}) { // each x + 1, with what waits for it
+        EXPECT_EQ(*steps[i].d_place, 1.0);
+        places.insert({steps[i].d_place, steps[i].d_kept});
     }
-    EXPECT_EQ(valueOfCompact("7.5"), 7.5);
+    EXPECT_EQ(places.size(), 8U);
 }
 
-// An operand of an operation is a value by itself, or what another operation (here a negation) has left.
-TEST_F(CompactProgramTest, operationsFindTheirOperandsWhereverTheyAre) {
-    for (qzsignal::OperationRow const& row : qzsignal::operations) {
-        if (row.operands == 0)
-            continue;
-        for (double const a : values) {
-            for (double const b : values) {
-                for (unsigned int computed = 0; computed < 4; ++computed) {
-                    std::string const what =
-                        row.name + (" " + shown(a)) + " " + shown(b) + ", " + std::to_string(computed);
-                    expectLike(what, [&](ExpressionProbe& program) {
-                        program.add(a);
-                        if ((computed & 1) != 0)
-                            program.add(&ExpParser::opneg);
-                        if (row.operands == 2)
-                            program.add(b);
-                        if (row.operands == 2 && (computed & 2) != 0)
-                            program.add(&ExpParser::opneg);
-                        program.add(row.function);
-                    });
-                }
-            }
-        }
-    }
+TEST_F(CompactProgramTest, operationOfOneOperandTakesItFromItsPlaceOrTheAccumulator) {
+    ExpressionProbe const program("!(-x)");
+    CompactProgram const compact(program.program);
+    CompactProgram::Step const* const steps = compact.steps();
+    EXPECT_EQ(steps[0].d_code, CompactProgram::codeOf(&ExpParser::opneg, Form::First));
+    EXPECT_EQ(steps[0].d_left, compact.inputs()->d_place);
+    EXPECT_EQ(steps[1].d_code, CompactProgram::codeOf(&ExpParser::opnot, Form::Next));
+    EXPECT_TRUE(steps[2].d_code == CompactProgram::endCode);
 }
 
-TEST_F(CompactProgramTest, resultsThatWaitAreKept) {
-    PlainSignal a("a", 2.0, 1), b("b", -3.0, 1), c("c", 5.0, 1);
-    for (char const* const text :
-         {"(a - b) / (c - a)", "a * b - (c * a - (b * c - (a / b - (c - a))))", "-a * (b - c) - (a - b) * -c",
-          "a - (b - (c - a * b) * (a - c))", "(a < b || c > a) == (b < c && (a - b) * (c - a) > 1)",
-          "((a - b) * (b - c) - (c - a) * (a + b)) / ((a - c) * (b + c) - (c - b) * (a - 1))"}) {
-        ExpressionProbe program(text);
-        expectLike(program, text);
-    }
-    EXPECT_EQ(valueOfCompact("(a - b) / (c - a) - (b - c) * (a - b)"), 5.0 / 3.0 + 40.0);
-}
-
-TEST_F(CompactProgramTest, nothingIsLeftBehindForTheNextTime) {
-    PlainSignal x("x", 1.0, 1), y("y", 2.0, 1);
-    ExpressionProbe const program("(x - y) * (x + y) - x");
-    CompactProgram compact(program.program);
-    Stack<double> stack;
-    stack.size(1);
-    EXPECT_EQ(compact.evaluate(stack), -4.0);
-    x.set(4.0, 2);
-    y.clear();
-    EXPECT_EQ(compact.evaluate(stack), 0.0);
-    y.set(-1.0, 3);
-    EXPECT_EQ(compact.evaluate(stack), 11.0);
-}
-
-TEST_F(CompactProgramTest, signalsAreReadInOrderEachTimeTheyAreNamed) {
-    // Its value is how many signals were read before.
-    struct Counter : PlainSignal {
-        Counter(char const* name, int& count) : PlainSignal(name), d_count(count) {}
-        bool read(double& phys, unsigned long long&) override {
-            phys = d_count++;
-            return true;
-        }
-        int& d_count;
-    };
-    int count = 0;
-    Counter x("x", count), y("y", count);
-    EXPECT_EQ(valueOfCompact("1000 * x + (100 * y - (10 * x - y))"), 0 + 100 * 1 - (10 * 2 - 3));
-    EXPECT_EQ(count, 4);
-}
-
-TEST_F(CompactProgramTest, signalWithoutAValueEndsTheProgram) {
-    PlainSignal late("late"), x("x", 2.0, 1);
-    ExpressionProbe const program("x + late + x");
-    CompactProgram compact(program.program);
-    Stack<double> stack;
-    stack.size(1);
-    Capture const errors(std::cerr);
-    EXPECT_EQ(compact.evaluate(stack), 0.0);
-    EXPECT_EQ(x.d_physReads, 1);
-    EXPECT_EQ(late.d_physReads, 1);
-    ASSERT_EQ(stack.depth(), 1U);
-    EXPECT_EQ(stack.back(), 0.0);
-    EXPECT_EQ(errors.text(), "");
-}
-
-TEST_F(CompactProgramTest, debugNamesTheSignalWithoutAValue) {
-    PlainSignal const late("late"), later("later");
-    ExpressionProbe const program("1 + late + later");
-    CompactProgram compact(program.program);
-    Stack<double> stack;
-    stack.size(1);
-    ExpParser::debug = 1;
-    Capture const errors(std::cerr);
-    compact.evaluate(stack);
-    EXPECT_EQ(errors.text(), "abort expression program due to (yet) invalid signal \"late\"\n");
-}
-
-// A signal that says that it has a value, and gives it only once.
-TEST_F(CompactProgramTest, valueThatIsNotGivenIsZero) {
-    struct Silent : PlainSignal {
-        explicit Silent(char const* name) : PlainSignal(name) {}
-        bool read(double& phys, unsigned long long&) override {
-            if (++d_physReads == 1)
-                phys = 5.0;
-            return true;
-        }
-    } const silent("silent");
-    ExpressionProbe const program("silent + 1");
-    CompactProgram compact(program.program);
-    Stack<double> stack;
-    stack.size(1);
-    EXPECT_EQ(compact.evaluate(stack), 6.0);
-    EXPECT_EQ(compact.evaluate(stack), 1.0);
+TEST_F(CompactProgramTest, operandAloneIsTheResult) {
+    ExpressionProbe const signal("x"), constant("2.5");
+    CompactProgram const compactSignal(signal.program), compactConstant(constant.program);
+    EXPECT_TRUE(compactSignal.steps()->d_code == CompactProgram::operandCode);
+    EXPECT_EQ(compactSignal.steps()->d_place, compactSignal.inputs()->d_place);
+    EXPECT_TRUE(compactConstant.steps()->d_code == CompactProgram::operandCode);
+    EXPECT_EQ(*compactConstant.steps()->d_place, 2.5);
+    EXPECT_TRUE(namesOf(compactConstant).empty());
 }
 
 } // namespace

@@ -392,13 +392,10 @@ TEST_F(ExpParserTest, signalWithoutAValueEndsTheProgram) {
 TEST_F(ExpParserTest, debugNamesTheSignalWithoutAValue) {
     PlainSignal const late("late");
     ExpressionProbe expression("1 + late");
-    ExpParser plain("late + 1", false);
     ExpParser::debug = 1;
     Capture const output(std::cout), errors(std::cerr);
     expression.getValue();
-    EXPECT_EQ(plain.getValue(), 0.0);
-    std::string const line = "abort expression program due to (yet) invalid signal \"late\"\n";
-    EXPECT_EQ(errors.text(), line + line);
+    EXPECT_EQ(errors.text(), "abort expression program due to (yet) invalid signal \"late\"\n");
     EXPECT_EQ(output.text(), "");
 }
 
