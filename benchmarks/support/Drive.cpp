@@ -49,12 +49,10 @@ Drive readDrive() {
         message.length = frame.length;
         std::copy(frame.payload.begin(), frame.payload.end(), message.payload);
         auto const known = counts.find({frame.identifier, frame.extended});
-        if (known == counts.end() || known->second == 0) {
-            drive.strangers.push_back(message);
-        } else {
-            drive.frames.push_back(message);
-            drive.signals.push_back(known->second);
-        }
+        if (known == counts.end() || known->second == 0)
+            continue;
+        drive.frames.push_back(message);
+        drive.signals.push_back(known->second);
     }
     if (!reader.problem().empty())
         stop(reader.problem());

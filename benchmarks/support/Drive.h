@@ -16,10 +16,9 @@ std::string definitionFile();
 std::string logFile();
 
 struct Drive {
-    std::vector<canSignalDef_t> definitions;   // in order of the file, which is that of the messages
-    std::vector<CANExtTraceMessage> frames;    // in order of time; all that carry at least one signal
-    std::vector<CANExtTraceMessage> strangers; // the others
-    std::vector<std::size_t> signals;          // of each frame, how many signals it carries
+    std::vector<canSignalDef_t> definitions; // in order of the file, which is that of the messages
+    std::vector<CANExtTraceMessage> frames;  // in order of time; all that carry at least one signal
+    std::vector<std::size_t> signals;        // of each frame, how many signals it carries
 };
 
 // Read at the first call.
