@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstring>
 #include <string>
+#include <string_view>
 
 namespace qzsignal {
 
@@ -17,8 +18,8 @@ void copyText(char (&field)[Size], std::string const& text) {
 
 // The text of a field that another process wrote, and may have left without its end.
 template <std::size_t Size>
-std::string textOf(char const (&field)[Size]) {
-    return std::string(field, strnlen(field, Size));
+std::string_view textOf(char const (&field)[Size]) {
+    return std::string_view(field, strnlen(field, Size));
 }
 
 } // namespace qzsignal

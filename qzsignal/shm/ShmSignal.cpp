@@ -84,7 +84,7 @@ bool ShmSignal::smInit() {
     if (!attachRecord(instance))
         return false;
     cInit();
-    signal.assign(d_data->signal, strnlen(d_data->signal, sizeof d_data->signal));
+    signal = textOf(d_data->signal);
     return true;
 }
 

@@ -22,7 +22,7 @@ public:
 
     bool isAttached() const { return !this->d_waiting; }
     // Not `getUnit`, which relies on the end that the writer of the record has to put.
-    std::string unit() const { return qzsignal::textOf(this->d_data->unit); }
+    std::string unit() const { return std::string(qzsignal::textOf(this->d_data->unit)); }
 
     // Takes the lock; false if it gave up.
     bool open(OnLock onLock) {
