@@ -55,12 +55,18 @@ void define(benchmark::State& state) {
 }
 BENCHMARK(define)->Name("growth/define")->RangeMultiplier(10)->Range(10, 10'000);
 
-// Every signal has a value, and none is too old.
-void checkTimeout(benchmark::State& state) {
-    Definitions const all = numberedDefinitions(static_cast<std::size_t>(state.range(0)), 5);
-    Signals const signals = defined(all);
+// All of them, each with a value.
+Signals written(Definitions const& all) {
+    Signals signals = defined(all);
     for (canSignalDef_t const& definition : all)
         CANSignalExt::decodeMessage(frameOf(definition));
+    return signals;
+}
+
+// None of the signals is too old.
+void checkTimeout(benchmark::State& state) {
+    Definitions const all = numberedDefinitions(static_cast<std::size_t>(state.range(0)), 5);
+    Signals const signals = written(all);
     std::vector<unsigned long long> silent;
     for (auto _ : state) {
         BaseSignal::checkTimeout(1, silent);
@@ -69,5 +75,23 @@ void checkTimeout(benchmark::State& state) {
     qzbench::perEach(state, "signal", all.size());
 }
 BENCHMARK(checkTimeout)->Name("growth/checkTimeout")->RangeMultiplier(10)->Range(10, 10'000);
+
+// The yardstick: of `checkTimeout`: one raw read for each signal, in the same order, which is that of the names.
+void rawRead(benchmark::State& state) {
+    Signals const signals = written(numberedDefinitions(static_cast<std::size_t>(state.range(0)), 5));
+    std::vector<BaseSignal*> ordered;
+    for (auto const& entry : BaseSignal::instances)
+        ordered.push_back(entry.second);
+    unsigned long long value = 0;
+    unsigned long long timestamp = 0;
+    for (auto _ : state) {
+        for (BaseSignal* const signal : ordered) {
+            signal->read(value, timestamp);
+            benchmark::DoNotOptimize(timestamp);
+        }
+    }
+    qzbench::perEach(state, "signal", ordered.size());
+}
+BENCHMARK(rawRead)->Name("yardstick/raw-read")->Arg(10000);
 
 } // namespace

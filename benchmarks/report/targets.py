@@ -144,7 +144,7 @@ TARGETS = [
     *(Target(f"getValue of {what}", f"expression/{name}/qzsignal", "time", times(2.5, "Y3", f"expression/{name}/yardstick"))
       for name, what in FORMULAS.items()),
     Target("construction of an ExpParser", "expression/compile", "time", seconds(5e-6, "at most 5 µs")),
-    Target("checkTimeout, per signal, 10,000 signals", "checkTimeout/10000", "signal",
+    Target("checkTimeout, per signal, 10,000 signals", "growth/checkTimeout/10000", "signal",
            times(1.2, "a raw read", "yardstick/raw-read/10000")),
     Target("the same, from 1,000 to 10,000 signals", "growth/checkTimeout/10000", "signal",
            times(FLAT, "itself at 1,000", "growth/checkTimeout/1000", text=f"linear: at most {FLAT:g} × itself at 1,000")),
