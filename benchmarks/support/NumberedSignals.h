@@ -52,12 +52,17 @@ inline CANExtTraceMessage frameOf(canSignalDef_t const& definition) {
 
 using Record = std::array<unsigned char, qzsignal::record::canEnd>;
 
-// The same frame before any message is made of it.
-inline Record recordOf(canSignalDef_t const& definition) {
-    Record record{};
+// Such a frame, of an extended identifier, before any message is made of it.
+inline void setIdentifier(Record& record, std::uint32_t identifier) {
     for (unsigned i = 0; i < 4; ++i)
         record[qzsignal::record::canIdentifier + i] =
-            static_cast<unsigned char>((definition.msgId | 0x80000000U) >> (24 - 8 * i));
+            static_cast<unsigned char>((identifier | 0x80000000U) >> (24 - 8 * i));
+}
+
+// The frame that carries a signal.
+inline Record recordOf(canSignalDef_t const& definition) {
+    Record record{};
+    setIdentifier(record, definition.msgId);
     return record;
 }
 

@@ -9,9 +9,10 @@
 
 namespace qzsignal {
 
-/// A hash table with open addressing: each key has a place that is computed from it, and lies there or in one of the
-/// next places, with no free one between. At least half of the places are free, so that the first is mostly the right
-/// one.
+/// A hash table with open addressing: each key has a place that is computed from it, its home, and lies there or in one
+/// of the next places, with no free one between. At least half of the places are free, so that the first is mostly the
+/// right one. Each place remembers whether a key had to go on over it: most that are not there are then missed at the
+/// first place as well, whether that is free or not, which no processor could foretell.
 template <typename Entry>
 class KeyIndex {
 public:
@@ -22,9 +23,12 @@ public:
         if (d_places.empty())
             return nullptr;
         Place const* place = &d_places[home(key)];
-        while (place->d_entry != nullptr && place->d_key != key)
+        while (place->d_key != key) {
+            if (!place->isPassed())
+                return nullptr;
             place = next(place);
-        return place->d_entry;
+        }
+        return place->entry(); // null if it is a free one, which has a key of 0
     }
 
     /// Makes room for so many keys. If memory runs out, the index stays as it was.
@@ -39,28 +43,32 @@ public:
         d_shift = 64 - bits;
         d_size = 0;
         for (Place const& place : old)
-            if (place.d_entry != nullptr)
-                insert(place.d_key, *place.d_entry);
+            if (!place.isFree())
+                insert(place.d_key, *place.entry());
     }
 
     /// Enters something under a key that has nothing yet. Room has been made for it.
     void insert(std::uint64_t key, Entry& entry) {
         Place* place = &d_places[home(key)];
-        while (place->d_entry != nullptr)
+        while (!place->isFree()) {
+            place->d_content |= Place::passed;
             place = next(place);
-        *place = {key, &entry};
+        }
+        place->d_key = key;
+        place->d_content = reinterpret_cast<std::uintptr_t>(&entry);
         ++d_size;
     }
 
     /// Takes a key out that is there.
     void erase(std::uint64_t key) {
         Place* hole = &d_places[home(key)];
-        while (hole->d_key != key || hole->d_entry == nullptr)
+        while (hole->d_key != key || hole->isFree())
             hole = next(hole);
-        /// Those that had to go on over this place move up, so that none is parted from its home by a free one.
-        for (Place* place = next(hole); place->d_entry != nullptr; place = next(place)) {
+        // Those that had to go on over this place move up, so that none is parted from its home by a free one. Over all
+        // that is left before them a key went on, so the marks hold; one that nobody needs any more only costs a look.
+        for (Place* place = next(hole); !place->isFree(); place = next(place)) {
             if (distance(home(place->d_key), place) >= distance(index(hole), place)) {
-                *hole = *place;
+                hole->moveIn(*place);
                 hole = place;
             }
         }
@@ -76,8 +84,19 @@ public:
 
 private:
     struct Place {
+        static constexpr std::uintptr_t passed = 1; ///< a bit that addresses of entries leave free
+        static_assert(alignof(Entry) > passed, "addresses are even");
+
+        bool isFree() const { return d_content == 0; }
+        bool isPassed() const { return (d_content & passed) != 0; }
+        Entry* entry() const { return reinterpret_cast<Entry*>(d_content & ~passed); }
+        void moveIn(Place const& other) {
+            d_key = other.d_key;
+            d_content = (other.d_content & ~passed) | (d_content & passed);
+        }
+
         std::uint64_t d_key = 0;
-        Entry* d_entry = nullptr; ///< null: free
+        std::uintptr_t d_content = 0; ///< the entry's address, and whether a key went on over this place; 0: free
     };
 
     // Neighbouring keys, of which a bus has many, are spread over the whole table.
