@@ -407,7 +407,7 @@ void DatabaseBuilder::renameMessages(LongNameStatement const& statement) {
                        " is the name of another message; the short name stays");
             return;
         }
-        d_messageNames.erase(message.name);
+        d_messageNames.erase(message.definition.name); // which may be a long one already
         message.definition.name = statement.name;
     });
 }
@@ -416,11 +416,11 @@ void DatabaseBuilder::renameSignals(LongNameStatement const& statement, SignalNa
     const std::string_view shortName = statement.reference.signal;
     forEachMessage(statement.reference.identifier, [&](std::size_t index) {
         const auto found = d_signals.find({index, shortName});
-        if (found == d_signals.end() || statement.name == shortName) {
+        if (found == d_signals.end()) {
             return;
         }
         SignalDraft& signal = d_drafts[index].signals[found->second];
-        if (signal.leftOut) {
+        if (signal.leftOut || statement.name == signal.definition.name) {
             return;
         }
         if (!names.insert({index, statement.name}).second) {
@@ -429,7 +429,7 @@ void DatabaseBuilder::renameSignals(LongNameStatement const& statement, SignalNa
                        " is the name of another signal of its message; the short name stays");
             return;
         }
-        names.erase({index, shortName});
+        names.erase({index, signal.definition.name});
         signal.definition.name = statement.name;
     });
 }

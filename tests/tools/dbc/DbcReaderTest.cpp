@@ -206,6 +206,28 @@ TEST(DbcReader, longNamesReplaceShortOnesAndStatementsReferToTheShortOnes) {
     EXPECT_EQ("1=one ", valuesOf(database.messages[0].signals[1]));
 }
 
+TEST(DbcReader, lastOfSeveralLongNamesCountsAndFreesTheOneBefore) {
+    Database const database = readDatabase("BO_ 1 M: 8 X\n"
+                                           " SG_ A : 0|8@1+ (1,0) [0|0] \"\" X\n"
+                                           " SG_ B : 8|8@1+ (1,0) [0|0] \"\" X\n"
+                                           "BO_ 2 N: 8 X\n"
+                                           "BO_ 3 O: 8 X\n"
+                                           "BA_ \"SystemMessageLongSymbol\" BO_ 1 \"Long\";\n"
+                                           "BA_ \"SystemMessageLongSymbol\" BO_ 1 \"M\";\n"
+                                           "BA_ \"SystemMessageLongSymbol\" BO_ 2 \"Long\";\n"
+                                           "BA_ \"SystemMessageLongSymbol\" BO_ 3 \"M\";\n"
+                                           "BA_ \"SystemSignalLongSymbol\" SG_ 1 A \"Long\";\n"
+                                           "BA_ \"SystemSignalLongSymbol\" SG_ 1 A \"A\";\n"
+                                           "BA_ \"SystemSignalLongSymbol\" SG_ 1 B \"Long\";\n"
+                                           "BA_ \"SystemSignalLongSymbol\" SG_ 1 B \"A\";\n");
+    EXPECT_EQ(
+        "9 warning: the long name 'M' of message 'O' is the name of another message; the short name stays\n"
+        "13 warning: the long name 'A' of signal 'B' is the name of another signal of its message; the short name "
+        "stays\n",
+        problemsOf(database));
+    EXPECT_EQ("M: A Long ; Long: ; O: ; ", namesOf(database));
+}
+
 TEST(DbcReader, otherStatementsAreSkippedAwareOfTexts) {
     Database const database = readDatabase(
         "CM_ \"before VERSION; with \\\"quotes\\\" and\n\nlines\";\n"
