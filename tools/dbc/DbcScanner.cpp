@@ -187,8 +187,9 @@ bool DbcScanner::quoted(std::string_view& content) {
     if (peek() != '"') {
         return false;
     }
+    const std::size_t opening = d_position;
     const std::size_t openingLine = d_line;
-    const std::size_t begin = d_position + 1;
+    const std::size_t begin = opening + 1;
     const std::size_t end = findClosingQuote(begin);
     if (end == std::string_view::npos) {
         d_unclosedTextLine = openingLine;
@@ -201,6 +202,8 @@ bool DbcScanner::quoted(std::string_view& content) {
     // is the opening quote of a later one: then the statement does not end behind it.
     if (d_line != openingLine && holdsKeywordLine(content) && peek() != ';' && peek() != ',') {
         d_unclosedTextLine = openingLine;
+        d_position = opening;
+        d_line = openingLine;
         return false;
     }
     return true;

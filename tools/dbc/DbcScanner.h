@@ -51,7 +51,8 @@ public:
     std::string_view numeral();
     // A run of decimal digits; empty if none comes next.
     std::string_view digits();
-    // A quoted text without its quotes, escapes left in place. Returns false if none comes next or it is not closed.
+    // A quoted text without its quotes, escapes left in place. Returns false, and stays, if none comes next or it is
+    // not closed.
     bool quoted(std::string_view& content);
     // Line in which a text opens that the current statement does not close; 0: there is none.
     std::size_t unclosedTextLine() const { return d_unclosedTextLine; }

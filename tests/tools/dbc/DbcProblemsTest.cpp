@@ -95,6 +95,7 @@ TEST(DbcProblems, badSignalIsLeftOutAlone) {
         {" SG_ Speed : 0|8@1+ (1,0) [0|0] \"\" X",
          "5 error: SG_ 'Speed': a signal of this name stands in line 2 already; left out\n"},
         {" SG_ A : 0|8@1+ (1,0) [0|0] \"km X", "5 error: SG_ 'A': a text that opens here is not closed; left out\n"},
+        {" SG_ A : 0\" X", "5 error: SG_ 'A': '|' is missing before '\"'; left out\n"},
         {" SG_ A : 0|8@1+ (1,0) [0|0] \"km\n\" X", "5 error: SG_ 'A': the unit is not closed; left out\n"},
     };
     for (Case const& c : cases) {
