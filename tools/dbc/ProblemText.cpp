@@ -1,6 +1,8 @@
 // Quoting of file content in problem texts.
 #include "tools/dbc/ProblemText.h"
 
+#include "tools/base/Printable.h"
+
 namespace qztool {
 
 namespace {
@@ -23,7 +25,7 @@ std::string quote(std::string_view text) {
     }
     std::string result = "'";
     for (char const c : text.substr(0, size)) {
-        result += static_cast<unsigned char>(c) < ' ' || c == '\x7F' ? '?' : c;
+        result += isControlCharacter(c) ? '?' : c;
     }
     result += size < text.size() ? "...'" : "'";
     return result;

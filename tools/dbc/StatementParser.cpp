@@ -1,8 +1,10 @@
 // The grammar of the statements that are read.
 #include "tools/dbc/StatementParser.h"
 
+#include "tools/base/Printable.h"
 #include "tools/dbc/ProblemText.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <system_error>
@@ -155,7 +157,13 @@ bool StatementParser::read(LongNameStatement& statement) {
     }
     return integer(reference.identifier, "the identifier") &&
            (kind == "BO_" || name(reference.signal, "the signal name")) && text(statement.name, "the long name") &&
-           end();
+           checkLongName(statement.name) && end();
+}
+
+// Unlike other names, it stands in quotes, and may have any characters in between.
+bool StatementParser::checkLongName(std::string const& longName) {
+    return std::none_of(longName.begin(), longName.end(), isControlCharacter) ||
+           fail("the long name " + quote(longName) + " holds control characters");
 }
 
 bool StatementParser::skip() {

@@ -45,6 +45,7 @@ private:
     bool checkPlace(SignalStatement& statement, std::uint64_t startBit, std::uint64_t bits);
     bool scaleOf(SignalStatement& statement);
     bool unitOf(SignalStatement& statement);
+    bool checkLongName(std::string const& longName);
     void receivers();
     bool endLine();
     bool value(std::string_view numeral, ValueText& value);

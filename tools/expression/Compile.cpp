@@ -2,6 +2,7 @@
 #include "tools/expression/Compile.h"
 
 #include "tools/base/ErrorCapture.h"
+#include "tools/base/Printable.h"
 #include "tools/expression/Tokens.h"
 
 #include <algorithm>
@@ -58,10 +59,6 @@ std::optional<std::size_t> badPlace(std::string const& text, std::string const& 
     return std::nullopt;
 }
 
-bool isControl(char c) {
-    return static_cast<unsigned char>(c) < ' ' || c == '\x7f';
-}
-
 bool continuesCharacter(char c) {
     return (static_cast<unsigned char>(c) & 0xC0) == 0x80; // in UTF-8
 }
@@ -69,7 +66,7 @@ bool continuesCharacter(char c) {
 void showPlace(std::string const& text, std::size_t place) {
     std::size_t const begin = place == 0 ? 0 : text.rfind('\n', place - 1) + 1; // npos + 1 is 0
     std::string line = text.substr(begin, text.find('\n', begin) - begin);
-    std::replace_if(line.begin(), line.end(), isControl, ' '); // a tab would set the caret off
+    std::replace_if(line.begin(), line.end(), isControlCharacter, ' '); // a tab would set the caret off
     auto const before = line.begin() + static_cast<std::ptrdiff_t>(place - begin);
     auto const inside = std::count_if(line.begin(), before, continuesCharacter);
     std::cerr << "    " << line << "\n    " << std::string(place - begin - static_cast<std::size_t>(inside), ' ') << "^"

@@ -176,6 +176,10 @@ TEST(DbcProblems, badReferenceIsLeftOutAlone) {
         {"SG_MUL_VAL_ 100 Speed Load 0-1", "5 error: SG_MUL_VAL_ 'Speed': ';' is missing; left out\n"},
         {"BA_ \"SystemSignalLongSymbol\" SG_ 100 Speed 5;",
          "5 error: BA_ 'Speed': the long name is missing before '5'; left out\n"},
+        {"BA_ \"SystemSignalLongSymbol\" SG_ 100 Speed \"Sp\x1B[7med\";",
+         "5 error: BA_ 'Speed': the long name 'Sp?[7med' holds control characters; left out\n"},
+        {"BA_ \"SystemMessageLongSymbol\" BO_ 100 \"En\ngine\";",
+         "5 error: BA_: the long name 'En?gine' holds control characters; left out\n"},
         {"BA_ \"SystemMessageLongSymbol\" BU_ 100 \"x\";",
          "5 error: BA_: BO_ or SG_ is missing before '100'; left out\n"},
     };
