@@ -2,13 +2,12 @@
 #include "tests/expression/CompiledExpression.h"
 #include "tests/expression/ReferenceLanguage.h"
 #include "tests/expression/TestSignals.h"
+#include "tests/fuzz/Expect.h"
 #include "tests/support/Capture.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 #include <iostream>
 #include <memory>
 
@@ -18,15 +17,6 @@ namespace {
 
 // Longer texts would only take the reference deeper into its recursion than the stack reaches.
 constexpr std::size_t longestText = 2000;
-
-// Ends the process, which is what a fuzzer takes for a finding, if the library and the reference do not agree.
-void expect(bool agreed, char const* what, std::string const& text, std::string const& found = "",
-            std::string const& expected = "") {
-    if (agreed)
-        return;
-    std::fprintf(stderr, "%s: %s\nfound:    %s\nexpected: %s\n", what, text.c_str(), found.c_str(), expected.c_str());
-    std::abort();
-}
 
 TestSignals& signalsOfTexts() {
     static TestSignals signals;

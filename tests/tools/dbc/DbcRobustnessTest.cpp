@@ -1,12 +1,12 @@
 // Damaged definition files: whatever their bytes are, reading ends, and what comes out keeps its promises.
 #include "tests/tools/dbc/DatabaseText.h"
+#include "tests/tools/dbc/Promises.h"
 #include "tools/dbc/DbcReader.h"
 
 #include <gtest/gtest.h>
 
 #include <chrono>
 #include <random>
-#include <set>
 #include <string>
 #include <utility>
 
@@ -31,41 +31,8 @@ std::string const file = "\xEF\xBB\xBFVERSION \"1\"\r\nNS_ :\r\n\tCM_\r\n\tSG_MU
                          "SIG_VALTYPE_ 100 Deep : 1;\r\nSIG_VALTYPE_ 2566844926 Speed : 2;\r\n"
                          "SG_MUL_VAL_ 100 Low Mux 0-0, 3-5;\r\nSG_MUL_VAL_ 100 Deep Low 1-1;\r\n";
 
-std::size_t linesOf(std::string const& text) {
-    std::size_t lines = 1;
-    for (char const c : text) {
-        lines += c == '\n' || c == '\r' ? 1 : 0;
-    }
-    return lines;
-}
-
 void expectPromises(std::string const& text) {
-    Database const database = readDatabase(text);
-    std::set<std::string> messageNames;
-    for (MessageDefinition const& message : database.messages) {
-        ASSERT_TRUE(messageNames.insert(message.name).second);
-        ASSERT_LE(message.identifier, message.extended ? 0x1FFFFFFFU : 0x7FFU);
-        std::set<std::string> multiplexors;
-        std::set<std::string> names;
-        for (SignalDefinition const& signal : message.signals) {
-            ASSERT_FALSE(signal.name.empty());
-            ASSERT_TRUE(names.insert(signal.name).second);
-            ASSERT_TRUE(signal.bits >= 1 && signal.bits <= 64 && signal.startBit <= 63);
-            ASSERT_TRUE(signal.multiplexor.empty() || multiplexors.count(signal.multiplexor) == 1);
-            ASSERT_EQ(signal.multiplexor.empty(), signal.selectedBy.empty());
-            if (signal.isMultiplexor) {
-                multiplexors.insert(signal.name);
-            }
-        }
-    }
-    std::size_t const lines = linesOf(text);
-    std::size_t line = 0;
-    for (Problem const& problem : database.problems) {
-        ASSERT_LE(line, problem.line);
-        ASSERT_LE(problem.line, lines);
-        ASSERT_FALSE(problem.text.empty());
-        line = problem.line;
-    }
+    ASSERT_STREQ(nullptr, brokenPromise(readDatabase(text), text));
 }
 
 } // namespace

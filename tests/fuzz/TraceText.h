@@ -1,0 +1,103 @@
+// What the fuzz targets of both log formats share: lines, frames, and the promises of the reader above the formats.
+#pragma once
+
+#include "tests/fuzz/Expect.h"
+#include "tests/fuzz/MemoryFile.h"
+#include "tests/tools/traces/TraceFixtures.h"
+#include "tools/traces/TraceReader.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace qztool {
+
+// As the reader takes them: without their ends, "\n" or "\r\n", of which the last one may lack either, and the first
+// without a byte order mark.
+inline std::vector<std::string> linesOf(std::string_view text) {
+    std::vector<std::string> lines;
+    if (text.substr(0, 3) == "\xEF\xBB\xBF")
+        text.remove_prefix(text == "\xEF\xBB\xBF" ? 0 : 3);
+    while (!text.empty()) {
+        std::size_t const end = std::min(text.find('\n'), text.size());
+        std::string line(text.substr(0, end));
+        if (!line.empty() && line.back() == '\r')
+            line.pop_back();
+        lines.push_back(line);
+        text.remove_prefix(std::min(end + 1, text.size()));
+    }
+    return lines;
+}
+
+inline void expectWellFormed(Frame const& frame, std::string const& line) {
+    expect(frame.length <= frame.payload.size(), "length", line);
+    expect(frame.identifier <= (frame.extended ? 0x1FFFFFFFU : 0x7FFU), "identifier", line);
+    expect(std::all_of(frame.payload.begin() + frame.length, frame.payload.end(),
+                       [](std::uint8_t byte) { return byte == 0; }),
+           "payload behind its end", line);
+}
+
+// What became of a line, as text.
+inline std::string textOf(ParsedLine const& parsed, Frame const& frame) {
+    return parsed.kind == LineKind::Frame ? textOf(frame) : textOf(parsed);
+}
+
+// The line numbers in such a text as "3, 17-20 and 5 more" stand in order, within `lines`.
+inline void expectLineNumbers(std::string const& numbers, std::size_t lines) {
+    std::size_t last = 0;
+    char const* position = numbers.c_str();
+    while (*position != '\0') {
+        char* end = nullptr;
+        std::size_t const number = std::strtoul(position, &end, 10);
+        if (std::string_view(end) == " more")
+            return;
+        expect(number > last && number <= lines, "line numbers", numbers);
+        last = number;
+        position = end + std::strcspn(end, "0123456789");
+    }
+    expect(last != 0, "line numbers", numbers);
+}
+
+// Reads the text as the command does, and compares with what `Log`, which reads logs of that format, makes of its lines
+// one by one.
+template <typename Log>
+void expectReader(std::string_view text, TraceFormat format) {
+    static MemoryFile file;
+    file.fill(text);
+    TraceReader reader(file.path());
+    std::string found;
+    Frame frame = usedFrame();
+    while (reader.next(frame) == TraceReader::Next::Frame)
+        found += textOf(frame) + '\n';
+    if (!reader.problem().empty())
+        return expect(reader.lines() == 0, "problem", reader.problem());
+
+    std::vector<std::string> const lines = linesOf(text);
+    expect(reader.lines() == lines.size() && reader.bytesRead() == text.size(), "all is read");
+    std::size_t counted = 0;
+    for (std::size_t kind = 0; kind < lineKinds; ++kind)
+        counted += reader.count(static_cast<LineKind>(kind));
+    expect(counted == lines.size(), "lines by their kinds");
+    std::size_t malformed = 0;
+    for (MalformedLines const& group : reader.malformed()) {
+        expectLineNumbers(group.lines.text(), lines.size());
+        malformed += group.lines.count();
+    }
+    expect(malformed == reader.count(LineKind::Malformed), "malformed lines by their causes");
+
+    if (reader.format() != format)
+        return;
+    auto const first = std::find_if(lines.begin(), lines.end(), Log::fits);
+    std::string expected;
+    Log log;
+    for (auto line = first; line != lines.end(); ++line)
+        if (log.parse(*line, frame).kind == LineKind::Frame)
+            expected += textOf(frame) + '\n';
+    expectEqual(found, expected, "frames");
+}
+
+} // namespace qztool

@@ -1,0 +1,54 @@
+// Fuzz target: any bytes as an ASC log.
+#include "tests/fuzz/TraceText.h"
+#include "tools/base/Numbers.h"
+#include "tools/traces/AscLog.h"
+
+extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size);
+
+namespace {
+
+using namespace qztool;
+
+std::string written(Frame const& frame) {
+    std::string line = secondsText(frame.timestamp) + " " + std::to_string(frame.channel) + " " +
+                       hexText(frame.identifier, 1) + (frame.extended ? "x" : "") + " Rx d " +
+                       std::to_string(frame.length);
+    for (std::size_t i = 0; i < frame.length; ++i)
+        line += " " + hexText(frame.payload[i], 2);
+    return line;
+}
+
+std::string parsed(AscLog& log, std::string const& line) {
+    Frame frame = usedFrame();
+    return textOf(log.parse(line, frame), frame);
+}
+
+// The line with other blanks, which tell nothing.
+std::string respaced(std::string const& line) {
+    std::string result = "\t";
+    for (char const c : line)
+        result += c == ' ' ? "\t " : std::string(1, c);
+    return result + " ";
+}
+
+} // namespace
+
+int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size) {
+    std::string_view const text(reinterpret_cast<char const*>(data), size);
+    AscLog log;
+    AscLog other;
+    for (std::string const& line : linesOf(text)) {
+        Frame frame = usedFrame();
+        ParsedLine const result = log.parse(line, frame);
+        std::string const found = textOf(result, frame);
+        expectEqual(parsed(other, respaced(line)), found, "with other blanks", line);
+        if (result.kind != LineKind::Frame)
+            continue;
+        expectWellFormed(frame, line);
+        expect(frame.channel >= 1, "channel", line);
+        AscLog fresh;
+        expectEqual(parsed(fresh, written(frame)), found, "written and read again", line);
+    }
+    expectReader<AscLog>(text, TraceFormat::Asc);
+    return 0;
+}
