@@ -17,10 +17,14 @@ namespace {
 // is busy. A creator that gives up earlier breaks the lock under such a reader.
 constexpr std::chrono::seconds longestTakeover(1);
 
-// After a trylock: takes over from a dead owner, which makes the mutex usable again, and says that it did.
+// After a trylock: makes a mutex usable again that a dead owner left behind, and hands the result on.
 int takenOver(int result, pthread_mutex_t& mutex) {
     if (result == EOWNERDEAD)
         pthread_mutex_consistent(&mutex);
+    // Somebody took it over without a word and unlocked it, so that nobody can lock it any more. Nor may it be unlocked,
+    // as each access ends: the C library leaves it half locked here, and would bring the process down.
+    if (result == ENOTRECOVERABLE)
+        initRecordMutex(mutex);
     return result;
 }
 
@@ -42,6 +46,18 @@ LockOutcome outcomeOf(int result, char const* label, std::string const& instance
         return LockOutcome::Locked;
     reportFailure(label, "lock", instance, result);
     return result == EOWNERDEAD ? LockOutcome::OwnerDied : LockOutcome::Failed;
+}
+
+// What lies where a mutex should be, in a segment that somebody else has left behind, may be anything. The C library
+// takes it for a mutex of whatever kind it shows, some of which end the process on the first attempt to lock them.
+bool hasKindOfRecordMutex([[maybe_unused]] pthread_mutex_t const& mutex) {
+#ifdef __GLIBC__
+    pthread_mutex_t fresh;
+    initRecordMutex(fresh);
+    return mutex.__data.__kind == fresh.__data.__kind; // which using it does not change
+#else
+    return true;
+#endif
 }
 
 } // namespace
@@ -84,7 +100,8 @@ RecordResetLock::~RecordResetLock() {
 bool RecordResetLock::adopt(pthread_mutex_t& mutex) {
     // New segments are zeroed.
     auto const* const bytes = reinterpret_cast<unsigned char const*>(&mutex);
-    if (std::all_of(bytes, bytes + sizeof mutex, [](unsigned char byte) { return byte == 0; }))
+    bool const isNew = std::all_of(bytes, bytes + sizeof mutex, [](unsigned char byte) { return byte == 0; });
+    if (isNew || !hasKindOfRecordMutex(mutex))
         return false;
     int const result = take(mutex);
     // Only a robust mutex tells of its owner's death, and only a robust mutex refuses to be unlocked by somebody who

@@ -148,6 +148,22 @@ TEST_F(RecordLockTest, unusableMutexIsReportedAndNotLocked) {
     EXPECT_EQ(errors.take(), "[ERROR] Label::lock (name): Invalid argument\n");
 }
 
+TEST_F(RecordLockTest, mutexThatWasUnlockedInDisorderIsReportedOnceAndMadeAnew) {
+    if (!ownersDeathIsNoticed())
+        GTEST_SKIP() << "robust mutexes do not work on this system";
+    abandon();
+    ASSERT_EQ(pthread_mutex_trylock(d_mutex), EOWNERDEAD);
+    pthread_mutex_unlock(d_mutex);
+    Capture errors(std::cerr);
+    EXPECT_EQ(lockRecord(*d_mutex, "Label", "name"), LockOutcome::Failed);
+    EXPECT_EQ(errors.take(), "[ERROR] Label::lock (name): " + std::string(std::strerror(ENOTRECOVERABLE)) + "\n");
+    unlockRecord(*d_mutex, "Label", "name"); // as accesses do that go on without the lock
+    EXPECT_EQ(errors.take(), "[ERROR] Label::unlock (name): Operation not permitted\n");
+    EXPECT_EQ(lockRecord(*d_mutex, "Label", "name"), LockOutcome::Locked);
+    unlockRecord(*d_mutex, "Label", "name");
+    EXPECT_EQ(errors.text(), "");
+}
+
 TEST_F(RecordLockTest, failingUnlockIsReported) {
     Capture errors(std::cerr);
     unlockRecord(*d_mutex, "Label", "name");
@@ -221,6 +237,19 @@ TEST_F(RecordLockTest, doesNotAdoptAMutexOfAnotherMake) {
 
     std::memset(d_mutex, 0xff, sizeof *d_mutex);
     EXPECT_FALSE(lock.adopt(*d_mutex)) << "garbage";
+}
+
+// Whatever it is, nobody holds it: the first word says who does, and trying is only to be refused.
+TEST_F(RecordLockTest, doesNotAdoptWhatIsNoMutex) {
+    unsigned char bytes[sizeof *d_mutex] = {};
+    for (std::size_t place = sizeof(int); place < sizeof bytes; ++place)
+        for (unsigned bit = 1; bit < 256; bit *= 2) {
+            bytes[place] = static_cast<unsigned char>(bit);
+            std::memcpy(d_mutex, bytes, sizeof bytes);
+            RecordResetLock lock;
+            EXPECT_FALSE(lock.adopt(*d_mutex)) << place << ", " << bit;
+            bytes[place] = 0;
+        }
 }
 
 TEST_F(RecordLockTest, madeMutexIsHeldUntilTheEnd) {
