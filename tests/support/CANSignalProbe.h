@@ -32,6 +32,7 @@ public:
     using CANSignal::d_waiting;
     using CANSignal::messageId;
     using CANSignal::signal;
+    using CANSignal::tryLock;
 
     qzsignal::canSignalData_t& record() { return *d_data; }
     bool attached() const { return !d_waiting; }
