@@ -2,7 +2,7 @@
 # The one test command: builds and tests every target, or those named, and counts all tests in its last line.
 set -euo pipefail
 
-all_targets=(dev i686 ppc asan tsan instructions)
+all_targets=(dev i686 ppc asan tsan fuzz instructions)
 usage="Usage: scripts/test.sh [--no-setup] [TARGET...]
 
 Targets (default: all but release):
@@ -12,6 +12,7 @@ Targets (default: all but release):
   ppc           32-bit big-endian PowerPC, under qemu-user
   asan          address and undefined-behaviour sanitizers
   tsan          thread sanitizer
+  fuzz          each fuzzer for ten seconds, from its corpus on
   instructions  what hot operations of the release cost, against recorded bounds
 
 Options:
@@ -28,7 +29,7 @@ for argument in "$@"; do
             exit 0
             ;;
         --no-setup) setup=no ;;
-        dev | release | i686 | ppc | asan | tsan | instructions) targets+=("$argument") ;;
+        dev | release | i686 | ppc | asan | tsan | fuzz | instructions) targets+=("$argument") ;;
         *)
             echo "test.sh: unknown argument '$argument'" >&2
             echo "$usage" >&2
@@ -48,9 +49,11 @@ if [[ $setup == yes ]]; then
     if [[ " ${targets[*]} " == *" i686 "* || " ${targets[*]} " == *" ppc "* ]]; then
         groups+=(cross)
     fi
-    if [[ " ${targets[*]} " == *" instructions "* ]]; then
-        groups+=(instructions)
-    fi
+    for group in fuzz instructions; do
+        if [[ " ${targets[*]} " == *" $group "* ]]; then
+            groups+=("$group")
+        fi
+    done
     "$root/scripts/setup.sh" "${groups[@]}"
 fi
 
@@ -152,24 +155,28 @@ run() {
     report "$target" $((SECONDS - start)) "$target_passed" "$target_failed" "$target_skipped" "$note"
 }
 
-# Each operation counts as a test.
-run_instructions() {
-    local start=$SECONDS results=$scratch/instructions status=0
-    echo "== instructions"
-    scripts/instructions.py --check | tee "$results" || status=$?
+# Runs a command that prints a line on each of its tests, beginning with "passed" or "FAILED". `trouble` is what to say
+# if it fails without one.
+run_command() {
+    local target=$1 trouble=$2 start=$SECONDS results=$scratch/$1 status=0
+    shift 2
+    echo "== $target"
+    "$@" | tee "$results" || status=$?
     local target_passed target_failed note=
     target_passed=$(grep --count '^passed ' "$results") || true
     target_failed=$(grep --count '^FAILED ' "$results") || true
     if [[ $status -ne 0 && $target_failed -eq 0 ]]; then
         target_failed=1
-        note="they could not be counted"
+        note=$trouble
     fi
-    report instructions $((SECONDS - start)) "$target_passed" "$target_failed" 0 "$note"
+    report "$target" $((SECONDS - start)) "$target_passed" "$target_failed" 0 "$note"
 }
 
 for target in "${targets[@]}"; do
     case $target in
-        instructions) run_instructions ;;
+        # Each fuzzer, and each operation, counts as a test.
+        fuzz) run_command fuzz "the fuzzers did not run" scripts/fuzz.sh --no-setup --scratch all 10 ;;
+        instructions) run_command instructions "they could not be counted" scripts/instructions.py --check ;;
         *) run "$target" ;;
     esac
 done
