@@ -93,7 +93,7 @@ for target in "${targets[@]}"; do
         echo "passed $target"
     else
         found=$(find "$findings" -type f -newer "$work/started")
-        echo "FAILED $target: ${found:+found with }${found:-it ended without a finding}"
+        echo "FAILED $target: ${found:-it ended without a finding}"
         status=1
     fi
 done

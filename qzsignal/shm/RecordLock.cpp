@@ -21,8 +21,8 @@ constexpr std::chrono::seconds longestTakeover(1);
 int takenOver(int result, pthread_mutex_t& mutex) {
     if (result == EOWNERDEAD)
         pthread_mutex_consistent(&mutex);
-    // Somebody took it over without a word and unlocked it, so that nobody can lock it any more. Nor may it be unlocked,
-    // as each access ends: the C library leaves it half locked here, and would bring the process down.
+    // Somebody took it over without a word and unlocked it, so that nobody can lock it any more. Nor may it be unlocked
+    // at the end of this access: the C library leaves it half locked, and would bring the process down.
     if (result == ENOTRECOVERABLE)
         initRecordMutex(mutex);
     return result;

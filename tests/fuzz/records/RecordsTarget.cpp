@@ -137,7 +137,7 @@ All<FlexRaySignal, flexRaySignalDef_t>& flexRaySignals() {
         add(0, 5, 1, 2, {0, 16, false, false});
         add(1, 100, 3, 64, {7, 20, true, true});
         add(0, 2047, 0, 1, {253 * 8 + 6, 32, false, false});
-        add(3, 2040, 60, 1, {3, 64, true, false});
+        add(3, 2040, 60, 1, {3, 60, true, false});  // in eight bytes, though nine are cut out
         add(3, 65535, 32, 1, {0, 8, false, false}); // runs out of the table
     }
     return signals;
