@@ -21,7 +21,6 @@
 #include <algorithm>
 #include <deque>
 #include <map>
-#include <optional>
 
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size);
 
@@ -370,7 +369,7 @@ void sendFlexRay(Input& input) {
     }
 }
 
-// An event of an input, which may not be one of the device's. The mask is that of a digital input.
+// An event of an input, which may not be one of the device's.
 struct Event {
     std::string d_input;
     Number d_value;
