@@ -48,8 +48,7 @@ LockOutcome outcomeOf(int result, char const* label, std::string const& instance
     return result == EOWNERDEAD ? LockOutcome::OwnerDied : LockOutcome::Failed;
 }
 
-// What lies where a mutex should be, in a segment that somebody else has left behind, may be anything. The C library
-// takes it for a mutex of whatever kind it shows, some of which end the process on the first attempt to lock them.
+// Only this kind tells of its owner's death.
 bool hasKindOfRecordMutex([[maybe_unused]] pthread_mutex_t const& mutex) {
 #ifdef __GLIBC__
     pthread_mutex_t fresh;
@@ -73,6 +72,17 @@ void initRecordMutex(pthread_mutex_t& mutex) {
         pthread_mutex_init(&mutex, &attributes);
     }
     pthread_mutexattr_destroy(&attributes);
+}
+
+bool canBeLocked([[maybe_unused]] pthread_mutex_t const& mutex) {
+#ifdef __GLIBC__
+    // Its type, and whether it is robust and shared. What else a kind may tell, priorities and the elision of locks, is
+    // of no use between processes; some processors do not even know the instructions.
+    constexpr int known = 0x03 | 0x10 | 0x80;
+    return (mutex.__data.__kind & ~known) == 0;
+#else
+    return true;
+#endif
 }
 
 LockOutcome tryLockRecord(pthread_mutex_t& mutex, char const* label, std::string const& instance) {

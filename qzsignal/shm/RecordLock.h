@@ -19,6 +19,10 @@ enum class LockOutcome {
 /// holds the mutex, the next to lock is told so instead of waiting forever.
 void initRecordMutex(pthread_mutex_t& mutex);
 
+/// False if this is no mutex: whatever others left in its place, the C library takes it for one of the kind that it
+/// shows, and some kinds end the process on the first attempt to lock them.
+bool canBeLocked(pthread_mutex_t const& mutex);
+
 /// Tries for the lock once.
 LockOutcome tryLockRecord(pthread_mutex_t& mutex, char const* label, std::string const& instance);
 

@@ -85,7 +85,7 @@ void* SharedSegment::attach(RecordFamily const& family, std::string const& insta
             d_shmId = -1;
             return nullptr;
         }
-        if (initialised(record, family))
+        if (initialised(record, family) && canBeLocked(recordMutex(record)))
             return record;
         // Somebody else's record, or one whose creator is not done: none that we may read.
         shmdt(record);

@@ -22,14 +22,15 @@ namespace {
 constexpr std::size_t longestInput = 600;
 
 // States of a record's lock. Whoever may write a mutex may keep everybody else from the record, for as long as he
-// likes: that is promised to nobody. So a mutex is only in states that mutexes come into, and of one that is held,
-// nothing but `tryLock` is asked, since all else waits.
+// likes: that is promised to nobody. So a mutex that looks like one is only in states that mutexes come into, and of
+// one that is held, nothing but `tryLock` is asked, since all else waits.
 enum class Lock : std::uint8_t {
     Free,  // robust, as definers make it
     Plain, // zeros
     Dead,  // its owner died
     Lost,  // the next owner did not put it in order
     Held,  // by this process
+    None,  // no mutex at all, so that readers wait for one
     Count
 };
 
@@ -69,6 +70,9 @@ Lock make(pthread_mutex_t& mutex, Lock lock) {
         break;
     case Lock::Held:
         pthread_mutex_trylock(&mutex);
+        break;
+    case Lock::None:
+        std::memset(&mutex, 0x60, sizeof mutex);
         break;
     case Lock::Dead:
         holdUntilDeath(mutex);
@@ -124,7 +128,9 @@ private:
     // What is in the segment is what is to be there.
     void take() { std::memcpy(&d_expected, &d_shared, sizeof(Record)); }
 
-    bool isThere() const { return d_segment.size() >= sizeof(Record) && d_expected.size == sizeof(Record); }
+    bool isThere() const {
+        return d_segment.size() >= sizeof(Record) && d_expected.size == sizeof(Record) && d_lock != Lock::None;
+    }
 
     bool attach() {
         if (!d_attached && isThere()) {

@@ -162,6 +162,22 @@ TEST_F(SharedSegmentTest, readerWaitsWhileTheSegmentIsTooSmall) {
     EXPECT_EQ(errors.text(), waiting("shared memory region id"));
 }
 
+TEST_F(SharedSegmentTest, readerWaitsWhileTheMutexIsNone) {
+    Segment creator(true, true);
+    auto* const record = static_cast<unsigned char*>(create(creator));
+    ASSERT_NE(record, nullptr);
+    std::memset(record + recordMutexOffset, 0x60, sizeof(pthread_mutex_t));
+    Capture errors(std::cerr);
+    Segment reader(false, true);
+    EXPECT_EQ(reader.attach(family, d_name.name()), nullptr);
+    EXPECT_EQ(errors.take(), waiting("shared memory region id"));
+    EXPECT_EQ(reader.d_shmId, -1);
+    std::memset(record + recordMutexOffset, 0, sizeof(pthread_mutex_t)); // a plain one
+    EXPECT_NE(reader.attach(family, d_name.name()), nullptr);
+    EXPECT_EQ(errors.text(), "");
+    creator.release(family, d_name.name(), record);
+}
+
 TEST_F(SharedSegmentTest, readerAttachesToAPublishedRecordAndLeavesItInPlace) {
     Segment creator(true, true);
     auto* const record = static_cast<unsigned char*>(create(creator));
