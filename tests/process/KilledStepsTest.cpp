@@ -466,6 +466,19 @@ TYPED_TEST(KilledStepsTest, definersThatFindADeathLeaveWhatItLeftOrNoValue) {
     }
 }
 
+TYPED_TEST(KilledStepsTest, definersHoldTheLockOfARecordThatIsWithdrawn) {
+    this->d_prepare();
+    unsigned withdrawn = 0;
+    auto const process = this->started([&] { this->define(otherScale); }, From::Beginning);
+    process->walk([&](std::size_t) {
+        if (this->d_reader->record().size != 0)
+            return;
+        ++withdrawn;
+        EXPECT_EQ(this->owner(), process->id());
+    });
+    EXPECT_GT(withdrawn, 0U);
+}
+
 using KilledShmStepsTest = KilledStepsTest<ShmRecord>;
 
 TEST_F(KilledShmStepsTest, clearForgetsTheValueOrLeavesIt) {

@@ -424,34 +424,6 @@ TEST_F(ShmSignalRecordTest, writerWaitsForAKeptLockAboutASecond) {
     first.d_owner = false;
 }
 
-TEST_F(ShmSignalRecordTest, recordIsWithdrawnAndLockedWhileItIsFilledAnew) {
-    Capture const errors(std::cerr);
-    ShmProbe crashed(plainDefinition(d_name.name()), true);
-    crashed.d_owner = false;
-    std::atomic<bool> end{false}, unlocked{false};
-    std::atomic<unsigned> withdrawn{0};
-    std::thread watcher([&] {
-        while (!end) {
-            if (__atomic_load_n(&crashed.d_data->size, __ATOMIC_ACQUIRE) != 0)
-                continue;
-            ++withdrawn;
-            if (pthread_mutex_trylock(&crashed.d_data->mutex) == 0) {
-                unlocked = unlocked || __atomic_load_n(&crashed.d_data->size, __ATOMIC_ACQUIRE) == 0;
-                pthread_mutex_unlock(&crashed.d_data->mutex);
-            }
-        }
-    });
-    auto const last = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-    while (withdrawn < 200 && std::chrono::steady_clock::now() < last) {
-        ShmProbe restarted(plainDefinition(d_name.name()), true);
-        restarted.d_owner = false;
-    }
-    end = true;
-    watcher.join();
-    EXPECT_GT(withdrawn, 0U);
-    EXPECT_FALSE(unlocked);
-}
-
 TEST_F(ShmSignalRecordTest, flagsOfTheRecordCountWheneverTheyAreNotZero) {
     ShmProbe signal(plainDefinition(d_name.name()), false);
     signal.d_data->startbit = 7;
