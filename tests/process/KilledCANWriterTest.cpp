@@ -120,6 +120,7 @@ TEST(KilledCANWriterTest, changeThatHadBegunIsCompletedOrLeavesNoTrace) {
             EXPECT_EQ(raw.d_there, isNew || !each.d_first);
             EXPECT_EQ(phys.d_there, raw.d_there);
             EXPECT_EQ(signal.record().pending, 0);
+            EXPECT_EQ(signal.record().used, raw.d_there ? 1 : 0);
             if (!raw.d_there) {
                 EXPECT_EQ(raw.d_raw, 0xAAAAAAAAU);
                 EXPECT_EQ(raw.d_timestamp, 0x55555555U);

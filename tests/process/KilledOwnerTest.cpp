@@ -170,6 +170,7 @@ TEST(KilledOwnerTest, changeThatHadBegunIsCompletedOrLeavesNoTrace) {
             TestSignal::Reading const phys = signal.readPhys();
             bool const isNew = done >= decided;
             EXPECT_EQ(raw.d_there, isNew || !first);
+            EXPECT_EQ(signal.record().pending, 0);
             if (!raw.d_there)
                 continue;
             EXPECT_EQ(raw.d_raw, isNew ? 50U : 40U);

@@ -331,6 +331,18 @@ TEST(CANSignalLockTest, sharedSignalHoldsItsLockAndAPrivateOneHasNone) {
     EXPECT_EQ(errors.text(), "");
 }
 
+TEST(CANSignalLockTest, lockCanBeTriedFor) {
+    for (bool const shared : {false, true}) {
+        SharedName const name;
+        CANSignalProbe signal(canDefinition(name.name()), shared);
+        EXPECT_TRUE(signal.tryLock());
+        EXPECT_EQ(signal.tryLock(), !shared) << "local signals take no lock";
+        signal.unlock();
+        EXPECT_TRUE(signal.tryLock());
+        signal.unlock();
+    }
+}
+
 TEST(CANSignalLockTest, unlockErrorIsReported) {
     SharedName const name;
     CANSignalProbe signal(canDefinition(name.name()), true);

@@ -86,19 +86,22 @@ TEST_F(HotAccessTest, writeOfADerivedClassSeesEveryPayload) {
 }
 
 TEST_F(HotAccessTest, debugThatIsTurnedOnLaterShowsEachAccess) {
-    CANSignalExt signal(definition("a"), false);
-    feed(5, 1, 1);
-    feed(5, 1, 2);
-    Capture output(std::cout);
-    BaseSignal::debug = 1;
-    feed(5, 1, 3);
-    EXPECT_NE(output.take().find("[DEBUG] ShmSignal::write (no change) "), std::string::npos);
-    valueOf(signal);
-    BaseSignal::debug = 0;
-    EXPECT_NE(output.take().find("[DEBUG] ShmSignal::read "), std::string::npos);
-    feed(5, 1, 4);
-    valueOf(signal);
-    EXPECT_EQ(output.text(), "");
+    for (bool const shared : {false, true}) {
+        SharedName const name;
+        CANSignalExt signal(definition(name.name()), shared);
+        feed(5, 1, 1);
+        feed(5, 1, 2);
+        Capture output(std::cout);
+        BaseSignal::debug = 1;
+        feed(5, 1, 3);
+        EXPECT_NE(output.take().find("[DEBUG] ShmSignal::write (no change) "), std::string::npos);
+        valueOf(signal);
+        BaseSignal::debug = 0;
+        EXPECT_NE(output.take().find("[DEBUG] ShmSignal::read "), std::string::npos);
+        feed(5, 1, 4);
+        valueOf(signal);
+        EXPECT_EQ(output.text(), "");
+    }
 }
 
 TEST_F(HotAccessTest, clearedSignalHasNoValueUntilItIsFedAgain) {
@@ -124,6 +127,31 @@ TEST_F(HotAccessTest, layoutThatIsComputedAnewIsFollowed) {
     signal.cInit();
     feed(9, 7, 4);
     expectReads(signal, 7, 4);
+}
+
+TEST_F(HotAccessTest, layoutThatRunsBeyondThePayloadIsFollowed) {
+    CANSignalExt signal(definition("a"), false);
+    feed(5, 6, 1);
+    feed(5, 6, 2);
+    (signal.*Inner::data)->startbit = 60;
+    signal.cInit();
+    CANExtTraceMessage message;
+    message.timestamp = 3;
+    message.length = 8;
+    message.identifier = 0x123;
+    message.payload[7] = 0xab;
+    CANSignalExt::decodeMessage(message);
+    expectReads(signal, 0xa, 3);
+}
+
+TEST_F(HotAccessTest, physicalValueIsConvertedOnce) {
+    CANSignalExt signal(definition("a"), false);
+    feed(5, 1, 1);
+    feed(5, 1, 2);
+    feed(6, 1, 3);
+    EXPECT_EQ((signal.*Inner::localData).conv, 0U);
+    expectReads(signal, 6, 3);
+    EXPECT_EQ((signal.*Inner::localData).conv, 1U);
 }
 
 TEST_F(HotAccessTest, recordThatIsSharedLaterIsTheOneThatIsWritten) {

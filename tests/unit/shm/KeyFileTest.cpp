@@ -206,6 +206,28 @@ TEST_F(KeyFileTest, fileIsMadeInAFolderThatIsThere) {
     EXPECT_FALSE(exists(d_name.path() + "-none"));
 }
 
+TEST_F(KeyFileTest, pipeOnTheWayIsNotWaitedFor) {
+    ASSERT_EQ(mkfifo(d_name.path().c_str(), 0666), 0);
+    makeKeyFile(d_name.name() + "/a"); // opening it for reading would wait for a writer
+    EXPECT_FALSE(exists(d_name.path() + "/a"));
+}
+
+// Its next files get the number of standard input, 0.
+TEST_F(KeyFileTest, processWithoutStandardInputMakesThemAsWell) {
+    std::string const folder = noted(d_name.path() + "-folder"), inner = noted(folder + "/a");
+    ASSERT_EQ(mkdir(folder.c_str(), 0777), 0);
+    int const input = fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 3);
+    close(STDIN_FILENO);
+    for (std::string const& name : {d_name.name(), d_name.name() + "-folder/a"}) {
+        std::ofstream(keyPath(name)) << "full";
+        makeKeyFile(name);
+        EXPECT_EQ(contents(keyPath(name)), "") << name;
+        EXPECT_EQ(fcntl(STDIN_FILENO, F_GETFD), -1) << "left open";
+    }
+    dup2(input, STDIN_FILENO);
+    close(input);
+}
+
 TEST_F(KeyFileTest, oddNamesAreFileNamesLikeOthers) {
     for (std::string const end : {"\n", " two\nlines", "\x1b[2J", "\xff\xfe", "%s", "..", "...", " "}) {
         std::string const path = noted(d_name.path() + end);

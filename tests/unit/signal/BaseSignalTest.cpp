@@ -222,6 +222,18 @@ TEST_F(BaseSignalTest, checkTimeoutKnowsWhoCameAndWhoLeft) {
     EXPECT_EQ(silent, (std::vector<unsigned long long>{3}));
 }
 
+TEST_F(BaseSignalTest, checkTimeoutKnowsWhoCameAfterAnotherWasTakenOutByHand) {
+    std::vector<unsigned long long> silent;
+    FakeSignal first("a", "", 1);
+    first.write(0, 1);
+    BaseSignal::checkTimeout(2, silent);
+    BaseSignal::instances.erase("a");
+    FakeSignal second("b", "", 2);
+    second.write(0, 1);
+    BaseSignal::checkTimeout(2, silent);
+    EXPECT_EQ(silent, (std::vector<unsigned long long>{2}));
+}
+
 TEST_F(BaseSignalTest, outputOperatorCallsPrintAndReturnsTheStream) {
     FakeSignal const signal("one");
     std::ostringstream out;

@@ -172,6 +172,21 @@ TEST(BitLayout, emptySignalHasNoBits) {
     }
 }
 
+TEST(BitLayout, isEmptyUntilItIsSet) {
+    BitLayout const layout;
+    EXPECT_EQ(layout.d_lsbBit, 0U);
+    EXPECT_EQ(layout.d_startByte, 0U);
+    EXPECT_EQ(layout.d_bytes, 0U);
+    EXPECT_EQ(layout.d_shift, 0U);
+    EXPECT_EQ(layout.d_above, 0U);
+    EXPECT_EQ(layout.d_unused, 0U);
+    EXPECT_EQ(layout.d_rawMask, 0U);
+    EXPECT_EQ(layout.d_maksBits, 0U);
+    EXPECT_EQ(layout.d_signBit, 0U);
+    for (ByteOrder const order : orders)
+        EXPECT_FALSE(layout.isInside(order));
+}
+
 TEST(BitLayout, signExtensionRepeatsTheHighestBit) {
     BitLayout const twelve = layoutOf(7, 12, ByteOrder::Big);
     EXPECT_EQ(twelve.signExtend(0xf23), 0xffffffffffffff23U);

@@ -34,14 +34,26 @@ TEST(TraceMessage, fieldsStartAtZero) {
     for (unsigned char const byte : can.payload)
         EXPECT_EQ(byte, 0U);
 
+    EXPECT_EQ(LINTraceMessage().timestamp, 0U);
+    EXPECT_EQ(LINTraceMessage().channel, 0U);
     EXPECT_EQ(LINTraceMessage().identifier, 0U);
     EXPECT_TRUE(LINTraceMessage().data.empty());
+    EXPECT_EQ(FlexRayExtTraceMessage().timestamp, 0U);
+    EXPECT_EQ(FlexRayExtTraceMessage().channel, 0U);
     EXPECT_EQ(FlexRayExtTraceMessage().slot, 0U);
+    EXPECT_EQ(FlexRayExtTraceMessage().cycle, 0U);
     EXPECT_TRUE(FlexRayExtTraceMessage().payload.empty());
+    EXPECT_EQ(KeyboardMessage().timestamp, 0U);
+    EXPECT_EQ(KeyboardMessage().keyCode, 0);
     EXPECT_EQ(KeyboardMessage().keyState, 0);
+    EXPECT_EQ(GpioTraceMessage().timestamp, 0U);
     EXPECT_TRUE(GpioTraceMessage().entries.empty());
+    EXPECT_EQ(GpioEntry().input, 0U);
+    EXPECT_EQ(GpioEntry().mask, 0U);
     EXPECT_EQ(GpioEntry().levels, 0U);
+    EXPECT_EQ(AnalogTraceMessage().timestamp, 0U);
     EXPECT_TRUE(AnalogTraceMessage().entries.empty());
+    EXPECT_EQ(AnalogEntry().channel, 0U);
     EXPECT_EQ(AnalogEntry().reading, 0);
 }
 
