@@ -17,8 +17,8 @@ namespace {
 
 using namespace allkinds;
 
-// Forking takes its time under sanitizers.
-#if defined __SANITIZE_ADDRESS__ || defined __SANITIZE_THREAD__
+// Forking takes its time under emulators and sanitizers.
+#if defined QZSIGNAL_EMULATED || defined __SANITIZE_ADDRESS__ || defined __SANITIZE_THREAD__
 constexpr unsigned kills = 500;
 #else
 constexpr unsigned kills = 10000;

@@ -27,6 +27,8 @@ inline char const* whyNoSteps() {
     return "written for x86 processors only";
 #elif defined __SANITIZE_ADDRESS__ || defined __SANITIZE_THREAD__
     return "nearly all instructions are the sanitizer's";
+#elif defined QZSIGNAL_EMULATED
+    return "the instructions are the emulator's";
 #else
     static bool const allowed = [] {
         Process process([] {
