@@ -1,10 +1,16 @@
-// Signal handlers that set a flag.
+// Signal handlers that set a flag, and make a descriptor readable.
 #include "tools/base/StopRequest.h"
 
 #include "tools/base/Clock.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <csignal>
+#include <cstdint>
+#include <poll.h>
+#include <sys/eventfd.h>
+#include <system_error>
+#include <unistd.h>
 
 namespace qztool {
 
@@ -12,15 +18,26 @@ namespace {
 
 volatile std::sig_atomic_t stopNoted = 0;
 
+// Readable from the first request on: a wait for it ends also if the request came in the instant before. -1: nobody
+// asked for notes, and waits pass over it.
+int stopDescriptor = -1;
+
 void noteStop(int) {
+    int const before = errno;
     stopNoted = 1;
+    constexpr std::uint64_t one = 1;
+    [[maybe_unused]] ssize_t const written = write(stopDescriptor, &one, sizeof one);
+    errno = before;
 }
 
 } // namespace
 
 void noteStopRequests() {
+    stopDescriptor = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+    if (stopDescriptor == -1)
+        throw std::system_error(errno, std::generic_category(), "eventfd");
     struct sigaction action {};
-    action.sa_handler = noteStop; // without SA_RESTART: a wait for input is to end
+    action.sa_handler = noteStop; // without SA_RESTART: whatever else waits is to end as well
     constexpr int requests[] = {SIGINT, SIGTERM, SIGHUP};
     for (int const request : requests)
         sigaction(request, &action, nullptr);
@@ -37,10 +54,19 @@ void pauseUnlessStopped(double seconds) {
         double const left = seconds - secondsSince(start);
         if (left <= 0)
             return;
-        // In slices: a stop that arrives between the test and the sleep does not interrupt the sleep.
-        timespec const slice = {0, static_cast<long>(std::min(left, 0.1) * 1e9)};
-        nanosleep(&slice, nullptr);
+        double const part = std::min(left, 1e6); // which every target's clock can count
+        auto const whole = static_cast<time_t>(part);
+        timespec const pause = {whole, static_cast<long>((part - static_cast<double>(whole)) * 1e9)};
+        pollfd stop = {stopDescriptor, POLLIN, 0};
+        ppoll(&stop, 1, &pause, nullptr);
     }
+}
+
+bool awaitInput(int descriptor) {
+    pollfd awaited[] = {{descriptor, POLLIN, 0}, {stopDescriptor, POLLIN, 0}};
+    if (poll(awaited, 2, -1) == -1)
+        return errno != EINTR;
+    return awaited[1].revents == 0;
 }
 
 } // namespace qztool

@@ -3,12 +3,16 @@
 
 namespace qztool {
 
-// From now on, the signals only leave a note, and interrupt what the process waits for.
+// From now on, the signals only leave a note, and end what the process waits for.
 void noteStopRequests();
 
 bool stopRequested();
 
 // Sleeps this long, or until a stop is requested.
 void pauseUnlessStopped(double seconds);
+
+// Waits until a read of the descriptor has something to return, be it an error. False if a stop is requested, before or
+// meanwhile, or if any signal comes meanwhile.
+bool awaitInput(int descriptor);
 
 } // namespace qztool

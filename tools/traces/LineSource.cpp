@@ -1,6 +1,8 @@
 // Buffering and line ends.
 #include "tools/traces/LineSource.h"
 
+#include "tools/base/StopRequest.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
@@ -52,6 +54,9 @@ LineSource::Fill LineSource::fill() {
     d_searched -= d_begin;
     d_end -= d_begin;
     d_begin = 0;
+    if (!awaitInput(d_descriptor)) {
+        return Fill::Interrupted;
+    }
     ssize_t const count = read(d_descriptor, d_buffer.data() + d_end, d_buffer.size() - d_end);
     if (count < 0) {
         d_error = errno;

@@ -16,7 +16,7 @@ public:
         Line,
         TooLong,     // a line above the limit, which is skipped
         End,         // for good
-        Interrupted, // by a signal; nothing is lost, call again to go on
+        Interrupted, // by a signal, or by a request to stop; nothing is lost, call again to go on
         Failed       // see `error`
     };
 

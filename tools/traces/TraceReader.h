@@ -32,7 +32,7 @@ public:
     enum class Next {
         Frame,
         End,        // or a problem
-        Interrupted // by a signal while waiting for input, or after many lines without a frame; call again to go on
+        Interrupted // by a signal or a request to stop, or after many lines without a frame; call again to go on
     };
 
     // Opens a file, pipe or device; "-" is standard input.

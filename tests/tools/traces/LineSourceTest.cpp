@@ -1,12 +1,15 @@
 // Lines from pipes: odd portions, pauses, long lines, interruptions, errors.
 #include "tools/traces/LineSource.h"
 
+#include "tests/process/Process.h"
 #include "tests/tools/traces/TraceFixtures.h"
+#include "tools/base/StopRequest.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cerrno>
+#include <csignal>
 #include <random>
 #include <thread>
 #include <vector>
@@ -140,6 +143,18 @@ TEST(LineSourceTest, interruptionLosesNothing) {
     }
     ASSERT_TRUE(pipe.write("lf\n"));
     EXPECT_EQ(nextLine(source), "half");
+}
+
+TEST(LineSourceTest, stopRequestedInTheInstantBeforeIsNotSleptOver) {
+    Process process([] {
+        noteStopRequests();
+        Pipe pipe;
+        LineSource source(pipe.reader());
+        std::raise(SIGINT);
+        bool const ended = nextLine(source) == "<interrupted>" && nextLine(source) == "<interrupted>";
+        _exit(ended ? EXIT_SUCCESS : EXIT_FAILURE);
+    });
+    EXPECT_TRUE(process.finished());
 }
 
 TEST(LineSourceTest, longestLineIsHandedOutWhateverItsEnd) {
