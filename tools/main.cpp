@@ -10,6 +10,7 @@
 #include <csignal>
 #include <exception>
 #include <iterator>
+#include <new>
 #include <string>
 #include <vector>
 
@@ -83,8 +84,10 @@ int main(int argc, char** argv) {
     qztool::Console console;
     try {
         return run(argc, argv, console);
+    } catch (std::bad_alloc const&) {
+        console.error("out of memory");
     } catch (std::exception const& error) {
         console.error(error.what());
-        return qztool::exitNothingUsable;
     }
+    return qztool::exitFailed;
 }

@@ -60,4 +60,19 @@ TEST(CommandLine, mistakesAreUsageErrorsWithNothingOnStandardOutput) {
     }
 }
 
+// What it would say of a condition that is false, status 1, is not what it may end with.
+TEST(CommandLine, withoutMemoryItSaysSo) {
+#if defined QZSIGNAL_EMULATED || defined __SANITIZE_ADDRESS__ || defined __SANITIZE_THREAD__
+    GTEST_SKIP() << "the emulator, or the sanitizer, needs the memory itself";
+#endif
+    Folder folder;
+    std::string const endless = folder.file("endless.dbc", "");
+    ASSERT_EQ(truncate(endless.c_str(), 1 << 30), 0);
+    Child command("sh|-c|ulimit -v 200000 && exec \"$0\" \"$@\"" QZSIGNAL_TEST_COMMAND,
+                  {"trigger", "--dbc", endless, "1", "-"});
+    EXPECT_EQ(command.wait(), 70);
+    EXPECT_EQ(command.output(), "");
+    EXPECT_EQ(command.errors(), "qzsignal: error: out of memory\n");
+}
+
 } // namespace

@@ -206,6 +206,7 @@ std::function<int()> setUpEval(CLI::App& parser, Console& console) {
                   "  64  the command line is wrong\n"
                   "  65  the expression is wrong\n"
                   "  69  a signal did not come\n"
+                  "  70  the command could not go on, as without memory\n"
                   "\nExamples:\n"
                   "  qzsignal eval 'Engine.Speed * 0.5 + 10'\n"
                   "  qzsignal eval 'Engine.Speed > 3000 && RC.F1 == pressed' && echo fast\n"

@@ -213,6 +213,7 @@ std::function<int()> setUpTrigger(CLI::App& parser, Console& console) {
         "  64  the command line is wrong\n"
         "  65  the expression is wrong, or an input is bad throughout\n"
         "  69  a file or a signal is not there\n"
+        "  70  the command could not go on, as without memory\n"
         "\nExamples:\n"
         "  qzsignal trigger --dbc car.dbc 'Engine.Speed > 3000 && Transmission.Gear == 1' drive.log\n"
         "  qzsignal trigger --dbc car.dbc --level --format csv 'VehicleSpeed.Speed > 50' drive.log\n"
