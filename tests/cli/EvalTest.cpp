@@ -204,18 +204,43 @@ TEST_F(EvalTest, followWithEdgePrintsOnlyWhenTheConditionBecomesTrue) {
     EXPECT_EQ(eval(d_name.name() + " > 9", {"--edge"}).status, 1);
 }
 
+TEST_F(EvalTest, followEndsWhenItIsInterruptedBeforeItsSignalsAreThere) {
+    SharedName const missing("missing");
+    d_signal->write(word(5), 6);
+    for (int const number : {SIGINT, SIGTERM}) {
+        Command command({"eval", "--follow", "--wait", "1000", d_name.name() + " + " + missing.name()});
+        // Only a lock that comes after its first look, and stays, makes it say something while it waits: a second
+        // without the lock, a second with it, and so on.
+        int polls = 0;
+        bool locked = false;
+        EXPECT_TRUE(waitUntil([&] {
+            if (++polls % 200 == 0) {
+                locked ? d_signal->unlock() : d_signal->lock();
+                locked = !locked;
+            }
+            return !command.errors().empty();
+        }));
+        if (locked)
+            d_signal->unlock();
+        endBySignal(command, number);
+        EXPECT_EQ(command.output(), "");
+        EXPECT_EQ(command.errors(),
+                  "qzsignal: warning: '" + d_name.name() + "' is locked by another process, its last value stays\n");
+    }
+}
+
 TEST_F(EvalTest, followKeepsTheLastValueOfALockedSignal) {
     d_signal->write(word(5), 6);
     Command command({"eval", "--follow", d_name.name()});
     EXPECT_EQ(line(command, 1), "5 (trigger true, timestamp 6)");
     d_signal->lock();
     EXPECT_TRUE(waitUntil([&] { return !command.errors().empty(); }));
-    EXPECT_EQ(command.errors(),
-              "qzsignal: warning: '" + d_name.name() + "' is locked by another process, its last value stays\n");
     d_signal->unlock();
     d_signal->write(word(7), 8);
     EXPECT_EQ(line(command, 2), "7 (trigger true, timestamp 8)");
     endBySignal(command);
+    EXPECT_EQ(command.errors(),
+              "qzsignal: warning: '" + d_name.name() + "' is locked by another process, its last value stays\n");
 }
 
 TEST_F(EvalTest, followEndsWhenNobodyReads) {
