@@ -38,12 +38,12 @@ private:
 class PrivateTmp : private Namespace {
 public:
     explicit PrivateTmp(std::string const& options) : Namespace("/proc/self/ns/mnt", CLONE_NEWNS) {
-        d_there = entered() && mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
+        d_there = entered() && mount("none", "/", "none", MS_REC | MS_PRIVATE, nullptr) == 0 &&
                   mount("none", "/tmp", "tmpfs", 0, ("mode=1777," + options).c_str()) == 0;
     }
 
     bool isThere() const { return d_there; } // false: not permitted here
-    bool makeReadOnly() const { return mount(nullptr, "/tmp", nullptr, MS_REMOUNT | MS_RDONLY, nullptr) == 0; }
+    bool makeReadOnly() const { return mount("none", "/tmp", "none", MS_REMOUNT | MS_RDONLY, nullptr) == 0; }
 
 private:
     bool d_there;
