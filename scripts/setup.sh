@@ -12,7 +12,8 @@ Groups:
   docs          the reference of the public headers, and the check of the manual page
   fuzz          compiler and run-time libraries of the fuzzers
   instructions  what counts the instructions of x86-64 programs
-  lint          formatter and static checks"
+  lint          formatter and static checks
+  valgrind      memory checker"
 
 base=(g++ cmake ninja-build pkg-config python3 flex bison libfl-dev libgtest-dev googletest libcli11-dev nlohmann-json3-dev)
 # The cross compilers bring the targets' C and C++ libraries; i686 programs run on the host's own kernel with them.
@@ -23,6 +24,7 @@ docs=(doxygen mandoc)
 fuzz=(clang libclang-rt-14-dev)
 instructions=(valgrind)
 lint=(git clang-format clang-tidy)
+valgrind=(valgrind)
 
 if [[ $# -eq 0 ]]; then
     set -- base
@@ -38,6 +40,7 @@ for group in "$@"; do
         fuzz) wanted+=("${fuzz[@]}") ;;
         instructions) wanted+=("${instructions[@]}") ;;
         lint) wanted+=("${lint[@]}") ;;
+        valgrind) wanted+=("${valgrind[@]}") ;;
         -h | --help)
             echo "$usage"
             exit 0
