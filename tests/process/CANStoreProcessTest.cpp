@@ -154,7 +154,7 @@ TEST(CANStoreProcessTest, waitingAccessSaysSoAndGetsThroughInTheEnd) {
         other.lock();
         steps->d_done = 1;
         waitUntil([&] { return steps->d_asked == 1; });
-        sleepMicroseconds(20000);
+        sleepMicroseconds(100000); // long enough for the parent to get its turn on a busy machine
         other.record().value = payloadOf(77);
         other.unlock();
     });
