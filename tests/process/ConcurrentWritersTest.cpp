@@ -4,6 +4,7 @@
 #include "tests/process/RobustMutex.h"
 #include "tests/process/Shared.h"
 
+#include <deque>
 #include <memory>
 #include <vector>
 
@@ -54,18 +55,17 @@ TEST(ConcurrentWritersTest, everyValueReadHasItsOwnTimestamp) {
         signals.push_back(std::make_unique<TestSignal>(countedDefinition(names[i], i), true));
 
     Shared<State> state;
-    std::vector<std::unique_ptr<Process>> readerProcesses;
+    std::deque<Process> readerProcesses;
     for (auto& findings : state->d_findings)
-        readerProcesses.push_back(std::make_unique<Process>([&] { readCounters(names, findings, *state); }));
-    std::vector<std::unique_ptr<Process>> writerProcesses;
+        readerProcesses.emplace_back([&] { readCounters(names, findings, *state); });
+    std::deque<Process> writerProcesses;
     for (std::uint32_t writer = 1; writer <= writers; ++writer)
-        writerProcesses.push_back(
-            std::make_unique<Process>([&, writer] { writeCounters(names, writer, count, *state); }));
-    for (auto const& process : writerProcesses)
-        EXPECT_TRUE(process->finished());
+        writerProcesses.emplace_back([&, writer] { writeCounters(names, writer, count, *state); });
+    for (Process& process : writerProcesses)
+        EXPECT_TRUE(process.finished());
     state->d_stop = 1;
-    for (auto const& process : readerProcesses)
-        EXPECT_TRUE(process->finished());
+    for (Process& process : readerProcesses)
+        EXPECT_TRUE(process.finished());
 
     for (auto const& ofReader : state->d_findings)
         for (CountedFindings const& findings : ofReader) {

@@ -7,11 +7,10 @@
 #include "tests/process/Shared.h"
 
 #include <array>
+#include <deque>
 #include <iostream>
-#include <memory>
 #include <random>
 #include <string>
-#include <vector>
 
 namespace {
 
@@ -103,9 +102,9 @@ TEST_F(KilledFeederTest, readersOfAllKindsNeverHangMixMissOrLoseValues) {
     d_state->d_frame = firstFrame;
     d_state->d_feed = 1;
     d_state->d_read = 1;
-    std::vector<std::unique_ptr<Process>> readerProcesses;
+    std::deque<Process> readerProcesses;
     for (unsigned i = 0; i < readers; ++i)
-        readerProcesses.push_back(std::make_unique<Process>([this, i] { read(i); }));
+        readerProcesses.emplace_back([this, i] { read(i); });
 
     std::mt19937 random(20110714);
     unsigned fed = 0; // feeders that got anywhere
@@ -123,8 +122,8 @@ TEST_F(KilledFeederTest, readersOfAllKindsNeverHangMixMissOrLoseValues) {
     Process last([this] { feed(); });
     EXPECT_TRUE(last.finished());
     d_state->d_read = 0;
-    for (auto const& process : readerProcesses)
-        EXPECT_TRUE(process->finished());
+    for (Process& process : readerProcesses)
+        EXPECT_TRUE(process.finished());
 
     for (unsigned reader = 0; reader < readers; ++reader) {
         SCOPED_TRACE("reader " + std::to_string(reader));

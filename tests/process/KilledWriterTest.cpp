@@ -5,6 +5,7 @@
 #include "tests/process/RobustMutex.h"
 #include "tests/process/Shared.h"
 
+#include <deque>
 #include <iostream>
 #include <memory>
 #include <random>
@@ -167,17 +168,17 @@ TEST_F(KilledWriterTest, readersNeverHangAndNeverMixValues) {
     bool const kill = robustMutexesWork();
     std::uint32_t const writers = kill ? 1000 : 20;
 
-    std::vector<std::unique_ptr<Process>> readerProcesses;
+    std::deque<Process> readerProcesses;
     Process first([&] { write(1); });
     ASSERT_TRUE(waitUntil([&] { return d_state->d_defined == 1; }));
     d_state->d_endWriter = 1;
     ASSERT_TRUE(first.finished());
     for (unsigned reader = 0; reader < readers; ++reader)
-        readerProcesses.push_back(std::make_unique<Process>([this, reader] { read(reader); }));
+        readerProcesses.emplace_back([this, reader] { read(reader); });
     runWriters(2, writers, kill);
     d_state->d_endReaders = 1;
-    for (auto const& process : readerProcesses)
-        EXPECT_TRUE(process->finished());
+    for (Process& process : readerProcesses)
+        EXPECT_TRUE(process.finished());
 
     std::uint64_t values = 0;
     for (auto const& ofReader : d_state->d_findings)

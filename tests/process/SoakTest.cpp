@@ -4,10 +4,9 @@
 #include "tests/process/Process.h"
 #include "tests/process/Shared.h"
 
+#include <deque>
 #include <iostream>
 #include <malloc.h>
-#include <memory>
-#include <vector>
 
 #if defined __SANITIZE_ADDRESS__ || defined __SANITIZE_THREAD__
 #define SANITIZED
@@ -115,13 +114,13 @@ TEST_F(SoakTest, readersOfAllKindsNeverMixMissOrLoseValues) {
         work();
     };
     Process writer([&] { inSilence([&] { write(); }); });
-    std::vector<std::unique_ptr<Process>> readerProcesses;
+    std::deque<Process> readerProcesses;
     for (unsigned i = 0; i < readers; ++i)
-        readerProcesses.push_back(std::make_unique<Process>([&, i] { inSilence([&] { read(i); }); }));
+        readerProcesses.emplace_back([&, i] { inSilence([&] { read(i); }); });
     EXPECT_TRUE(allIsWritten());
     EXPECT_TRUE(writer.finished());
-    for (auto const& process : readerProcesses)
-        EXPECT_TRUE(process->finished());
+    for (Process& process : readerProcesses)
+        EXPECT_TRUE(process.finished());
 
     EXPECT_EQ(d_state->d_untaken, 0U);
     EXPECT_GT(d_state->d_memoryAtATenth, 0U);
