@@ -5,7 +5,7 @@
 
 #include <gtest/gtest.h>
 
-#include <chrono>
+#include <ctime>
 #include <random>
 #include <string>
 #include <utility>
@@ -102,9 +102,9 @@ TEST(DbcRobustness, hostileFilesTakeLinearTime) {
         while (text.size() < 500000) {
             text += pattern;
         }
-        auto const start = std::chrono::steady_clock::now();
+        std::clock_t const start = std::clock(); // of the processor: others may be busy, too
         expectPromises(text);
-        EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10)) << name;
+        EXPECT_LT((std::clock() - start) / CLOCKS_PER_SEC, 10) << name;
     }
 }
 
