@@ -463,7 +463,7 @@ TEST_F(ShmSignalRecordTest, writeIsAnnouncedBeforeItWaitsForTheLock) {
     std::thread owner([&] {
         pthread_mutex_lock(&signal.d_data->mutex);
         locked = true;
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        std::this_thread::sleep_for(std::chrono::milliseconds(100)); // for a busy machine
         pthread_mutex_unlock(&signal.d_data->mutex);
     });
     while (!locked)
