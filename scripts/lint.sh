@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Checks the form of all C++ files and of the documentation, and runs the static checks on the library and the command.
+# Checks the form of all C++ files and of the documentation, and runs the static checks on the library, the command and
+# the examples.
 set -euo pipefail
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
@@ -20,7 +21,10 @@ cmake --build --preset dev --parallel "$(nproc)" --target qzsignal >/dev/null
 cmake --build --preset dev --target docs || status=1
 mandoc -Tlint -Wwarning docs/qzsignal.1 || status=1
 
-mapfile -t checked < <(git ls-files --cached --others --exclude-standard 'qzsignal/*.cpp' 'tools/*.cpp')
+# GCC's own analyzer is left out: that of GCC 12 takes `new` to return null, loses track in the standard library, and needs
+# 5 GB where CLI11 is used.
+mapfile -t checked < <(git ls-files --cached --others --exclude-standard \
+    'qzsignal/*.cpp' 'tools/*.cpp' ':(glob)examples/*.cpp')
 printf '%s\n' "${checked[@]}" |
     xargs --max-procs="$(nproc)" --max-args=1 clang-tidy --quiet -p build/dev || status=1
 
