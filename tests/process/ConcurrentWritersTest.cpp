@@ -40,9 +40,12 @@ void readCounters(std::vector<SharedName> const& names, CountedFindings* finding
     for (SharedName const& name : names)
         signals.push_back(std::make_unique<TestSignal>(name.c_str()));
     ++state.d_readersReady;
-    for (unsigned turn = 0; state.d_stop == 0; ++turn)
+    bool stopped = false;
+    for (unsigned turn = 0; !stopped; ++turn) {
+        stopped = state.d_stop != 0; // then once more: on a busy machine, no turn may have come while they wrote
         for (unsigned i = 0; i < countedSignals; ++i)
             readCounted(*signals[i], i, turn % 2 != 0, findings[i]);
+    }
 }
 
 } // namespace
