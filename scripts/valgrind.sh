@@ -10,7 +10,6 @@ cd "$root"
 
 left_out=(
     segmentThatAnotherUserKeepsToHimselfIsReported # valgrind answers shmat() itself, with another error
-    recordIsWithdrawnAndLockedWhileItIsFilledAnew  # needs two threads to run at once, which valgrind has take turns
     KilledFeeder                                   # feeders that are so slow are killed before their first frame
     Soak                                           # asks the allocator, whose place valgrind takes
 )
