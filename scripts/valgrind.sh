@@ -23,7 +23,9 @@ status=0
 ctest --preset valgrind --parallel "$jobs" --exclude-regex "$(IFS='|' && echo "${left_out[*]}")" "$@" </dev/null ||
     status=$?
 
-if [[ -n $(find "$logs" -type f -size +0 -print -exec cat {} \; | tee /dev/stderr) ]]; then
+found=$(find "$logs" -type f -size +0 -print -exec cat {} \;)
+if [[ -n $found ]]; then
+    printf '%s\n' "$found" >&2
     status=1
 fi
 exit "$status"
