@@ -70,7 +70,7 @@ class Build:
 
     PROGRAMS = ("unit/unit_tests", "unit/failing_calls_tests", "unit/allocation_tests", "docs/docs_tests",
                 "expression/expression_tests", "process/process_tests")
-    LIBRARY = "qzsignal/libqzsignal.so"
+    SHARED = "qzsignal/libqzsignal.so"
     # They take seconds, and have neighbours that fail as well.
     LEFT_OUT = "KilledWriterTest.readersNever*:RestartTest.lock*Stranger*"
     # They wait, or watch each single instruction, and so come last.
@@ -96,7 +96,7 @@ class Build:
         run(["ninja", "-C", self.folder, "-j", str(len(os.sched_getaffinity(0))), *targets])
         self.headers = self.dependencies()
         self.objects = [output for output in self.commands if re.search(r"/(qzsignal_objects|qztrace)\.dir/", output)]
-        self.links = {target: self.link_command(target) for target in (self.LIBRARY, *targets)}
+        self.links = {target: self.link_command(target) for target in (self.SHARED, *targets)}
 
     def precompiled(self):
         """A header with all that the library includes of the system, which is most of what a compiler reads."""
@@ -216,7 +216,7 @@ class Worker:
             if stage.target not in programs:
                 # These stay, and use the shared library.
                 is_outside = "process_tests" in stage.target
-                linked = self.link(Build.LIBRARY if is_outside else stage.target)
+                linked = self.link(Build.SHARED if is_outside else stage.target)
                 programs[stage.target] = self.build.folder / stage.target if linked and is_outside else linked
             if programs[stage.target] is None:
                 return "invalid"
