@@ -21,6 +21,7 @@
 #include <algorithm>
 #include <deque>
 #include <map>
+#include <type_traits>
 
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size);
 
@@ -99,26 +100,19 @@ All<CANSignalExt, canSignalDef_t>& canSignals() {
     return signals;
 }
 
-All<FedLINSignal, linSignalDef_t>& fedLINSignals() {
-    static All<FedLINSignal, linSignalDef_t> signals;
+// The pre-filter knows those of `LINSignal`, and messages reach those of `FedLINSignal`.
+template <typename Signal>
+All<Signal, linSignalDef_t>& linSignals() {
+    static All<Signal, linSignalDef_t> signals;
     if (signals.empty())
         for (auto const& [channel, identifier] : {std::pair(2, 0x21), std::pair(0, 0), std::pair(255, 0x3F)}) {
+            std::string const kind = std::is_same_v<Signal, FedLINSignal> ? "fed lin " : "lin ";
             linSignalDef_t definition =
-                linDefinition("fed lin " + std::to_string(signals.size()), static_cast<std::uint32_t>(identifier),
+                linDefinition(kind + std::to_string(signals.size()), static_cast<std::uint32_t>(identifier),
                               static_cast<std::uint8_t>(channel));
             put(definition, {4, 40, false, true});
             signals.emplace_back(definition);
         }
-    return signals;
-}
-
-All<LINSignal, linSignalDef_t>& linSignals() {
-    static All<LINSignal, linSignalDef_t> signals;
-    if (signals.empty())
-        for (auto const& [channel, identifier] : {std::pair(2, 0x21), std::pair(0, 0), std::pair(255, 0x3F)})
-            signals.emplace_back(linDefinition("lin " + std::to_string(signals.size()),
-                                               static_cast<std::uint32_t>(identifier),
-                                               static_cast<std::uint8_t>(channel)));
     return signals;
 }
 
@@ -234,7 +228,7 @@ void filterCAN(Payload const& record) {
 void filterLIN(Payload const& record) {
     Plain const plain(record);
     bool expected = false;
-    for (auto const& each : linSignals())
+    for (auto const& each : linSignals<LINSignal>())
         expected =
             expected || each.d_definition.channel * 256U + each.d_definition.msgId == plain[14] * 256 + plain.pair(26);
     ask(LINSignal::signalsInUse, record, expected);
@@ -318,12 +312,12 @@ void sendLIN(Input& input) {
     auto const isFed = [key](linSignalDef_t const& definition) {
         return definition.channel * 256U + definition.msgId == key;
     };
-    for (auto& each : fedLINSignals()) {
+    for (auto& each : linSignals<FedLINSignal>()) {
         served = served || isFed(each.d_definition);
         each.d_signal.clear();
     }
     expectNumber(LINSignal::decodeMessage(message), served ? key : 0, "LIN key");
-    for (auto& each : fedLINSignals())
+    for (auto& each : linSignals<FedLINSignal>())
         expectHeld(each.d_signal,
                    isFed(each.d_definition)
                        ? heldOf(message.data, message.data.size() % 256, each.d_definition, message.timestamp)
