@@ -206,6 +206,12 @@ TEST_F(KeyFileTest, fileIsMadeInAFolderThatIsThere) {
     EXPECT_FALSE(exists(d_name.path() + "-none"));
 }
 
+TEST_F(KeyFileTest, fileOfOneByteIsEmptied) {
+    std::ofstream(d_name.path()) << "1";
+    makeKeyFile(d_name.name());
+    EXPECT_EQ(contents(d_name.path()), "");
+}
+
 TEST_F(KeyFileTest, pipeOnTheWayIsNotWaitedFor) {
     ASSERT_EQ(mkfifo(d_name.path().c_str(), 0666), 0);
     makeKeyFile(d_name.name() + "/a"); // opening it for reading would wait for a writer
