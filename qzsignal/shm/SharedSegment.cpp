@@ -49,7 +49,7 @@ void warnWaiting(RecordFamily const& family, std::string const& instance, char c
 void* SharedSegment::create(RecordFamily const& family, std::string const& instance, RecordResetLock& lock) {
     std::string const path = keyPath(instance);
     makeKeyFile(instance);
-    d_key = keyOfFile(path);
+    d_key = keyOfInstance(instance);
     if (d_key == -1) {
         errorLine(family.d_label, ": ", instance, ": Missing File (", path, ")");
         return nullptr;
@@ -71,7 +71,7 @@ void* SharedSegment::create(RecordFamily const& family, std::string const& insta
 
 void* SharedSegment::attach(RecordFamily const& family, std::string const& instance) {
     std::string const path = keyPath(instance);
-    d_key = keyOfFile(path);
+    d_key = keyOfInstance(instance);
     if (d_key == -1) {
         warnWaiting(family, instance, "key", path);
         return nullptr;
