@@ -64,8 +64,7 @@ void* SharedSegment::create(RecordFamily const& family, std::string const& insta
         reportFailure(family, "::ctor: shmat", instance);
         return nullptr;
     }
-    if (!lock.adopt(recordMutex(record)))
-        lock.make(recordMutex(record));
+    lock.take(recordMutex(record));
     return record;
 }
 
