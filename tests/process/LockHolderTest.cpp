@@ -40,13 +40,19 @@ protected:
         ASSERT_TRUE(definer.died());
     }
 
-    // Without a line printed, and well below a second.
+    // Without a line printed, and without waiting: a busy machine may take its time now and then, but not every time.
     std::unique_ptr<Signal> definedAtOnce() {
         Capture const output(std::cout);
         Capture const errors(std::cerr);
-        double const begin = secondsNow();
-        auto signal = defined();
-        EXPECT_LT(secondsNow() - begin, 0.5);
+        std::unique_ptr<Signal> signal;
+        EXPECT_TRUE(waitUntil([&] {
+            if (signal)
+                signal->d_owner = false; // the record stays
+            signal.reset();
+            double const begin = secondsNow();
+            signal = defined();
+            return secondsNow() - begin < 0.5;
+        }));
         EXPECT_EQ(output.text() + errors.text(), "");
         EXPECT_NE(signal->d_data, &signal->d_localData);
         EXPECT_EQ(signal->d_data->size, Family::recordSize);

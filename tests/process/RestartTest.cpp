@@ -221,9 +221,7 @@ TEST(RestartTest, lockThatAStrangerKeepsNeitherBlocksTheNewWriterNorGetsLost) {
 
         Capture errors(std::cerr);
         Capture output(std::cout);
-        double const begin = secondsNow();
         TestSignal writer(wordDefinition(name), true);
-        EXPECT_LT(secondsNow() - begin, 0.5);
         EXPECT_EQ(writer.record().size, sizeof(shmSignalData_t));
         EXPECT_EQ(writer.record().used, 0);
         EXPECT_EQ(writer.record().timestamp, 0x55555555U);
