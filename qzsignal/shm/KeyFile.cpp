@@ -1,6 +1,7 @@
-// Making of key files, among whatever others have put into /tmp.
+// Key files, among whatever other users have put into /tmp.
 #include "qzsignal/shm/KeyFile.h"
 
+#include <cstdint>
 #include <cstring>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -10,47 +11,91 @@ namespace qzsignal {
 
 namespace {
 
-// A folder inside another one; negative if there is none. ".." and links may lead anywhere, so neither is a way.
-int folderIn(int folder, char const* name) {
-    if (std::strcmp(name, "..") == 0)
-        return -1;
-    return openat(folder, *name != '\0' ? name : ".", O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+bool leadsUp(char const* name) {
+    return std::strcmp(name, "..") == 0;
 }
 
-// No link is followed, no pipe and no lease makes us wait, and nothing but a regular file is emptied; nor is one that
-// has another name as well, which may be outside /tmp.
-void makeEmptyFile(int folder, char const* name) {
-    int const file = openat(folder, name, O_WRONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, 0666);
-    if (file < 0)
-        return;
-    struct stat status {};
-    if (fstat(file, &status) == 0 && S_ISREG(status.st_mode) && status.st_nlink == 1 && status.st_size != 0) {
-        // Nothing depends on the file's being empty; an error here has no consequence.
-        [[maybe_unused]] int const ignored = ftruncate(file, 0);
+// A key file's name in the folder that contains it, which stays open for as long as the object lives. Each folder on
+// the way is opened in the one before, so that a link that appears there meanwhile is not followed either.
+class Location {
+public:
+    explicit Location(std::string const& instance) : d_path(keyPath(instance)), d_name(d_path.data()) {
+        char* part = d_name + std::strlen("/tmp/");
+        if (std::strchr(part, '/') != nullptr)
+            enterFolders(part);
+        d_exists = d_exists && !leadsUp(part);
     }
-    close(file);
+    ~Location() {
+        if (d_folder >= 0)
+            close(d_folder);
+    }
+    Location(Location const&) = delete;
+    Location& operator=(Location const&) = delete;
+
+    bool exists() const { return d_exists; } // otherwise `folder` and `name` mean nothing
+    int folder() const { return d_folder; }
+    char const* name() const { return d_name; }
+
+private:
+    // Moves `part` on to the last part of the path.
+    void enterFolders(char*& part) {
+        d_folder = open("/tmp", O_PATH | O_DIRECTORY | O_CLOEXEC);
+        while (char* const slash = std::strchr(part, '/')) {
+            *slash = '\0';
+            int const inner = leadsUp(part) || d_folder < 0 ? -1 : openFolder(part);
+            if (d_folder >= 0)
+                close(d_folder);
+            d_folder = inner;
+            part = slash + 1;
+        }
+        d_name = part;
+        d_exists = d_folder >= 0;
+    }
+    int openFolder(char const* name) const {
+        return openat(d_folder, *name != '\0' ? name : ".", O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+    }
+
+    std::string d_path;
+    char* d_name; // in `d_path`
+    int d_folder = AT_FDCWD;
+    bool d_exists = true;
+};
+
+// Unlike lstat, statx also succeeds on 32-bit targets if a time in it is past 2038. `name` may be empty: the folder.
+bool look(int folder, char const* name, struct statx& status) {
+    return statx(folder, name, AT_SYMLINK_NOFOLLOW | AT_EMPTY_PATH, STATX_BASIC_STATS, &status) == 0;
 }
 
 } // namespace
 
-void makeKeyFile(std::string instance) {
-    if (instance.find('/') == std::string::npos)
-        return makeEmptyFile(AT_FDCWD, keyPath(instance).c_str()); // there is no way on which to be led astray
-    int folder = open("/tmp", O_PATH | O_DIRECTORY | O_CLOEXEC);
-    char* name = instance.data();
-    while (folder >= 0) {
-        char* const slash = std::strchr(name, '/');
-        if (slash == nullptr) {
-            makeEmptyFile(folder, name);
-            close(folder);
-            return;
-        }
-        *slash = '\0';
-        int const inner = folderIn(folder, name);
-        close(folder);
-        folder = inner;
-        name = slash + 1;
+// Computed as the C library does, from a single look at the file: `ftok` follows links, and whether a path is one may
+// change between that look and `ftok`. Handing `ftok` an open file instead, by its path in /proc, would need /proc.
+key_t keyOfInstance(std::string const& instance) {
+    Location const location(instance);
+    struct statx status {};
+    if (!location.exists() || !look(location.folder(), location.name(), status) || S_ISLNK(status.stx_mode))
+        return -1;
+    auto const key = std::uint32_t{'f'} << 24 | (status.stx_dev_minor & 0xff) << 16 |
+                     static_cast<std::uint32_t>(status.stx_ino & 0xffff);
+    return static_cast<key_t>(key);
+}
+
+// No link is followed, and neither a pipe nor a lease makes the caller wait. Only a regular file is emptied, and only
+// if it has no other name, which may be outside /tmp.
+void makeKeyFile(std::string const& instance) {
+    Location const location(instance);
+    if (!location.exists())
+        return;
+    int const file = openat(location.folder(), location.name(),
+                            O_WRONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, 0666);
+    if (file < 0)
+        return;
+    struct statx status {};
+    if (look(file, "", status) && S_ISREG(status.stx_mode) && status.stx_nlink == 1 && status.stx_size != 0) {
+        // Nothing depends on the file's being empty; an error here has no consequence.
+        [[maybe_unused]] int const ignored = ftruncate(file, 0);
     }
+    close(file);
 }
 
 } // namespace qzsignal

@@ -1,4 +1,4 @@
-// Where a shared signal's key comes from; the same for those who make segments and those who look for them.
+// The key file of a shared signal and the key it gives; the same for definers and for those that look a signal up.
 #pragma once
 
 #include <string>
@@ -10,14 +10,13 @@ inline std::string keyPath(std::string const& instance) {
     return "/tmp/" + instance;
 }
 
-// Key of the file at `path`; -1 if there is none.
-inline key_t keyOfFile(std::string const& path) {
-    return ftok(path.c_str(), 'f');
-}
+// The key that `ftok(path, 'f')` computes for the key file of an instance; -1 if there is no such file. A link is no
+// key file, and neither links nor ".." are followed on the way to it.
+key_t keyOfInstance(std::string const& instance);
 
-// Leaves an empty file at the path of an instance. /tmp belongs to everybody, so whatever else lies there under the
-// name is left alone, and nothing outside /tmp is touched, wherever the name or links on the way lead: there is no file
-// then. That it could not be made shows in its key.
-void makeKeyFile(std::string instance);
+// Leaves an empty key file for an instance, if possible; whether there is one shows in its key. /tmp belongs to every
+// user: whatever else has the name is left alone, and no file outside /tmp is made or changed, wherever the name and
+// links on the way lead.
+void makeKeyFile(std::string const& instance);
 
 } // namespace qzsignal

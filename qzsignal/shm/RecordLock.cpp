@@ -6,33 +6,40 @@
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
+#include <csignal>
+#include <cstddef>
+#include <cstdint>
 #include <cstring>
+#include <linux/futex.h>
 #include <sched.h>
+#include <sys/syscall.h>
+#include <sys/types.h>
+#include <unistd.h>
 
 namespace qzsignal {
 
 namespace {
 
-// A reader holds a lock for well under a microsecond, but may lose the processor meanwhile, for as long as the machine
-// is busy. A creator that gives up earlier breaks the lock under such a reader.
-constexpr std::chrono::seconds longestTakeover(1);
+// An access holds the lock for well under a microsecond, so a process that keeps it for longer was preempted or
+// stopped, for nobody knows how long.
+constexpr std::chrono::milliseconds longestTakeover(10);
 
-// After a trylock: makes a mutex usable again that a dead owner left behind, and hands the result on.
-int takenOver(int result, pthread_mutex_t& mutex) {
+// After a trylock: makes a mutex usable again that a dead owner left, and returns the result.
+int recovered(int result, pthread_mutex_t& mutex) {
     if (result == EOWNERDEAD)
         pthread_mutex_consistent(&mutex);
-    // Somebody took it over without a word and unlocked it, so that nobody can lock it any more. Nor may it be unlocked
-    // at the end of this access: the C library leaves it half locked, and would bring the process down.
+    // A process recovered it without marking it consistent, so that no process can lock it any more. Nor may it be
+    // unlocked at the end of this access: the C library leaves it half locked, and would crash the process.
     if (result == ENOTRECOVERABLE)
         initRecordMutex(mutex);
     return result;
 }
 
 int tryLock(pthread_mutex_t& mutex) {
-    return takenOver(pthread_mutex_trylock(&mutex), mutex);
+    return recovered(pthread_mutex_trylock(&mutex), mutex);
 }
 
-bool taken(int result) {
+bool isLocked(int result) {
     return result == 0 || result == EOWNERDEAD;
 }
 
@@ -48,16 +55,92 @@ LockOutcome outcomeOf(int result, char const* label, std::string const& instance
     return result == EOWNERDEAD ? LockOutcome::OwnerDied : LockOutcome::Failed;
 }
 
-// Only this kind tells of its owner's death.
-bool hasKindOfRecordMutex([[maybe_unused]] pthread_mutex_t const& mutex) {
+bool isZero(pthread_mutex_t const& mutex) {
+    auto const* const bytes = reinterpret_cast<unsigned char const*>(&mutex);
+    return std::all_of(bytes, bytes + sizeof mutex, [](unsigned char byte) { return byte == 0; });
+}
+
 #ifdef __GLIBC__
+
+// Bits of the C library's `__kind`.
+constexpr int typeBits = 0x03;
+constexpr int robustBit = 0x10;
+constexpr int sharedBit = 0x80;
+constexpr int normalBit = 0x200; // of no effect; set when a program asks for a normal mutex in so many words
+
+// Using a mutex does not change its kind.
+bool hasKindOfRecordMutex(pthread_mutex_t const& mutex) {
     pthread_mutex_t fresh;
     initRecordMutex(fresh);
-    return mutex.__data.__kind == fresh.__data.__kind; // which using it does not change
-#else
-    return true;
-#endif
+    return mutex.__data.__kind == fresh.__data.__kind;
 }
+
+// Thread that holds the mutex; 0: none.
+pid_t ownerOf(pthread_mutex_t const& mutex) {
+    int const lock = __atomic_load_n(&mutex.__data.__lock, __ATOMIC_RELAXED);
+    if ((mutex.__data.__kind & robustBit) != 0)
+        return lock & FUTEX_TID_MASK;
+    return lock != 0 ? __atomic_load_n(&mutex.__data.__owner, __ATOMIC_RELAXED) : 0;
+}
+
+bool isHeldByThisThread(pthread_mutex_t const& mutex) {
+    pid_t const owner = ownerOf(mutex);
+    return owner != 0 && owner == static_cast<pid_t>(syscall(SYS_gettid));
+}
+
+// The address at which this thread locked the robust mutex, which may be mapped elsewhere as well; null if it did not.
+// The list of what a thread holds contains that address, and on 32-bit targets, unlocking the mutex at another address
+// never ends. Mutexes in one list differ in what comes next, so one with the same neighbours is the same.
+pthread_mutex_t* heldAt(pthread_mutex_t const& mutex) {
+    static_assert(offsetof(pthread_mutex_t, __data.__lock) == 0, "the list leads there");
+    robust_list_head* head = nullptr;
+    std::size_t size = 0;
+    if (syscall(SYS_get_robust_list, 0, &head, &size) != 0 || head == nullptr)
+        return nullptr;
+    robust_list const* entry = head->list.next;
+    for (unsigned length = 0; entry != &head->list && length < ROBUST_LIST_LIMIT; ++length) {
+        constexpr std::uintptr_t flags = 1;
+        auto const address = reinterpret_cast<std::uintptr_t>(entry) & ~flags;
+        auto* const held =
+            reinterpret_cast<pthread_mutex_t*>(address + static_cast<std::uintptr_t>(head->futex_offset));
+        if (ownerOf(*held) == ownerOf(mutex) &&
+            std::memcmp(&held->__data.__list, &mutex.__data.__list, sizeof mutex.__data.__list) == 0)
+            return held;
+        entry = reinterpret_cast<robust_list const*>(address)->next;
+    }
+    return nullptr;
+}
+
+// Unlocks the mutex if this thread holds it, and can give it back.
+void giveBack(pthread_mutex_t const& mutex) {
+    while (isHeldByThisThread(mutex)) { // more than once, if its kind allows
+        pthread_mutex_t* const held = heldAt(mutex);
+        if (held == nullptr || pthread_mutex_unlock(held) != 0)
+            return;
+    }
+}
+
+// Of a mutex that cannot be locked. A robust mutex shows the death of its owner by itself, unless its process was
+// emulated or its memory was written over. What this thread still holds is in no list that it could damage.
+bool isHeldByLiveProcess(pthread_mutex_t const& mutex) {
+    pid_t const owner = ownerOf(mutex);
+    return owner > 0 && !isHeldByThisThread(mutex) && (kill(owner, 0) == 0 || errno != ESRCH);
+}
+
+#else
+
+// Other C libraries keep these to themselves.
+bool hasKindOfRecordMutex(pthread_mutex_t const&) {
+    return true;
+}
+
+void giveBack(pthread_mutex_t const&) {}
+
+bool isHeldByLiveProcess(pthread_mutex_t const&) {
+    return true;
+}
+
+#endif
 
 } // namespace
 
@@ -76,10 +159,9 @@ void initRecordMutex(pthread_mutex_t& mutex) {
 
 bool canBeLocked([[maybe_unused]] pthread_mutex_t const& mutex) {
 #ifdef __GLIBC__
-    // Its type, and whether it is robust and shared. What else a kind may tell, priorities and the elision of locks, is
-    // of no use between processes; some processors do not even know the instructions.
-    constexpr int known = 0x03 | 0x10 | 0x80;
-    return (mutex.__data.__kind & ~known) == 0;
+    // Other bits, such as priorities and the elision of locks, are of no use between processes; some processors do not
+    // even know the instructions.
+    return (mutex.__data.__kind & ~(typeBits | robustBit | sharedBit | normalBit)) == 0;
 #else
     return true;
 #endif
@@ -96,7 +178,7 @@ LockOutcome lockRecordAfter(int result, pthread_mutex_t& mutex, char const* labe
         sched_yield();
         result = pthread_mutex_trylock(&mutex);
     }
-    return outcomeOf(takenOver(result, mutex), label, instance);
+    return outcomeOf(recovered(result, mutex), label, instance);
 }
 
 void unlockFailed(int result, char const* label, std::string const& instance) {
@@ -104,47 +186,41 @@ void unlockFailed(int result, char const* label, std::string const& instance) {
 }
 
 RecordResetLock::~RecordResetLock() {
-    release();
+    if (d_mutex != nullptr)
+        pthread_mutex_unlock(d_mutex);
 }
 
-bool RecordResetLock::adopt(pthread_mutex_t& mutex) {
-    // New segments are zeroed.
-    auto const* const bytes = reinterpret_cast<unsigned char const*>(&mutex);
-    bool const isNew = std::all_of(bytes, bytes + sizeof mutex, [](unsigned char byte) { return byte == 0; });
-    if (isNew || !hasKindOfRecordMutex(mutex))
-        return false;
-    int const result = take(mutex);
-    // Only a robust mutex tells of its owner's death, and only a robust mutex refuses to be unlocked by somebody who
-    // does not hold it. Its bytes would not tell: a mutex that was in use does not look like a fresh one.
-    if (result == EOWNERDEAD)
-        return true;
-    if (result != 0)
-        return false;
-    release();
-    return pthread_mutex_unlock(&mutex) == EPERM && taken(take(mutex));
+void RecordResetLock::take(pthread_mutex_t& mutex) {
+    // New segments are zeroed. What cannot be locked is not held either: no process attaches to it.
+    if (isZero(mutex) || !canBeLocked(mutex))
+        return make(mutex);
+    giveBack(mutex);
+    int const result = poll(mutex);
+    if (result == EBUSY && isHeldByLiveProcess(mutex))
+        return;
+    if (isLocked(result) && hasKindOfRecordMutex(mutex)) {
+        d_mutex = &mutex;
+        return;
+    }
+    // Robust mutexes that a thread holds are in its list, and must not be there when they are made again.
+    giveBack(mutex);
+    make(mutex);
 }
 
 void RecordResetLock::make(pthread_mutex_t& mutex) {
     initRecordMutex(mutex);
-    take(mutex);
+    if (isLocked(poll(mutex)))
+        d_mutex = &mutex;
 }
 
-int RecordResetLock::take(pthread_mutex_t& mutex) {
+int RecordResetLock::poll(pthread_mutex_t& mutex) {
     auto const deadline = std::chrono::steady_clock::now() + longestTakeover;
     int result = tryLock(mutex);
-    while (result == EBUSY && std::chrono::steady_clock::now() < deadline) {
+    while ((result == EBUSY || result == ENOTRECOVERABLE) && std::chrono::steady_clock::now() < deadline) {
         sched_yield();
         result = tryLock(mutex);
     }
-    if (taken(result))
-        d_mutex = &mutex;
     return result;
-}
-
-void RecordResetLock::release() {
-    if (d_mutex != nullptr)
-        pthread_mutex_unlock(d_mutex);
-    d_mutex = nullptr;
 }
 
 } // namespace qzsignal

@@ -1,5 +1,5 @@
 /// @file
-/// The lock inside a shared record: how it is made, waited for, and taken over from a process that died.
+/// The lock in a shared record: how it is made, waited for, and recovered from a process that died.
 #pragma once
 
 #include <pthread.h>
@@ -11,31 +11,31 @@ namespace qzsignal {
 enum class LockOutcome {
     Locked,    ///< locked
     OwnerDied, ///< locked; a process died while it held the lock, so the record may be half written
-    Busy,      ///< not locked: somebody else holds it
+    Busy,      ///< not locked: another process holds it
     Failed,    ///< not locked, reported; the caller carries on without
 };
 
-/// Makes a mutex that several processes may share, and robust where the platform allows: if a process dies while it
-/// holds the mutex, the next to lock is told so instead of waiting forever.
+/// Makes a mutex that processes may share, and robust where the platform allows: if a process dies while it holds the
+/// mutex, the next attempt to lock it reports that instead of waiting forever.
 void initRecordMutex(pthread_mutex_t& mutex);
 
-/// False if this is no mutex: whatever others left in its place, the C library takes it for one of the kind that it
-/// shows, and some kinds end the process on the first attempt to lock them.
+/// False if these bytes are no mutex, or one of a kind that is of no use here. The C library believes whatever kind
+/// they show, and some kinds end the process on the first attempt to lock them.
 bool canBeLocked(pthread_mutex_t const& mutex);
 
-/// Tries for the lock once.
+/// Tries to lock once. Anything but success and `Busy` is reported.
 LockOutcome tryLockRecord(pthread_mutex_t& mutex, char const* label, std::string const& instance);
 
-/// Tries for the lock until it is free; between attempts it says so on standard output and gives up the processor.
-/// Deliberate: there is no limit and no sleep, and the line appears whatever the debug level. Never returns `Busy`.
-/// The first attempt was made: `result` is what trylock returned.
+/// Tries to lock until the lock is free; before each further attempt, prints a line to standard output and yields the
+/// processor. Deliberate: there is no limit and no sleep, and the line appears whatever the debug level. Never returns
+/// `Busy`. The caller has made the first attempt: `result` is what trylock returned.
 LockOutcome lockRecordAfter(int result, pthread_mutex_t& mutex, char const* label, std::string const& instance);
 
-/// Reports that unlocking gave an error, `result`. Nothing more: the access that ends here keeps its result.
+/// Reports that unlocking failed with the error `result`. The access that ends here keeps its own result.
 void unlockFailed(int result, char const* label, std::string const& instance);
 
-/// Holds the lock of a record while its creator fills it, if it can be had. Deliberate: a creator waits for nobody for
-/// long. After a second it does without, and a process that keeps the lock cannot stop it.
+/// Holds the lock of a record while its definer fills it, if the lock is free within 10 ms. Deliberate: a definer that
+/// starts again waits for no process, and fills the record without the lock otherwise.
 class RecordResetLock {
 public:
     RecordResetLock() = default;
@@ -43,27 +43,24 @@ public:
     RecordResetLock(RecordResetLock const&) = delete;
     RecordResetLock& operator=(RecordResetLock const&) = delete;
 
-    /// Takes the lock of `mutex`, found in a segment that outlived its creator, if `initRecordMutex` made it and nobody
-    /// keeps it; otherwise returns false. A mutex that can be adopted must not be made anew: a reader may take it at
-    /// any moment, and its unlock would then fail and leave the reader's list of robust mutexes broken.
-    bool adopt(pthread_mutex_t& mutex);
-
-    /// Makes the mutex anew, and takes it.
-    void make(pthread_mutex_t& mutex);
+    /// Takes the lock of `mutex` in a new or existing segment, silently; call it once. The thread's own lock is given
+    /// back first. Makes the mutex again if it is zero, not of the kind that `initRecordMutex` makes, or not
+    /// recoverable, or if its holder no longer exists; but never while another process holds it, whose unlock would
+    /// then fail and leave the mutex in that process's list of robust mutexes.
+    void take(pthread_mutex_t& mutex);
 
 private:
-    int take(pthread_mutex_t& mutex);
-    void release();
+    void make(pthread_mutex_t& mutex);
+    static int poll(pthread_mutex_t& mutex); ///< result of the last attempt to lock it
 
     pthread_mutex_t* d_mutex = nullptr; ///< null: not locked
 };
 
-/// Holds a signal's record from construction to destruction. What locking means (and whether there is anything to lock)
-/// is the signal's own business: its `lock` and `unlock`.
+/// Locks a signal's record from construction to destruction, by the signal's own `lock` and `unlock`.
 template <typename Signal>
 class RecordLock {
 public:
-    /// Takes the lock; `signal` has to outlive it.
+    /// Takes the lock; `signal` must outlive this object.
     explicit RecordLock(Signal& signal) : d_signal(signal) { d_signal.lock(); }
     ~RecordLock() { d_signal.unlock(); }
     RecordLock(RecordLock const&) = delete;

@@ -49,7 +49,7 @@ void warnWaiting(RecordFamily const& family, std::string const& instance, char c
 void* SharedSegment::create(RecordFamily const& family, std::string const& instance, RecordResetLock& lock) {
     std::string const path = keyPath(instance);
     makeKeyFile(instance);
-    d_key = keyOfFile(path);
+    d_key = keyOfInstance(instance);
     if (d_key == -1) {
         errorLine(family.d_label, ": ", instance, ": Missing File (", path, ")");
         return nullptr;
@@ -64,14 +64,13 @@ void* SharedSegment::create(RecordFamily const& family, std::string const& insta
         reportFailure(family, "::ctor: shmat", instance);
         return nullptr;
     }
-    if (!lock.adopt(recordMutex(record)))
-        lock.make(recordMutex(record));
+    lock.take(recordMutex(record));
     return record;
 }
 
 void* SharedSegment::attach(RecordFamily const& family, std::string const& instance) {
     std::string const path = keyPath(instance);
-    d_key = keyOfFile(path);
+    d_key = keyOfInstance(instance);
     if (d_key == -1) {
         warnWaiting(family, instance, "key", path);
         return nullptr;

@@ -286,7 +286,8 @@ TEST_F(ReplayTest, whateverLiesInPlaceOfAKeyFileIsLeftAlone) {
     ASSERT_EQ(mkfifo(("/tmp/" + d_drive.load()).c_str(), 0666), 0);
     Result const result(replay({"--fast", "--keep", log(drivingFrame)}));
     EXPECT_EQ(result.status, 0);
-    EXPECT_EQ(result.errors, "");
+    EXPECT_EQ(result.errors, "[ERROR] ShmSignal: " + d_drive.speed() + ": Missing File (/tmp/" + d_drive.speed() +
+                                 ")\nqzsignal: error: 1 of 2 signals could not be shared\n");
     EXPECT_EQ(contentsOf(target), "precious");
     EXPECT_EQ(valueOf(d_drive.load()), "-3.000000 18446744073709551613 1700000000123456");
 }

@@ -1,4 +1,5 @@
-// A new writer after one that ended: on the record that it left, or on one of its own.
+// A new writer after one that ended: on the record that it left, or on one of its own; and what becomes of those that
+// hold the lock of the record.
 #include "tests/process/Process.h"
 #include "tests/process/RobustMutex.h"
 #include "tests/process/Shared.h"
@@ -79,12 +80,14 @@ constexpr Leftover leftovers[] = {
     {"another make's mutex in an unfinished record", false, 0},
 };
 
-void lockAsStranger(SharedName const& name, Leftover const& leftover) {
+// Returns the record where the lock was taken.
+shmSignalData_t& lockAsStranger(SharedName const& name, Leftover const& leftover) {
     shmSignalData_t& record = mappedRecord(name);
     if (!leftover.d_ownMake)
         pthread_mutex_init(&record.mutex, nullptr);
     pthread_mutex_lock(&record.mutex);
     record.size = leftover.d_sizeWord;
+    return record;
 }
 
 // A writer ends in order and starts anew while `Signal` is attached to the first one's record.
@@ -202,30 +205,35 @@ TEST(RestartTest, lockHeldForAMomentIsLeftAlone) {
     }
 }
 
-TEST(RestartTest, lockThatAStrangerKeepsDoesNotBlockTheNewWriter) {
+TEST(RestartTest, lockThatAStrangerKeepsNeitherBlocksTheNewWriterNorGetsLost) {
     for (Leftover const& leftover : leftovers) {
         SCOPED_TRACE(leftover.d_what);
         SharedName const name;
         leaveRecord(name, 1, 100);
         Shared<Steps> steps;
         Process stranger([&] {
-            lockAsStranger(name, leftover);
+            shmSignalData_t& record = lockAsStranger(name, leftover);
             steps->d_locked = 1;
-            pause();
+            waitUntil([&] { return steps->d_mayGoOn == 1; });
+            steps->d_done = pthread_mutex_unlock(&record.mutex) == 0 ? 1 : 2;
         });
         ASSERT_TRUE(waitUntil([&] { return steps->d_locked == 1; }));
 
-        Process writerProcess([&] {
-            TestSignal writer(wordDefinition(name), true);
-            writer.write(wordPayload(2), 200ULL);
-            steps->d_done = 1;
-            kill(getpid(), SIGKILL);
-        });
-        ASSERT_TRUE(writerProcess.died());
+        Capture errors(std::cerr);
+        Capture output(std::cout);
+        TestSignal writer(wordDefinition(name), true);
+        EXPECT_EQ(writer.record().size, sizeof(shmSignalData_t));
+        EXPECT_EQ(writer.record().used, 0);
+        EXPECT_EQ(writer.record().timestamp, 0x55555555U);
+        EXPECT_NE(pthread_mutex_trylock(&writer.record().mutex), 0);
+        steps->d_mayGoOn = 1;
+        ASSERT_TRUE(stranger.finished());
         EXPECT_EQ(steps->d_done, 1U);
-        TestSignal reader(name.c_str());
-        EXPECT_EQ(reader.readRaw().d_raw, 2U);
-        expectWorkingLock(reader, name);
+        writer.write(wordPayload(2), 200ULL);
+        EXPECT_EQ(writer.readRaw().d_raw, 2U);
+        expectWorkingLock(writer, name);
+        EXPECT_EQ(errors.text(), "");
+        EXPECT_EQ(output.text(), "");
     }
 }
 

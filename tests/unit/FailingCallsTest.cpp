@@ -57,9 +57,9 @@ int __wrap_ftruncate64(int file, off_t size) {
     return fails("ftruncate") ? refused(-1, EIO) : __real_ftruncate64(file, size);
 }
 
-key_t __real_ftok(char const* path, int project);
-key_t __wrap_ftok(char const* path, int project) {
-    return fails("ftok") ? refused(-1, EACCES) : __real_ftok(path, project);
+int __real_statx(int folder, char const* path, int flags, unsigned mask, struct statx* status);
+int __wrap_statx(int folder, char const* path, int flags, unsigned mask, struct statx* status) {
+    return fails("statx") ? refused(-1, EACCES) : __real_statx(folder, path, flags, mask, status);
 }
 
 int __real_shmget(key_t key, size_t size, int flags);
@@ -230,7 +230,8 @@ TYPED_TEST(FailingCallsTest, definerReportsWhatFailed) {
         std::string d_errors;
     } const cases[] = {
         {"openat", 0, true, this->missing()},
-        {"ftok", 0, true, this->missing()},
+        {"statx", 0, false, ""}, // of the file that was made; it is not emptied then
+        {"statx", 1, true, this->missing()},
         {"shmget", 0, true, this->about("::ctor: shmget", ENOSPC)},
         {"shmat", 0, true, this->about("::ctor: shmat", ENOMEM)},
         {"init", 0, false, ""}, // of the record inside; without robustness then
@@ -261,7 +262,7 @@ TYPED_TEST(FailingCallsTest, readerReportsWhatFailedAndTriesAgain) {
         bool d_onRecordInside;
         std::string d_errors;
     } const cases[] = {
-        {"ftok", true, this->waiting("key")},
+        {"statx", true, this->waiting("key")},
         {"shmget", true, this->waiting("shared memory region id")},
         {"shmctl", false, ""}, // attaching tells what is wrong, if anything is
         {"shmat", true, this->about(": shmat", ENOMEM)},

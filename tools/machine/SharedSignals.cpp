@@ -23,11 +23,6 @@ namespace {
 
 using qzsignal::keyPath;
 
-std::optional<key_t> keyOfFile(std::string const& path) {
-    key_t const key = qzsignal::keyOfFile(path);
-    return key != -1 ? std::optional<key_t>(key) : std::nullopt;
-}
-
 // Puts a new file in place of `path`. The old one exists until then, so the new one has another inode number.
 bool replaceKeyFile(std::string const& path) {
     std::string other = keyPath(".qzsignal-XXXXXX");
@@ -67,7 +62,8 @@ std::vector<Segment> segments() {
 } // namespace
 
 std::optional<key_t> keyOf(std::string const& instance) {
-    return keyOfFile(keyPath(instance));
+    key_t const key = qzsignal::keyOfInstance(instance);
+    return key != -1 ? std::optional<key_t>(key) : std::nullopt;
 }
 
 std::optional<RecordKind> recordKind(std::string const& instance) {
@@ -93,14 +89,14 @@ std::optional<key_t> claimKey(std::string const& instance, std::unordered_map<ke
     std::string const path = keyPath(instance);
     int const file = open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
     if (file == -1)
-        return keyOfFile(path);
+        return keyOf(instance);
     close(file);
     constexpr int attempts = 100;
-    std::optional<key_t> key = keyOfFile(path);
+    std::optional<key_t> key = keyOf(instance);
     for (int i = 0; i < attempts && key && (taken.count(*key) != 0 || shmget(*key, 0, 0) != -1); ++i) {
         if (!replaceKeyFile(path))
             break;
-        key = keyOfFile(path);
+        key = keyOf(instance);
     }
     return key;
 }
@@ -118,7 +114,7 @@ std::vector<ListedSignal> sharedSignals() {
     while (dirent const* const entry = readdir(folder.get())) {
         struct stat status {};
         std::string const instance = entry->d_name;
-        // Whatever is not a plain file was not made as a key file, though ftok would give it a key.
+        // Anything but a regular file was not made as a key file, though a folder has a key as well.
         if (lstat(keyPath(instance).c_str(), &status) != 0 || !S_ISREG(status.st_mode))
             continue;
         std::optional<key_t> const key = keyOf(instance);

@@ -292,5 +292,15 @@ TEST_F(SignalSetTest, newKeyFileAvoidsKeysInUse) {
     EXPECT_EQ(claimKey("no-such-folder/name", taken), std::nullopt);
 }
 
+TEST_F(SignalSetTest, linkIsNoKeyFile) {
+    std::string const file = instance("file"), link = instance("link");
+    ASSERT_TRUE(claimKey(file, {}));
+    ASSERT_EQ(symlink(("/tmp/" + file).c_str(), ("/tmp/" + link).c_str()), 0);
+    EXPECT_EQ(claimKey(link, {}), std::nullopt);
+    EXPECT_EQ(keyOf(link), std::nullopt);
+    unlink(("/tmp/" + link).c_str());
+    unlink(("/tmp/" + file).c_str());
+}
+
 } // namespace
 } // namespace qztool

@@ -1,6 +1,8 @@
-// What making a key file does to whatever others have put into its place, and to what lies outside /tmp: nothing.
+// Key files are made without touching what others have put in their place, or anything outside /tmp, and have the keys
+// that ftok computes.
 #include "qzsignal/shm/KeyFile.h"
 
+#include "tests/support/Namespaces.h"
 #include "tests/support/OtherUser.h"
 #include "tests/support/SharedName.h"
 
@@ -10,6 +12,7 @@
 #include <cstdlib>
 #include <fcntl.h>
 #include <fstream>
+#include <set>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
@@ -67,6 +70,8 @@ protected:
         return lstat(d_name.path().c_str(), &status) == 0 ? status.st_mode & S_IFMT : 0;
     }
 
+    key_t key() const { return keyOfInstance(d_name.name()); }
+
     SharedName d_name;
     std::string d_outside;
     std::vector<std::string> d_paths;
@@ -79,7 +84,7 @@ TEST_F(KeyFileTest, linkToAFileIsNotFollowed) {
         ASSERT_EQ(symlink(each.c_str(), d_name.path().c_str()), 0);
         EXPECT_EQ(made(), mode_t{S_IFLNK});
         EXPECT_EQ(contents(each), "precious");
-        EXPECT_NE(keyOfFile(d_name.path()), -1) << "whatever lies there gives a key";
+        EXPECT_EQ(key(), -1) << "it has no key either";
         unlink(d_name.path().c_str());
     }
 }
@@ -89,25 +94,26 @@ TEST_F(KeyFileTest, linkToNowhereMakesNoFileThere) {
     ASSERT_EQ(symlink(target.c_str(), d_name.path().c_str()), 0);
     EXPECT_EQ(made(), mode_t{S_IFLNK});
     EXPECT_FALSE(exists(target));
-    EXPECT_EQ(keyOfFile(d_name.path()), -1);
+    EXPECT_EQ(key(), -1);
 }
 
 TEST_F(KeyFileTest, linkToADeviceIsLeftAlone) {
     ASSERT_EQ(symlink("/dev/full", d_name.path().c_str()), 0);
     EXPECT_EQ(made(), mode_t{S_IFLNK});
+    EXPECT_EQ(key(), -1);
 }
 
 TEST_F(KeyFileTest, deviceIsLeftAlone) {
     if (mknod(d_name.path().c_str(), S_IFCHR | 0666, makedev(1, 7)) != 0)
         GTEST_SKIP() << "needs to make a device";
     EXPECT_EQ(made(), mode_t{S_IFCHR});
-    EXPECT_NE(keyOfFile(d_name.path()), -1);
+    EXPECT_EQ(key(), d_name.key());
 }
 
 TEST_F(KeyFileTest, folderIsLeftAlone) {
     ASSERT_EQ(mkdir(d_name.path().c_str(), 0777), 0);
     EXPECT_EQ(made(), mode_t{S_IFDIR});
-    EXPECT_NE(keyOfFile(d_name.path()), -1);
+    EXPECT_EQ(key(), d_name.key());
     rmdir(d_name.path().c_str());
 }
 
@@ -117,7 +123,7 @@ TEST_F(KeyFileTest, pipeIsLeftAloneWhetherReadOrNot) {
     int const reader = open(d_name.path().c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
     EXPECT_EQ(made(), mode_t{S_IFIFO});
     close(reader);
-    EXPECT_NE(keyOfFile(d_name.path()), -1);
+    EXPECT_EQ(key(), d_name.key());
 }
 
 TEST_F(KeyFileTest, socketIsLeftAlone) {
@@ -128,7 +134,7 @@ TEST_F(KeyFileTest, socketIsLeftAlone) {
     ASSERT_EQ(bind(end, reinterpret_cast<sockaddr const*>(&address), sizeof address), 0);
     EXPECT_EQ(made(), mode_t{S_IFSOCK});
     close(end);
-    EXPECT_NE(keyOfFile(d_name.path()), -1);
+    EXPECT_EQ(key(), d_name.key());
 }
 
 TEST_F(KeyFileTest, fileThatHasAnotherNameKeepsItsContents) {
@@ -137,6 +143,7 @@ TEST_F(KeyFileTest, fileThatHasAnotherNameKeepsItsContents) {
     ASSERT_EQ(link(other.c_str(), d_name.path().c_str()), 0);
     EXPECT_EQ(made(), mode_t{S_IFREG});
     EXPECT_EQ(contents(other), "precious");
+    EXPECT_EQ(key(), d_name.key());
 }
 
 // Opening a file whose owner holds a lease on it waits until the owner gives that up, for three quarters of a minute.
@@ -161,7 +168,7 @@ TEST_F(KeyFileTest, fileOfAnotherUserIsEmptiedOnlyWherePermitted) {
     chmod(d_name.path().c_str(), 0644);
     EXPECT_EQ(errorsAsOtherUser([this] { makeKeyFile(d_name.name()); }), "");
     EXPECT_EQ(contents(d_name.path()), "roots");
-    EXPECT_NE(keyOfFile(d_name.path()), -1);
+    EXPECT_EQ(key(), d_name.key());
 }
 
 TEST_F(KeyFileTest, nameThatLeadsOutOfTheFolderMakesNoFile) {
@@ -173,6 +180,8 @@ TEST_F(KeyFileTest, nameThatLeadsOutOfTheFolderMakesNoFile) {
         EXPECT_FALSE(exists(target)) << way;
         makeKeyFile(way + existing);
         EXPECT_EQ(contents(existing), "precious") << way;
+        EXPECT_NE(ftok(keyPath(way + existing).c_str(), 'f'), -1) << way;
+        EXPECT_EQ(keyOfInstance(way + existing), -1) << way;
     }
 }
 
@@ -187,6 +196,8 @@ TEST_F(KeyFileTest, linkOnTheWayIsNotFollowed) {
         EXPECT_FALSE(exists(target)) << way;
         makeKeyFile(way + "precious");
         EXPECT_EQ(contents(existing), "precious") << way;
+        EXPECT_NE(ftok(keyPath(way + "precious").c_str(), 'f'), -1) << way;
+        EXPECT_EQ(keyOfInstance(way + "precious"), -1) << way;
     }
 }
 
@@ -201,9 +212,58 @@ TEST_F(KeyFileTest, fileIsMadeInAFolderThatIsThere) {
         std::ofstream(path) << "full";
         makeKeyFile("/" + d_name.name() + "-folder/" + name);
         EXPECT_EQ(contents(path), "") << path;
+        EXPECT_EQ(keyOfInstance(d_name.name() + "-folder/" + name), ftok(path.c_str(), 'f')) << path;
+        EXPECT_EQ(keyOfInstance("/" + d_name.name() + "-folder/" + name), ftok(path.c_str(), 'f')) << path;
     }
     makeKeyFile(d_name.name() + "-none/a");
     EXPECT_FALSE(exists(d_name.path() + "-none"));
+}
+
+// Many files, and two file systems if /tmp can be replaced here.
+TEST_F(KeyFileTest, keyIsTheOneOfFtok) {
+    auto const expectKeys = [this] {
+        std::set<key_t> keys;
+        for (int i = 0; i < 300; ++i) {
+            std::string const name = d_name.name() + "-" + std::to_string(i);
+            makeKeyFile(name);
+            EXPECT_EQ(keyOfInstance(name), ftok(keyPath(name).c_str(), 102));
+            keys.insert(keyOfInstance(name));
+        }
+        for (int i = 0; i < 300; ++i)
+            unlink((d_name.path() + "-" + std::to_string(i)).c_str());
+        EXPECT_EQ(keys.size(), 300U);
+    };
+    expectKeys();
+    PrivateTmp const other("size=64k");
+    if (other.isThere())
+        expectKeys();
+}
+
+TEST_F(KeyFileTest, keyOfAFileFromALaterAgeIsTheOneOfFtok) {
+    ASSERT_EQ(made(), mode_t{S_IFREG});
+    // Whatever the test program makes of such a time by itself.
+    ASSERT_EQ(std::system(("touch -d '2045-01-01 UTC' '" + d_name.path() + "'").c_str()), 0);
+    EXPECT_NE(d_name.key(), -1);
+    EXPECT_EQ(key(), d_name.key());
+}
+
+// As if a folder and not its name were asked for.
+TEST_F(KeyFileTest, foldersThatEndNamesHaveTheKeysOfFtok) {
+    ASSERT_EQ(mkdir(d_name.path().c_str(), 0777), 0);
+    for (std::string const& name : {std::string(), std::string("."), std::string("/"), d_name.name() + "/",
+                                    d_name.name() + "/.", d_name.name() + "//"})
+        EXPECT_EQ(keyOfInstance(name), ftok(keyPath(name).c_str(), 'f')) << name;
+    for (std::string const& name : {std::string(".."), d_name.name() + "/..", d_name.name() + "/../"})
+        EXPECT_EQ(keyOfInstance(name), -1) << name;
+    rmdir(d_name.path().c_str());
+}
+
+TEST_F(KeyFileTest, namesOfNoFileHaveNoKey) {
+    for (std::string const& name : {d_name.name(), d_name.name() + "/a", d_name.name() + std::string(300, 'x')})
+        EXPECT_EQ(keyOfInstance(name), -1) << name;
+    makeKeyFile(d_name.name());
+    EXPECT_EQ(keyOfInstance(d_name.name() + "/"), -1) << "it is no folder";
+    EXPECT_EQ(keyOfInstance(d_name.name() + "/a"), -1);
 }
 
 TEST_F(KeyFileTest, fileOfOneByteIsEmptied) {
@@ -228,6 +288,7 @@ TEST_F(KeyFileTest, processWithoutStandardInputMakesThemAsWell) {
         std::ofstream(keyPath(name)) << "full";
         makeKeyFile(name);
         EXPECT_EQ(contents(keyPath(name)), "") << name;
+        EXPECT_EQ(keyOfInstance(name), ftok(keyPath(name).c_str(), 'f')) << name;
         EXPECT_EQ(fcntl(STDIN_FILENO, F_GETFD), -1) << "left open";
     }
     dup2(input, STDIN_FILENO);
@@ -239,6 +300,7 @@ TEST_F(KeyFileTest, oddNamesAreFileNamesLikeOthers) {
         std::string const path = noted(d_name.path() + end);
         makeKeyFile(d_name.name() + end);
         EXPECT_TRUE(exists(path)) << end;
+        EXPECT_EQ(keyOfInstance(d_name.name() + end), ftok(path.c_str(), 'f')) << end;
     }
 }
 

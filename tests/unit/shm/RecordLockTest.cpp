@@ -1,15 +1,21 @@
-// The lock inside a record: retry, failure, death of the owner, takeover. Other processes are played by threads and by
-// forked children.
+// The lock in a record: retries, failures, death of the owner, and definers that start again. Other processes are
+// threads or forked.
 #include "qzsignal/shm/RecordLock.h"
 
+#include "tests/process/Process.h"
+#include "tests/process/Shared.h"
+#include "tests/process/Steps.h"
 #include "tests/support/Capture.h"
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <atomic>
 #include <cerrno>
 #include <cstring>
+#include <linux/futex.h>
 #include <sys/mman.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
@@ -28,6 +34,12 @@ void unlockRecord(pthread_mutex_t& mutex, char const* label, std::string const& 
     if (result != 0)
         unlockFailed(result, label, instance);
 }
+
+// Kinds of mutexes; records have `robust` ones where the platform allows.
+constexpr int normal = PTHREAD_MUTEX_NORMAL;
+constexpr int recursive = PTHREAD_MUTEX_RECURSIVE;
+constexpr int errorCheck = PTHREAD_MUTEX_ERRORCHECK;
+constexpr int robust = 0x100; // beside each of these
 
 class RecordLockTest : public testing::Test {
 protected:
@@ -64,6 +76,56 @@ protected:
         pthread_mutex_consistent(d_mutex);
         pthread_mutex_unlock(d_mutex);
         return true;
+    }
+
+    void makeMutex(int kind) {
+        pthread_mutexattr_t attributes;
+        pthread_mutexattr_init(&attributes);
+        pthread_mutexattr_setpshared(&attributes, PTHREAD_PROCESS_SHARED);
+        pthread_mutexattr_settype(&attributes, kind & ~robust);
+        if ((kind & robust) != 0)
+            pthread_mutexattr_setrobust(&attributes, PTHREAD_MUTEX_ROBUST);
+        ASSERT_EQ(pthread_mutex_init(d_mutex, &attributes), 0);
+        pthread_mutexattr_destroy(&attributes);
+    }
+
+    // Thread that holds the robust mutex.
+    pid_t ownerId() const {
+        int lock = 0;
+        std::memcpy(&lock, d_mutex, sizeof lock);
+        return lock & FUTEX_TID_MASK;
+    }
+
+    // Length of the list of this thread's robust mutexes.
+    static unsigned locksHeld() {
+        robust_list_head* head = nullptr;
+        std::size_t size = 0;
+        unsigned length = 0;
+        if (syscall(SYS_get_robust_list, 0, &head, &size) == 0)
+            for (robust_list const* entry = head->list.next; entry != &head->list && length < 100; entry = entry->next)
+                ++length;
+        return length;
+    }
+
+    // A definer can use the mutex, and the death of the next owner is noticed.
+    void expectRobustAfterTake() {
+        {
+            RecordResetLock lock;
+            lock.take(*d_mutex);
+            EXPECT_EQ(ownerId(), getpid());
+        }
+        EXPECT_TRUE(isFree());
+        expectRobust();
+    }
+    void expectRobust() {
+        {
+            RecordResetLock lock;
+            lock.take(*d_mutex);
+        }
+        pthread_mutex_t fresh;
+        initRecordMutex(fresh);
+        EXPECT_EQ(d_mutex->__data.__kind, fresh.__data.__kind);
+        EXPECT_EQ(pthread_mutex_unlock(d_mutex), EPERM) << "only a robust mutex refuses";
     }
 
     pthread_mutex_t* d_mutex;
@@ -170,11 +232,11 @@ TEST_F(RecordLockTest, failingUnlockIsReported) {
     EXPECT_EQ(errors.text(), "[ERROR] Label::unlock (name): Operation not permitted\n");
 }
 
-TEST_F(RecordLockTest, adoptsAFreeMutexAndHoldsIt) {
+TEST_F(RecordLockTest, definerTakesAFreeMutexAndHoldsIt) {
     for (int round = 0; round < 2; ++round) {
         {
             RecordResetLock lock;
-            EXPECT_TRUE(lock.adopt(*d_mutex));
+            lock.take(*d_mutex);
             EXPECT_FALSE(isFree());
         }
         EXPECT_TRUE(isFree());
@@ -183,83 +245,173 @@ TEST_F(RecordLockTest, adoptsAFreeMutexAndHoldsIt) {
     }
 }
 
-TEST_F(RecordLockTest, adoptsAMutexWhoseOwnerDied) {
+TEST_F(RecordLockTest, definerTakesAMutexWhoseOwnerDied) {
     if (!ownersDeathIsNoticed())
         GTEST_SKIP() << "robust mutexes do not work on this system";
     abandon();
     {
         RecordResetLock lock;
-        EXPECT_TRUE(lock.adopt(*d_mutex));
+        lock.take(*d_mutex);
         EXPECT_FALSE(isFree());
     }
     EXPECT_TRUE(isFree());
 }
 
-TEST_F(RecordLockTest, adoptsAMutexThatIsInUseForAShortTime) {
-    std::atomic<bool> locked{false};
-    std::thread user([&] {
-        pthread_mutex_lock(d_mutex);
-        locked = true;
-        std::this_thread::sleep_for(std::chrono::milliseconds(30));
-        pthread_mutex_unlock(d_mutex);
-    });
-    while (!locked)
-        std::this_thread::yield();
-    RecordResetLock lock;
-    EXPECT_TRUE(lock.adopt(*d_mutex));
-    user.join();
-}
-
-TEST_F(RecordLockTest, doesNotAdoptWhatIsKept) {
-    Capture const output(std::cout);
-    pthread_mutex_lock(d_mutex);
+// Which an emulator may do.
+TEST_F(RecordLockTest, definerMakesAMutexAgainIfTheDeathOfItsOwnerWasMissed) {
+    pid_t const child = fork();
+    if (child == 0)
+        _exit(0);
+    waitpid(child, nullptr, 0);
+    std::memcpy(d_mutex, &child, sizeof child); // the first word says who holds it
+    ASSERT_FALSE(isFree());
     {
         RecordResetLock lock;
-        EXPECT_FALSE(lock.adopt(*d_mutex));
+        lock.take(*d_mutex);
+        EXPECT_EQ(ownerId(), getpid());
     }
-    EXPECT_FALSE(isFree()) << "what it did not lock it does not unlock";
-    pthread_mutex_unlock(d_mutex);
-    EXPECT_EQ(output.text(), "");
+    EXPECT_TRUE(isFree());
 }
 
-TEST_F(RecordLockTest, doesNotAdoptAMutexOfAnotherMake) {
-    RecordResetLock lock;
-    pthread_mutex_t zero{};
-    EXPECT_FALSE(lock.adopt(zero)) << "never made";
-
-    pthread_mutexattr_t attributes;
-    pthread_mutexattr_init(&attributes);
-    pthread_mutexattr_setpshared(&attributes, PTHREAD_PROCESS_SHARED);
-    pthread_mutex_t plain;
-    pthread_mutex_init(&plain, &attributes);
-    pthread_mutexattr_destroy(&attributes);
-    EXPECT_FALSE(lock.adopt(plain)) << "not robust";
-
-    std::memset(d_mutex, 0xff, sizeof *d_mutex);
-    EXPECT_FALSE(lock.adopt(*d_mutex)) << "garbage";
-}
-
-// Whatever it is, nobody holds it: the first word says who does, and trying is only to be refused.
-TEST_F(RecordLockTest, doesNotAdoptWhatIsNoMutex) {
-    unsigned char bytes[sizeof *d_mutex] = {};
-    for (std::size_t place = sizeof(int); place < sizeof bytes; ++place)
-        for (unsigned bit = 1; bit < 256; bit *= 2) {
-            bytes[place] = static_cast<unsigned char>(bit);
-            std::memcpy(d_mutex, bytes, sizeof bytes);
+// A single attempt is not enough, however long it takes to be made.
+TEST_F(RecordLockTest, definerWaitsForAMoment) {
+    bool waited = false;
+    EXPECT_TRUE(waitUntil([&] {
+        std::atomic<bool> locked{false};
+        std::thread user([&] {
+            pthread_mutex_lock(d_mutex);
+            locked = true;
+            sleepMicroseconds(3000);
+            pthread_mutex_unlock(d_mutex);
+        });
+        while (!locked)
+            std::this_thread::yield();
+        double const begin = secondsNow();
+        {
             RecordResetLock lock;
-            EXPECT_FALSE(lock.adopt(*d_mutex)) << place << ", " << bit;
-            bytes[place] = 0;
+            lock.take(*d_mutex);
+            waited = ownerId() == getpid() && secondsNow() - begin > 0.001;
         }
+        user.join();
+        return waited;
+    }));
 }
 
-TEST_F(RecordLockTest, madeMutexIsHeldUntilTheEnd) {
-    std::memset(d_mutex, 0xff, sizeof *d_mutex);
+// Bytes and all: its holder's unlock is to find what its lock left.
+TEST_F(RecordLockTest, definerLeavesWhatAnotherProcessKeeps) {
+    for (int const kind : {normal, recursive, errorCheck, robust}) {
+        SCOPED_TRACE(kind);
+        makeMutex(kind);
+        Shared<Steps> steps;
+        Shared<std::array<int, 4>> results;
+        Process holder([&] {
+            int const first = pthread_mutex_trylock(d_mutex);
+            steps->next();
+            *results = {first, pthread_mutex_unlock(d_mutex), pthread_mutex_trylock(d_mutex),
+                        pthread_mutex_unlock(d_mutex)};
+        });
+        ASSERT_TRUE(steps->reach(1));
+        pthread_mutex_t const before = *d_mutex;
+        EXPECT_TRUE(waitUntil([&] { // a busy machine may take its time now and then, but not every time
+            Capture const output(std::cout);
+            Capture const errors(std::cerr);
+            double const begin = secondsNow();
+            RecordResetLock lock;
+            lock.take(*d_mutex);
+            EXPECT_EQ(output.text() + errors.text(), "");
+            return secondsNow() - begin < 0.5;
+        }));
+        EXPECT_EQ(std::memcmp(d_mutex, &before, sizeof before), 0);
+        steps->d_asked = 2;
+        ASSERT_TRUE(holder.finished());
+        EXPECT_EQ(*results, (std::array<int, 4>{0, 0, 0, 0}));
+        expectRobust();
+    }
+}
+
+TEST_F(RecordLockTest, definerGivesItsOwnThreadsLockBackFirst) {
+    for (int const kind : {normal, recursive, errorCheck, robust}) {
+        SCOPED_TRACE(kind);
+        makeMutex(kind);
+        for (int round = 0; round < (kind == recursive ? 3 : 1); ++round)
+            ASSERT_EQ(pthread_mutex_trylock(d_mutex), 0);
+        {
+            RecordResetLock lock;
+            lock.take(*d_mutex);
+            EXPECT_EQ(ownerId(), getpid());
+        }
+        EXPECT_TRUE(isFree());
+        expectRobust();
+    }
+}
+
+// The record is in memory twice then. On 32-bit targets, a mutex can only be unlocked at the address where it was
+// locked.
+TEST_F(RecordLockTest, definerGivesItsOwnThreadsLockBackWhereItWasTaken) {
+    if (!ownersDeathIsNoticed())
+        GTEST_SKIP() << "no lists of robust mutexes on this system";
+    pthread_mutex_t others[2];
+    for (pthread_mutex_t& other : others)
+        initRecordMutex(other);
+    auto* const again =
+        static_cast<pthread_mutex_t*>(mremap(d_mutex, 0, sizeof *d_mutex, MREMAP_MAYMOVE)); // a second mapping
+    ASSERT_NE(again, MAP_FAILED);
+    ASSERT_NE(again, d_mutex);
+    pthread_mutex_lock(&others[0]);
+    pthread_mutex_lock(d_mutex);
+    pthread_mutex_lock(&others[1]);
     {
         RecordResetLock lock;
-        lock.make(*d_mutex);
+        lock.take(*again);
         EXPECT_FALSE(isFree());
     }
     EXPECT_TRUE(isFree());
+    EXPECT_EQ(pthread_mutex_unlock(d_mutex), EPERM);
+    for (pthread_mutex_t& other : others)
+        EXPECT_EQ(pthread_mutex_unlock(&other), 0);
+    EXPECT_EQ(locksHeld(), 0U);
+    munmap(again, sizeof *again);
+}
+
+TEST_F(RecordLockTest, definerMakesAMutexOfAnotherKindAgain) {
+    for (int const kind : {normal, recursive, errorCheck, robust | recursive, robust | errorCheck}) {
+        SCOPED_TRACE(kind);
+        makeMutex(kind);
+        expectRobustAfterTake();
+        EXPECT_EQ(locksHeld(), 0U);
+        makeMutex(kind);
+        abandon(); // its owner is dead
+        expectRobustAfterTake();
+        EXPECT_EQ(locksHeld(), 0U);
+    }
+}
+
+TEST_F(RecordLockTest, definerMakesAMutexAgainThatCannotBeRecovered) {
+    if (!ownersDeathIsNoticed())
+        GTEST_SKIP() << "robust mutexes do not work on this system";
+    for (int const kind : {robust, robust | errorCheck}) {
+        makeMutex(kind);
+        abandon();
+        ASSERT_EQ(pthread_mutex_trylock(d_mutex), EOWNERDEAD);
+        pthread_mutex_unlock(d_mutex);
+        expectRobustAfterTake();
+    }
+}
+
+TEST_F(RecordLockTest, definerMakesAMutexOfWhateverIsInItsPlace) {
+    for (int const byte : {0, 0x60, 0xff}) {
+        SCOPED_TRACE(byte);
+        std::memset(d_mutex, byte, sizeof *d_mutex);
+        expectRobustAfterTake();
+    }
+    for (std::size_t place = 0; place < sizeof *d_mutex; ++place)
+        for (unsigned bit = 1; bit < 256; bit *= 2) {
+            std::string bytes(sizeof *d_mutex, '\0');
+            bytes[place] = static_cast<char>(bit);
+            bytes.copy(reinterpret_cast<char*>(d_mutex), bytes.size());
+            SCOPED_TRACE(testing::Message() << place << ", " << bit);
+            expectRobustAfterTake();
+        }
 }
 
 TEST_F(RecordLockTest, guardLocksForItsLifetime) {

@@ -169,6 +169,23 @@ TYPED_TEST(RefusedRecordTest, nameThatLeadsOutOfTheFolderIsReported) {
     EXPECT_EQ(rmdir(folder), 0) << "it is empty";
 }
 
+TYPED_TEST(RefusedRecordTest, linkDoesNotLeadToTheSegmentOfAnotherSignal) {
+    SharedName const other;
+    auto const victim = this->defined(other.name());
+    victim->write(0x3400000000000000ULL, 5ULL);
+    ASSERT_EQ(symlink(other.path().c_str(), this->d_name.path().c_str()), 0);
+    ASSERT_EQ(this->d_name.segmentId(), other.segmentId()) << "ftok follows it";
+
+    auto definer = this->defined();
+    EXPECT_EQ(this->d_errors.take(), this->missingFile(this->d_name.name()));
+    this->expectOwnRecord(std::move(definer));
+    auto const reader = this->opened();
+    EXPECT_EQ(this->d_errors.take(), this->waitingForKey());
+    EXPECT_TRUE(reader->d_waiting);
+    EXPECT_EQ(valueOf(*victim), 0x34U);
+    unlink(this->d_name.path().c_str()); // lest the segment be removed by way of it
+}
+
 TYPED_TEST(RefusedRecordTest, nameThatIsTooLongForAFileIsReported) {
     std::string const name = this->d_name.name() + std::string(300, 'x');
     auto definer = this->defined(name);
