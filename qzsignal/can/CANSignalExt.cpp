@@ -37,10 +37,10 @@ CANSignalExt::~CANSignalExt() {
     qzsignal::withdraw(canMessageContainer, messageId, this, label);
 }
 
-bool CANSignalExt::signalsInUse(unsigned char const* begin, unsigned char const* end) {
+bool CANSignalExt::signalsInUse(unsigned char const* begin, unsigned char const* /*end*/) {
     if (canMessageContainer.empty())
         return false;
-    qzsignal::RawRecord const record(begin, end);
+    qzsignal::RawRecord const record(begin);
     std::uint8_t const channel = record.byte(qzsignal::record::channel);
     std::uint32_t const identifier = record.word32(qzsignal::record::canIdentifier);
     // The identifier of a record has its extended flag in bit 31 already.

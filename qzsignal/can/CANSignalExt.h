@@ -37,8 +37,8 @@ public:
 
     ~CANSignalExt() override;
 
-    /// True if the frame of the serialized record at `begin` carries a signal of this process. `end` may be null; if it
-    /// is behind `begin`, bytes from there on count as zero.
+    /// True if the frame of the serialized record at `begin`, of at least 22 bytes, carries a signal of this process.
+    /// `end` is not used.
     static bool signalsInUse(unsigned char const* begin, unsigned char const* end);
 
     /// Writes the frame into all its signals. Returns the frame's key, or 0 if it has no signals. A signal's `write`

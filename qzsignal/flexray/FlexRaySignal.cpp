@@ -114,10 +114,10 @@ unsigned long long FlexRaySignal::fillFlexRayIdArray() {
 bool FlexRaySignal::signalsInUse(unsigned char const* begin, unsigned char const* end) {
     if (frMessageContainer.empty())
         return false;
-    // Deliberate: 20 bytes are enough, though the cycle comes later; a missing one counts as zero.
+    // Deliberate: 20 bytes are enough, though the cycle is byte 24 and is read wherever the record ends.
     if (!std::greater<>()(end, begin) || end - begin < std::ptrdiff_t{qzsignal::record::flexRayLeast})
         return false;
-    qzsignal::RawRecord const record(begin, end);
+    qzsignal::RawRecord const record(begin);
     std::uint32_t const cell = qzsignal::flexRayCell(record.byte(qzsignal::record::flexRayChannel),
                                                      record.byte(qzsignal::record::flexRayCycle),
                                                      record.word16(qzsignal::record::flexRaySlot));

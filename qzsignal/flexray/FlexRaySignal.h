@@ -55,8 +55,8 @@ public:
     /// frame's key. Part of defining a signal.
     unsigned long long fillFlexRayIdArray();
 
-    /// True if the frame of the serialized record in [begin, end) carries a signal of this process, or once did. Bytes
-    /// from `end` on count as zero.
+    /// True if the frame of the serialized record at `begin`, of at least 25 bytes, carries a signal of this process,
+    /// or once did. If `end` - `begin` is less than 20, the result is false; otherwise `end` is not used.
     static bool signalsInUse(unsigned char const* begin, unsigned char const* end);
 
     /// Writes the frame into all its signals; one without payload writes nothing. Returns the frame's key, whether it

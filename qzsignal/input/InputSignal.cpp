@@ -39,10 +39,10 @@ InputSignal::~InputSignal() {
     qzsignal::withdraw(inputContainer, messageId, this, label);
 }
 
-bool InputSignal::signalsInUse(unsigned char const* begin, unsigned char const* end) {
+bool InputSignal::signalsInUse(unsigned char const* begin, unsigned char const* /*end*/) {
     if (inputContainer.empty())
         return false;
-    qzsignal::RawRecord const record(begin, end);
+    qzsignal::RawRecord const record(begin);
     qzsignal::Input input = qzsignal::reportedInput(record);
     if (input.d_class == qzsignal::InputClass::None)
         return false;

@@ -64,10 +64,10 @@ void InputSignalExt::follow() {
         qzsignal::warningLine(label, ": ", instance, " not found in predefined input lists, gpId = 0");
 }
 
-bool InputSignalExt::signalsInUse(unsigned char const* begin, unsigned char const* end) {
+bool InputSignalExt::signalsInUse(unsigned char const* begin, unsigned char const* /*end*/) {
     if (inputContainer.empty())
         return false;
-    qzsignal::Input const input = qzsignal::reportedInput(qzsignal::RawRecord(begin, end));
+    qzsignal::Input const input = qzsignal::reportedInput(qzsignal::RawRecord(begin));
     if (input.d_class == qzsignal::InputClass::None)
         return false;
     bool const found = inputContainer.signals(keyOf(input)) != nullptr;

@@ -38,7 +38,7 @@ public:
     ~InputSignalExt() override;
 
     /// True if the serialized record at `begin`, of at least 17 bytes, reports an input that a signal of this process
-    /// follows. `end` may be null; if it is behind `begin`, bytes from there on count as zero.
+    /// follows. `end` is not used.
     static bool signalsInUse(unsigned char const* begin, unsigned char const* end);
 
     /// @{

@@ -32,10 +32,10 @@ LINSignal::~LINSignal() {
     qzsignal::withdraw(linMessageContainer, messageId, this, label);
 }
 
-bool LINSignal::signalsInUse(unsigned char const* begin, unsigned char const* end) {
+bool LINSignal::signalsInUse(unsigned char const* begin, unsigned char const* /*end*/) {
     if (linMessageContainer.empty())
         return false;
-    qzsignal::RawRecord const record(begin, end);
+    qzsignal::RawRecord const record(begin);
     std::uint8_t const channel = record.byte(qzsignal::record::channel);
     std::uint16_t const identifier = record.word16(qzsignal::record::linIdentifier);
     return linMessageContainer.signals(qzsignal::linKey(channel, identifier)) != nullptr;

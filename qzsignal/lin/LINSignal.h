@@ -35,8 +35,8 @@ public:
 
     ~LINSignal() override;
 
-    /// True if the frame of the serialized record at `begin` carries a signal of this process. `end` may be null; if it
-    /// is behind `begin`, bytes from there on count as zero.
+    /// True if the frame of the serialized record at `begin`, of at least 28 bytes, carries a signal of this process.
+    /// `end` is not used.
     static bool signalsInUse(unsigned char const* begin, unsigned char const* end);
 
     /// Writes the frame into the signals that are filed under its channel and identifier without the LIN tag. Returns

@@ -4,6 +4,7 @@
 #include "qzsignal/trace/CANExtTraceMessage.h"
 #include "tests/support/Capture.h"
 #include "tests/support/Observe.h"
+#include "tests/support/PreFilters.h"
 #include "tests/support/SharedName.h"
 
 #include <gtest/gtest.h>
@@ -176,18 +177,9 @@ TEST_F(CANSignalExtTest, preFilterTellsStandardFromExtended) {
     EXPECT_FALSE(inUse(record(2, 0x80000123)));
 }
 
-TEST_F(CANSignalExtTest, preFilterNeedsNoEnd) {
+TEST_F(CANSignalExtTest, preFilterDoesNotUseItsSecondPointer) {
     CANSignalExt const signal(definition("a", 0x123), false);
-    Record const bytes = record(1, 0x123);
-    EXPECT_TRUE(CANSignalExt::signalsInUse(bytes.data(), nullptr));
-    EXPECT_TRUE(CANSignalExt::signalsInUse(bytes.data(), bytes.data())) << "no length to go by";
-}
-
-TEST_F(CANSignalExtTest, preFilterReadsNothingBehindTheEnd) {
-    CANSignalExt const signal(definition("a", 0x100), false);
-    Record const bytes = record(1, 0x123);
-    EXPECT_TRUE(CANSignalExt::signalsInUse(bytes.data(), bytes.data() + 21)) << "the missing byte counts as zero";
-    EXPECT_FALSE(CANSignalExt::signalsInUse(bytes.data(), bytes.data() + 22));
+    expectSecondPointerUnused(CANSignalExt::signalsInUse, record(1, 0x123), record(1, 0x100));
 }
 
 TEST_F(CANSignalExtTest, preFilterOfNoSignalsIsFalseAndSilent) {

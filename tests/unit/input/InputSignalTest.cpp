@@ -4,6 +4,7 @@
 #include "tests/support/Capture.h"
 #include "tests/support/InputMessages.h"
 #include "tests/support/Observe.h"
+#include "tests/support/PreFilters.h"
 
 #include <gtest/gtest.h>
 
@@ -431,24 +432,11 @@ TEST_F(InputSignalTest, noRecordOfAOneByteTypeIsOneOfTheKeyboard) {
     }
 }
 
-TEST_F(InputSignalTest, preFilterNeedsNoEnd) {
-    InputSignal const signal("DI.3");
-    InputRecord const bytes = inputRecord(0x13, 3);
-    EXPECT_TRUE(InputSignal::signalsInUse(bytes.data(), nullptr));
-    EXPECT_TRUE(InputSignal::signalsInUse(bytes.data(), bytes.data())) << "no length to go by";
-    EXPECT_FALSE(InputSignal::signalsInUse(inputRecord(0x13, 2).data(), nullptr));
-}
-
-TEST_F(InputSignalTest, preFilterReadsNothingBehindTheEnd) {
-    InputSignal const first("DI.3"), second("AI.3");
-    // Of the very size, so that a memory checker sees what lies behind.
-    for (std::size_t length = 1; length < 18; ++length) {
-        InputRecord const whole = inputRecord(0x13, 3), analog = inputRecord(0x12, 3);
-        std::vector<unsigned char> const bytes(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(length));
-        EXPECT_FALSE(InputSignal::signalsInUse(bytes.data(), bytes.data() + length)) << "the mask is missing";
-        std::vector<unsigned char> const others(analog.begin(), analog.begin() + static_cast<std::ptrdiff_t>(length));
-        EXPECT_EQ(InputSignal::signalsInUse(others.data(), others.data() + length), length > 16);
-    }
+TEST_F(InputSignalTest, preFilterDoesNotUseItsSecondPointer) {
+    InputSignal const digital("DI.3"), analog("AI.3"), key("RC.F7");
+    expectSecondPointerUnused(InputSignal::signalsInUse, inputRecord(0x13, 3), inputRecord(0x13, 3, 2));
+    expectSecondPointerUnused(InputSignal::signalsInUse, inputRecord(0x12, 3), inputRecord(0x12, 2));
+    expectSecondPointerUnused(InputSignal::signalsInUse, inputRecord(0x8031, 0), inputRecord(0x8030, 0));
 }
 
 TEST_F(InputSignalTest, preFilterOfNoSignalsDoesNotLookAtTheRecord) {

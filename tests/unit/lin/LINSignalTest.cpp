@@ -4,6 +4,7 @@
 #include "tests/support/Capture.h"
 #include "tests/support/LINFixture.h"
 #include "tests/support/Observe.h"
+#include "tests/support/PreFilters.h"
 #include "tests/support/SharedName.h"
 
 #include <gtest/gtest.h>
@@ -148,18 +149,9 @@ TEST_F(LINSignalTest, preFilterIsSilentWhateverTheDebugLevel) {
     EXPECT_EQ(output.text() + errors.text(), "");
 }
 
-TEST_F(LINSignalTest, preFilterNeedsNoEnd) {
-    LINSignal const signal(linDefinition("a", 0x21), false);
-    LINRecord const bytes = linRecord(2, 0x21);
-    EXPECT_TRUE(LINSignal::signalsInUse(bytes.data(), nullptr));
-    EXPECT_TRUE(LINSignal::signalsInUse(bytes.data(), bytes.data())) << "no length to go by";
-}
-
-TEST_F(LINSignalTest, preFilterReadsNothingBehindTheEnd) {
-    LINSignal const signal(linDefinition("a", 0x100), false);
-    LINRecord const bytes = linRecord(2, 0x121);
-    EXPECT_TRUE(LINSignal::signalsInUse(bytes.data(), bytes.data() + 27)) << "the missing byte counts as zero";
-    EXPECT_FALSE(LINSignal::signalsInUse(bytes.data(), bytes.data() + 28));
+TEST_F(LINSignalTest, preFilterDoesNotUseItsSecondPointer) {
+    LINSignal const signal(linDefinition("a", 0x121), false);
+    expectSecondPointerUnused(LINSignal::signalsInUse, linRecord(2, 0x121), linRecord(2, 0x100));
 }
 
 TEST_F(LINSignalTest, preFilterOfNoSignalsIsFalse) {
