@@ -35,8 +35,9 @@ InputSignal::InputSignal(char const* name) : BaseSignal(name, "") {
 }
 
 InputSignal::~InputSignal() {
-    // Deliberate: a signal of an unknown name, which has key 0 as well, misses itself among those of the empty name.
-    qzsignal::withdraw(inputContainer, messageId, this, label);
+    // A signal of an unknown name was never filed, so it is not missing under key 0, which is the empty name's.
+    bool const filed = messageId != 0 || instance.empty();
+    qzsignal::withdraw(inputContainer, messageId, this, filed ? label : nullptr);
 }
 
 bool InputSignal::signalsInUse(unsigned char const* begin, unsigned char const* /*end*/) {

@@ -51,7 +51,8 @@ InputSignalExt::InputSignalExt(char const* instanceName)
 }
 
 InputSignalExt::~InputSignalExt() {
-    qzsignal::withdraw(inputContainer, messageId, this, label);
+    // A signal without a key was never filed, so it is not missing from an entry that a program made under 0.
+    qzsignal::withdraw(inputContainer, messageId, this, messageId != 0 ? label : nullptr);
 }
 
 // Files the signal under the key of its input. The empty name finds the row that ends the table, which is no input.

@@ -231,6 +231,18 @@ TEST_F(InputSignalExtTest, emptyNameIsNoInput) {
     EXPECT_TRUE(InputSignalExt::inputContainer.empty());
 }
 
+TEST_F(InputSignalExtTest, signalThatWasNeverFiledIsSimplyDestroyed) {
+    InputSignalExt other(definition("DI.0"), false);
+    InputSignalExt::inputContainer[0] = {&other}; // made by a program
+    Capture errors(std::cerr);
+    {
+        InputSignalExt const unknown(definition("DI.5"), false);
+        errors.take(); // the warning
+    }
+    EXPECT_EQ(errors.text(), "");
+    InputSignalExt::inputContainer.erase(0);
+}
+
 TEST_F(InputSignalExtTest, inputsOfTheProcessAreFiledApart) {
     InputProbe const signal(definition("DI.0"), false);
     EXPECT_EQ(InputSignalExt::inputContainer.begin()->first, 0x0800000000000000U);

@@ -325,12 +325,28 @@ TEST_F(InputSignalTest, emptyNameIsFiledUnderKeyZero) {
     EXPECT_EQ(errors.text(), "");
 }
 
-TEST_F(InputSignalTest, unknownNameMissesItselfAmongSignalsOfTheEmptyName) {
+TEST_F(InputSignalTest, unknownNameIsSimplyDestroyedBesideSignalsOfTheEmptyName) {
     Capture const errors(std::cerr);
     InputSignal const empty("");
     { InputSignal const unknown("AI.10"); }
-    EXPECT_EQ(errors.text(), "[ERROR] InputSignal::~InputSignal(): instance not found in vector\n");
+    EXPECT_EQ(errors.text(), "");
     EXPECT_EQ(InputSignal::inputContainer.at(0).size(), 1U);
+    {
+        InputSignal unknown("AI.10");
+        InputSignal::inputContainer[0].push_back(&unknown); // filed by hand
+    }
+    EXPECT_EQ(InputSignal::inputContainer.at(0).size(), 1U) << "no pointer to a destroyed signal stays";
+}
+
+TEST_F(InputSignalTest, signalOfTheEmptyNameMissingFromItsEntryIsReported) {
+    Capture const errors(std::cerr);
+    InputSignal const other("DI.0");
+    {
+        InputSignal const empty("");
+        InputSignal::inputContainer.at(0) = {const_cast<InputSignal*>(&other)};
+    }
+    EXPECT_EQ(errors.text(), "[ERROR] InputSignal::~InputSignal(): instance not found in vector\n");
+    InputSignal::inputContainer.erase(0);
 }
 
 TEST_F(InputSignalTest, lastSignalOfAnInputTakesTheEntryAlong) {
