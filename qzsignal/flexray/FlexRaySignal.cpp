@@ -1,6 +1,7 @@
 // Frame identification, filing and feeding of FlexRay signals.
 #include "qzsignal/flexray/FlexRaySignal.h"
 
+#include "qzsignal/PrintedForm.h"
 #include "qzsignal/flexray/FlexRayIdTable.h"
 #include "qzsignal/shm/HotAccess.h"
 #include "qzsignal/signal/Diagnostics.h"
@@ -143,12 +144,13 @@ unsigned long long FlexRaySignal::decodeMessage(FlexRayExtTraceMessage const& me
 }
 
 std::ostream& operator<<(std::ostream& out, flexRaySignalDef_t const& definition) {
-    return out << static_cast<baseSignalDef_t const&>(definition) << ",slot=" << definition.slot
-               << ",baseCycle=" << unsigned{definition.baseCycle} << ",repetition=" << unsigned{definition.repetition}
-               << ",type=" << (definition.frameType != 0 ? "static" : "dynamic")
-               << ",startByte=" << unsigned{definition.startByte} << ",byteSize=" << unsigned{definition.byteSize};
+    return qzsignal::printForm(
+        out, static_cast<baseSignalDef_t const&>(definition), ",slot=", definition.slot,
+        ",baseCycle=", unsigned{definition.baseCycle}, ",repetition=", unsigned{definition.repetition},
+        ",type=", definition.frameType != 0 ? "static" : "dynamic", ",startByte=", unsigned{definition.startByte},
+        ",byteSize=", unsigned{definition.byteSize});
 }
 
 std::ostream& operator<<(std::ostream& out, FlexRaySignal const& signal) {
-    return out << static_cast<ShmSignal const&>(signal) << ";" << signal.d_definition;
+    return qzsignal::printForm(out, static_cast<ShmSignal const&>(signal), ";", signal.d_definition);
 }

@@ -1,6 +1,7 @@
 // Values of inputs in the process, and their feeding.
 #include "qzsignal/input/InputSignal.h"
 
+#include "qzsignal/PrintedForm.h"
 #include "qzsignal/input/InputMessages.h"
 #include "qzsignal/signal/Dispatch.h"
 
@@ -121,11 +122,10 @@ bool InputSignal::isModified() const {
 }
 
 void InputSignal::print(std::ostream&) const {
-    if (!used) {
-        std::cout << "InputSignal not used" << std::endl;
-        return;
-    }
-    std::cout << std::dec << instance << ", value=" << value << ", timestamp=" << timestamp;
+    if (used)
+        qzsignal::printForm(std::cout, std::dec, instance, ", value=", value, ", timestamp=", timestamp);
+    else
+        qzsignal::printForm(std::cout, "InputSignal not used\n").flush();
 }
 
 void InputSignal::clear() {

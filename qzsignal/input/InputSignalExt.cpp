@@ -1,6 +1,7 @@
 // Filing and feeding of inputs in shared memory.
 #include "qzsignal/input/InputSignalExt.h"
 
+#include "qzsignal/PrintedForm.h"
 #include "qzsignal/input/InputMessages.h"
 #include "qzsignal/signal/Dispatch.h"
 
@@ -95,6 +96,6 @@ std::ostream& operator<<(std::ostream& out, inputSignalDef_t const& definition) 
 }
 
 std::ostream& operator<<(std::ostream& out, InputSignalExt const& signal) {
-    return out << static_cast<ShmSignal const&>(signal) << ";" << signal.d_definition << ";index=" << std::hex
-               << std::noshowbase << std::nouppercase << signal.messageId;
+    return qzsignal::printForm(out, static_cast<ShmSignal const&>(signal), ";", signal.d_definition,
+                               ";index=", std::hex, std::noshowbase, std::nouppercase, signal.messageId);
 }

@@ -1,6 +1,7 @@
 // Filing and feeding of LIN signals.
 #include "qzsignal/lin/LINSignal.h"
 
+#include "qzsignal/PrintedForm.h"
 #include "qzsignal/signal/Diagnostics.h"
 #include "qzsignal/signal/Dispatch.h"
 #include "qzsignal/signal/MessageKey.h"
@@ -53,9 +54,9 @@ unsigned long long LINSignal::decodeMessage(LINTraceMessage const& message) {
 }
 
 std::ostream& operator<<(std::ostream& out, linSignalDef_t const& definition) {
-    return out << static_cast<baseSignalDef_t const&>(definition) << ",msgId=" << definition.msgId;
+    return qzsignal::printForm(out, static_cast<baseSignalDef_t const&>(definition), ",msgId=", definition.msgId);
 }
 
 std::ostream& operator<<(std::ostream& out, LINSignal const& signal) {
-    return out << static_cast<ShmSignal const&>(signal) << ";" << signal.d_definition;
+    return qzsignal::printForm(out, static_cast<ShmSignal const&>(signal), ";", signal.d_definition);
 }
