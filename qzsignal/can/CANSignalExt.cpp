@@ -1,4 +1,4 @@
-// Keys, filing and feeding of CAN signals.
+// Filing and feeding CAN signals.
 #include "qzsignal/can/CANSignalExt.h"
 
 #include "qzsignal/PrintedForm.h"

@@ -1,4 +1,4 @@
-// Filing and feeding of inputs in shared memory.
+// Filing and feeding inputs in shared memory.
 #include "qzsignal/input/InputSignalExt.h"
 
 #include "qzsignal/PrintedForm.h"
@@ -14,13 +14,13 @@ using qzsignal::debugLine;
 
 constexpr char label[] = "InputSignalExt";
 
-// Deliberate: a digital input is keyed by its number alone here, whatever bits of it a message reports.
+// Deliberate: unlike in the process, a digital input is keyed by its number alone, whatever bits a message reports.
 constexpr auto keyOf = qzsignal::numberKey;
 
 unsigned long long feed(qzsignal::InputEvent const& event, char const* inputClass) {
     unsigned long long const served =
         qzsignal::deliver(InputSignalExt::inputContainer, keyOf(event.d_input), label, event);
-    // Deliberate: the line shows the result, which is always 0, and not the key that was looked for.
+    // Deliberate: the line shows the result, which is always 0, and not the key that was looked up.
     if (served == 0 && debugging())
         debugLine("InputSignalExt::decodeMessage: ", inputClass, " signal not found, index = 0");
     return served;
@@ -56,7 +56,7 @@ InputSignalExt::~InputSignalExt() {
     qzsignal::withdraw(inputContainer, messageId, this, messageId != 0 ? label : nullptr);
 }
 
-// Files the signal under the key of its input. The empty name finds the row that ends the table, which is no input.
+// Files the signal under the key of its input. The empty name matches the row that ends the table, whose key is 0.
 void InputSignalExt::follow() {
     if (qzsignal::InputRow const* const row = qzsignal::findInput(instance))
         messageId = keyOf(row->input());

@@ -1,4 +1,4 @@
-// Filing and feeding of LIN signals.
+// Filing and feeding LIN signals.
 #include "qzsignal/lin/LINSignal.h"
 
 #include "qzsignal/PrintedForm.h"
@@ -43,10 +43,11 @@ bool LINSignal::signalsInUse(unsigned char const* begin, unsigned char const* /*
 }
 
 unsigned long long LINSignal::decodeMessage(LINTraceMessage const& message) {
-    // Deliberate: the key lacks the tag that definitions and the pre-filter add, so that no defined signal is found
-    // here. What is filed under such a key by hand is fed.
+    // Deliberate: the key lacks the tag that definitions and the pre-filter add, so no defined signal is found. Signals
+    // that a program files under such a key itself are fed.
     std::uint64_t const key = qzsignal::untaggedLinKey(message.channel, message.identifier & 0x3f);
-    // Deliberate: the length counts modulo 256, so a payload of 256 bytes has none. A LIN frame has eight at most.
+    // Deliberate: the length is taken modulo 256, so a payload of 256 bytes has length 0. A LIN frame has at most
+    // eight.
     auto const length = static_cast<std::uint8_t>(message.data.size());
     return qzsignal::deliver(linMessageContainer, key, label, [&message, length](LINSignal& signal) {
         signal.ShmSignal::write(message.data.data(), length, message.timestamp);

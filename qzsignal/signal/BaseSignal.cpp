@@ -1,4 +1,4 @@
-// The registry of signals and the services over it.
+// The registry of signals and the services on it.
 #include "qzsignal/signal/BaseSignal.h"
 
 #include "qzsignal/signal/Diagnostics.h"
