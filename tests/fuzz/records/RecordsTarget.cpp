@@ -1,7 +1,7 @@
 // Fuzz target: any bytes as serialized records, and as the fields of trace messages.
 //
-// The first byte says of what kind: a capital letter for the pre-filter of a record, which the rest of the input is,
-// and a small one for a message. What the library finds and feeds is held against a plain reading of the same bytes.
+// The first byte selects the kind: a capital letter for a record, which is the rest of the input and goes to a
+// pre-filter, a small one for a message. The library's results are compared with a plain reading of the same bytes.
 #include "qzsignal/can/CANSignal.h"
 #include "qzsignal/can/CANSignalExt.h"
 #include "qzsignal/input/InputSignal.h"
@@ -94,13 +94,13 @@ All<CANSignalExt, canSignalDef_t>& canSignals() {
         add(1, 0xA0, false, {0, 16, false, false});
         add(1, 0xA0, false, {7, 12, true, true});
         add(2, 0x18FEF100, true, {7, 64, true, false});
-        add(255, 0x1FFFFFFF, true, {60, 8, false, true}); // runs beyond the payload
+        add(255, 0x1FFFFFFF, true, {60, 8, false, true}); // extends past the payload
         add(0, 0, false, {39, 33, true, false});
     }
     return signals;
 }
 
-// The pre-filter knows those of `LINSignal`, and messages reach those of `FedLINSignal`.
+// The pre-filter finds those of `LINSignal`, and messages feed those of `FedLINSignal`.
 template <typename Signal>
 All<Signal, linSignalDef_t>& linSignals() {
     static All<Signal, linSignalDef_t> signals;
@@ -116,7 +116,7 @@ All<Signal, linSignalDef_t>& linSignals() {
     return signals;
 }
 
-// Each is of a frame of its own, so that the first one's is frame 1.
+// Each has a frame of its own, numbered from 1.
 All<FlexRaySignal, flexRaySignalDef_t>& flexRaySignals() {
     static All<FlexRaySignal, flexRaySignalDef_t> signals;
     auto const add = [](std::uint8_t channel, std::uint16_t slot, std::uint8_t cycle, std::uint8_t repetition,
@@ -130,8 +130,8 @@ All<FlexRaySignal, flexRaySignalDef_t>& flexRaySignals() {
         add(0, 5, 1, 2, {0, 16, false, false});
         add(1, 100, 3, 64, {7, 20, true, true});
         add(0, 2047, 0, 1, {253 * 8 + 6, 32, false, false});
-        add(3, 2040, 60, 1, {3, 60, true, false});  // in eight bytes, though nine are cut out
-        add(3, 65535, 32, 1, {0, 8, false, false}); // runs out of the table
+        add(3, 2040, 60, 1, {3, 60, true, false});  // in eight bytes, though nine are extracted
+        add(3, 65535, 32, 1, {0, 8, false, false}); // past the end of the table
     }
     return signals;
 }

@@ -74,7 +74,7 @@ TEST_F(FlexRayIdTableTest, freshTableIsEmptyInAllChannels) {
     for (int round = 0; round < 3; ++round) {
         TableProbe const signal(1, 100, 3, 64);
         EXPECT_EQ(filledCells(), (Cells{{137316, 1}}));
-        // What the next table's memory may be made of.
+        // Memory that the next table may be given.
         std::fill_n(FlexRaySignal::frIdArray, cells, std::uint16_t{0xffff});
     }
 }
@@ -224,7 +224,7 @@ TEST_F(FlexRayIdTableTest, baseCycleOf64IsLookedUpInTheNextChannel) {
 TEST_F(FlexRayIdTableTest, frameWithABaseCycleOf64IsNamedButNeverRouted) {
     TableProbe const first(0, 5, 64, 1), second(0, 5, 64, 1);
     EXPECT_EQ(first.messageId, 0x2000000000000001U);
-    EXPECT_EQ(second.messageId, 0x2000000000000002U) << "without cells nobody knows it";
+    EXPECT_EQ(second.messageId, 0x2000000000000002U) << "it has no cells";
     EXPECT_EQ(filledCells(), Cells{});
     EXPECT_FALSE(inUse(flexRayRecord(0, 64, 5)));
 }
@@ -373,7 +373,7 @@ TEST_F(FlexRayIdTableTest, preFilterWantsTwentyBytesAndReadsAllFieldsThen) {
     }
 }
 
-TEST_F(FlexRayIdTableTest, preFilterKnowsNothingBeyondTheTable) {
+TEST_F(FlexRayIdTableTest, preFilterRejectsCellsPastTheTable) {
     TableProbe const signal(3, 2047, 63, 1);
     EXPECT_TRUE(inUse(flexRayRecord(3, 63, 2047)));
     EXPECT_FALSE(inUse(flexRayRecord(3, 63, 2048)));

@@ -16,7 +16,7 @@ namespace {
 constexpr unsigned long long tag = 0x2000000000000000;
 constexpr unsigned cells = 64 * 2048 * 4;
 
-// What the model knows of a signal.
+// The model's state of a signal.
 struct Item {
     flexRaySignalDef_t d_definition;
     unsigned d_id = 0;

@@ -31,7 +31,7 @@ struct Sent {
     unsigned long long d_value;
 };
 
-// The rules, said otherwise than by tables and sums of tags: names are taken apart, keys put together from digits.
+// The rules, expressed without tables and sums of tags: names are parsed, and keys are composed from digits.
 
 // Which input a name follows; nothing for other names.
 std::optional<std::pair<Source, int>> inputOf(std::string const& name) {

@@ -11,7 +11,7 @@
 
 namespace {
 
-// What the model knows of a signal.
+// The model's state of a signal.
 struct Item {
     linSignalDef_t d_definition;
     bool d_fed = false; // filed where messages look, that is without the tag

@@ -47,7 +47,7 @@ TEST_F(LINSignalTest, keyIsMadeOfTagChannelAndIdentifier) {
         {2, 0x21, 0x4000000000000221},
         {0, 0, 0x4000000000000000},
         {255, 63, 0x400000000000ff3f},
-        // The parts are added: what an identifier has above its low byte goes into the channel.
+        // The parts are added: the bits of an identifier above its low byte carry into the channel.
         {2, 0x121, 0x4000000000000321},
         {255, 0xffffffff, 0x400000010000feff},
     };
@@ -197,7 +197,7 @@ TEST_F(LINSignalTest, signalOpenedByNameIsNeverFiled) {
     Capture errors(std::cerr);
     {
         LinProbe reader(name.c_str());
-        errors.take(); // the name is taken: both live in this process
+        errors.take(); // duplicate name: both are in this process
         EXPECT_EQ(reader.messageId, 0U);
         EXPECT_EQ(LINSignal::linMessageContainer.size(), 1U);
         EXPECT_EQ(LINSignal::linMessageContainer.at(0x221).size(), 1U);
@@ -239,7 +239,7 @@ TEST_F(LINSignalTest, printsSharedFormAndDefinition) {
     LinProbe const signal(linDefinition("a", 33), false);
     EXPECT_EQ(printed(signal), printed(static_cast<ShmSignal const&>(signal)) + ";" + printed(signal.d_definition));
     EXPECT_EQ(printed(static_cast<BaseSignal const&>(signal)), printed(static_cast<ShmSignal const&>(signal)))
-        << "the virtual form knows no definition";
+        << "the virtual form has no definition";
 }
 
 TEST_F(LINSignalTest, creationIsShownWhenDebugging) {

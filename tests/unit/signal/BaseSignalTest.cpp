@@ -87,7 +87,7 @@ TEST_F(BaseSignalTest, entersAndLeavesTheRegistry) {
 }
 
 TEST_F(BaseSignalTest, getInstanceOfAnUnknownNameIsNullAndAddsNothing) {
-    EXPECT_EQ(BaseSignal::getInstance("nobody"), nullptr);
+    EXPECT_EQ(BaseSignal::getInstance("unknown"), nullptr);
     EXPECT_EQ(BaseSignal::getInstance(nullptr), nullptr);
     EXPECT_EQ(BaseSignal::instances.size(), 0U);
 }
@@ -135,7 +135,7 @@ TEST_F(BaseSignalTest, destroyingADuplicateUnregistersTheFirst) {
     EXPECT_EQ(BaseSignal::getInstance("twin"), nullptr);
 }
 
-TEST_F(BaseSignalTest, debugLinesTellOfCreationAndDeletion) {
+TEST_F(BaseSignalTest, debugLinesReportCreationAndDeletion) {
     Capture output(std::cout);
     BaseSignal::debug = 1;
     {

@@ -15,7 +15,7 @@
 namespace {
 
 template <typename Message>
-constexpr bool isMessage = std::is_base_of<MessageBase, Message>::value&& std::is_default_constructible<Message>::value;
+constexpr bool isMessage = std::is_base_of_v<MessageBase, Message>&& std::is_default_constructible_v<Message>;
 
 static_assert(isMessage<CANExtTraceMessage> && isMessage<LINTraceMessage> && isMessage<FlexRayExtTraceMessage> &&
                   isMessage<KeyboardMessage> && isMessage<GpioTraceMessage> && isMessage<AnalogTraceMessage>,
