@@ -168,7 +168,7 @@ YARDSTICKS = {
     "a locked load": "trylock, one load and unlock, in the segments of the signals that are read.",
     "std::map::find": "the look-up of the same keys in a `std::map` of the same size, in the same order.",
     "muParser, LuaJIT": "the same formula, evaluated by these over the same signals; the faster of the two counts.",
-    "a raw read": "the virtual `read` of the raw value, of one signal after the other.",
+    "a raw read": "a walk over the registry with the virtual `read` of each signal's raw value.",
     "the bare system calls": "what the kernel is asked for to make and remove as many key files' segments, and nothing else.",
     "the line reader": "a hand-written program that takes the lines of the log apart and does nothing with them.",
 }

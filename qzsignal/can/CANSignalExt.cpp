@@ -1,6 +1,7 @@
-// Keys, filing and feeding of CAN signals.
+// Filing and feeding CAN signals.
 #include "qzsignal/can/CANSignalExt.h"
 
+#include "qzsignal/PrintedForm.h"
 #include "qzsignal/shm/HotAccess.h"
 #include "qzsignal/signal/Dispatch.h"
 #include "qzsignal/signal/MessageKey.h"
@@ -37,10 +38,10 @@ CANSignalExt::~CANSignalExt() {
     qzsignal::withdraw(canMessageContainer, messageId, this, label);
 }
 
-bool CANSignalExt::signalsInUse(unsigned char const* begin, unsigned char const* end) {
+bool CANSignalExt::signalsInUse(unsigned char const* begin, unsigned char const* /*end*/) {
     if (canMessageContainer.empty())
         return false;
-    qzsignal::RawRecord const record(begin, end);
+    qzsignal::RawRecord const record(begin);
     std::uint8_t const channel = record.byte(qzsignal::record::channel);
     std::uint32_t const identifier = record.word32(qzsignal::record::canIdentifier);
     // The identifier of a record has its extended flag in bit 31 already.
@@ -63,10 +64,10 @@ unsigned long long CANSignalExt::decodeMessage(CANExtTraceMessage const& message
 }
 
 std::ostream& operator<<(std::ostream& out, canSignalDef_t const& definition) {
-    return out << static_cast<baseSignalDef_t const&>(definition) << std::dec << ",msgId=" << definition.msgId
-               << ",extended=" << qzsignal::yesNo(definition.extended);
+    return qzsignal::printForm(out, static_cast<baseSignalDef_t const&>(definition), ",msgId=", definition.msgId,
+                               ",extended=", qzsignal::yesNo(definition.extended));
 }
 
 std::ostream& operator<<(std::ostream& out, CANSignalExt const& signal) {
-    return out << static_cast<ShmSignal const&>(signal) << ";" << signal.d_definition;
+    return qzsignal::printForm(out, static_cast<ShmSignal const&>(signal), ";", signal.d_definition);
 }

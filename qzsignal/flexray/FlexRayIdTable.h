@@ -1,12 +1,12 @@
-// The table that names FlexRay frames: from channel, cycle and slot to a small frame id.
+// The table that identifies FlexRay frames: from channel, cycle and slot to a small frame id.
 #pragma once
 
 #include <cstdint>
 
 namespace qzsignal {
 
-// A slot can carry different frames in different cycles, so it takes all three to tell a frame. Each combination has
-// one cell of the table with the frame's id, 0 for none:
+// A slot can carry different frames in different cycles, so only channel, cycle and slot together identify a frame.
+// Each combination has one cell of the table with the frame's id, 0 for none:
 //     bit of the cell's index    18 17    16 ... 11    10 ... 0
 //                               channel     cycle        slot
 // Deliberate: the parts are added, not masked. A slot of 2048 or more reaches into the cycles, a cycle of 64 or more
@@ -17,8 +17,8 @@ constexpr std::uint32_t flexRayCell(std::uint8_t channel, std::uint8_t cycle, st
     return std::uint32_t{channel} * 131072 + std::uint32_t{cycle} * 2048 + slot;
 }
 
-// A table without ids, to be released by delete[]. It is cleared whole: what a cell of channel 2 or 3 holds before any
-// definition must not depend on what the memory was used for.
+// A table without ids, to be released by delete[]. All cells are cleared, those of channels 2 and 3 included, so that
+// no look-up depends on the previous contents of the memory.
 inline std::uint16_t* newFlexRayTable() {
     return new std::uint16_t[flexRayCells]();
 }
@@ -28,8 +28,8 @@ inline std::uint16_t flexRayId(std::uint16_t const* table, std::uint32_t cell) {
     return table != nullptr && cell < flexRayCells ? table[cell] : std::uint16_t{0};
 }
 
-// Gives a frame's cells its id: every `repetition`-th cycle from `baseCycle` to 63. Debug output gets a line on each.
-// Cells beyond the table are left out, and all of them if there is no table.
+// Enters a frame's id in its cells: every `repetition`-th cycle from `baseCycle` to 63. Debug output gets a line for
+// each. Cells past the end of the table are skipped; without a table, all are.
 void enterFlexRayId(std::uint16_t* table, std::uint8_t channel, std::uint16_t slot, std::uint8_t baseCycle,
                     std::uint8_t repetition, std::uint16_t id);
 

@@ -1,4 +1,4 @@
-// What messages and serialized records say about inputs; the same for both kinds of input signals.
+// Input events in messages and serialized records, the same for both kinds of input signals.
 #pragma once
 
 #include "qzsignal/input/InputTable.h"
@@ -12,10 +12,10 @@
 
 namespace qzsignal {
 
-// An input and the value that it took.
+// An input and its new value.
 struct InputEvent {
     Input d_input;
-    std::uint64_t d_value; // numbers below zero as 64-bit two's complement
+    std::uint64_t d_value; // negative numbers as 64-bit two's complement
     std::uint64_t d_timestamp;
 };
 
@@ -25,7 +25,7 @@ inline InputEvent eventOf(KeyboardMessage const& message) {
             message.timestamp};
 }
 
-// Only the first entry of a message counts; a message without any is one of input 0 with neither mask nor level.
+// Only the first entry of a message counts; a message without entries reports input 0 with mask 0 and level 0.
 inline InputEvent eventOf(GpioTraceMessage const& message) {
     GpioEntry const entry = message.entries.empty() ? GpioEntry() : message.entries.front();
     return {{InputClass::Digital, entry.input, entry.mask},
@@ -33,7 +33,7 @@ inline InputEvent eventOf(GpioTraceMessage const& message) {
             message.timestamp};
 }
 
-// Only the first entry of a message counts; a message without any is the reading 0 of channel 0.
+// Only the first entry of a message counts; a message without entries reports a reading of 0 on channel 0.
 inline InputEvent eventOf(AnalogTraceMessage const& message) {
     AnalogEntry const entry = message.entries.empty() ? AnalogEntry() : message.entries.front();
     return {{InputClass::Analog, entry.channel, 0},
@@ -41,14 +41,14 @@ inline InputEvent eventOf(AnalogTraceMessage const& message) {
             message.timestamp};
 }
 
-// Writes the value into all signals that are filed under a key. Returns the key, or 0 if there are none.
+// Writes the value to all signals filed under a key. Returns the key, or 0 if there are none.
 template <typename Signal>
 unsigned long long deliver(DispatchMap<Signal> const& map, std::uint64_t key, char const* label,
                            InputEvent const& event) {
     return deliver(map, key, label, [&event](BaseSignal& signal) { signal.write(event.d_value, event.d_timestamp); });
 }
 
-// The input that a record reports, its mask left out; of no class if the record is not one of inputs.
+// The input that a record reports, with mask 0; of class None if it is not an input record.
 inline Input reportedInput(RawRecord const& record) {
     switch (record.type()) {
     case record::digitalType:
@@ -60,8 +60,8 @@ inline Input reportedInput(RawRecord const& record) {
             return {InputClass::Analog, record.byte(record::channel), 0};
         break;
     case record::keyboardType:
-        // Deliberate: whatever key the record reports, it counts as one of key 7, "RC.F7". With one-byte record types,
-        // no record is one of the keyboard.
+        // Deliberate: whatever key the record reports, it counts as a record of key 7, "RC.F7". A one-byte record type
+        // never equals the keyboard's.
         return {InputClass::Keyboard, 7, 0};
     }
     return {};

@@ -1,6 +1,7 @@
-// Values of inputs in the process, and their feeding.
+// Filing and feeding inputs of the process, and their values.
 #include "qzsignal/input/InputSignal.h"
 
+#include "qzsignal/PrintedForm.h"
 #include "qzsignal/input/InputMessages.h"
 #include "qzsignal/signal/Dispatch.h"
 
@@ -13,7 +14,7 @@ using qzsignal::debugLine;
 
 constexpr char label[] = "InputSignal";
 
-// A digital input is keyed by number and mask: a message that reports more bits than one is about something else.
+// A digital input is keyed by number and mask: a message that reports several bits has another key.
 constexpr auto keyOf = qzsignal::numberAndMaskKey;
 
 unsigned long long feed(qzsignal::InputEvent const& event) {
@@ -25,7 +26,7 @@ unsigned long long feed(qzsignal::InputEvent const& event) {
 qzsignal::DispatchMap<InputSignal> InputSignal::inputContainer;
 
 InputSignal::InputSignal(char const* name) : BaseSignal(name, "") {
-    // Deliberate: the empty name is found at the end of the table and filed under its key, 0.
+    // Deliberate: the empty name matches the end of the table and is filed under its key, 0.
     if (qzsignal::InputRow const* const row = qzsignal::findInput(instance)) {
         messageId = keyOf(row->input());
         inputContainer.file(messageId, this);
@@ -35,14 +36,15 @@ InputSignal::InputSignal(char const* name) : BaseSignal(name, "") {
 }
 
 InputSignal::~InputSignal() {
-    // Deliberate: a signal of an unknown name, which has key 0 as well, misses itself among those of the empty name.
-    qzsignal::withdraw(inputContainer, messageId, this, label);
+    // A signal of an unknown name was never filed, so it is not missing under key 0, which is the empty name's.
+    bool const filed = messageId != 0 || instance.empty();
+    qzsignal::withdraw(inputContainer, messageId, this, filed ? label : nullptr);
 }
 
-bool InputSignal::signalsInUse(unsigned char const* begin, unsigned char const* end) {
+bool InputSignal::signalsInUse(unsigned char const* begin, unsigned char const* /*end*/) {
     if (inputContainer.empty())
         return false;
-    qzsignal::RawRecord const record(begin, end);
+    qzsignal::RawRecord const record(begin);
     qzsignal::Input input = qzsignal::reportedInput(record);
     if (input.d_class == qzsignal::InputClass::None)
         return false;
@@ -102,8 +104,8 @@ bool InputSignal::read(unsigned long long& raw, unsigned long long& time) {
 }
 
 bool InputSignal::write(unsigned long long raw, unsigned long long time) {
-    // Deliberate: a new signal holds 0, so a first event of value 0 is no change and leaves it without a value. Nor
-    // does an event without change refresh the timestamp.
+    // Deliberate: a new signal holds 0, so a first event of value 0 is not a change and leaves it without a value. An
+    // event without a change does not refresh the timestamp either.
     modified = raw != value;
     if (modified) {
         value = raw;
@@ -120,11 +122,10 @@ bool InputSignal::isModified() const {
 }
 
 void InputSignal::print(std::ostream&) const {
-    if (!used) {
-        std::cout << "InputSignal not used" << std::endl;
-        return;
-    }
-    std::cout << std::dec << instance << ", value=" << value << ", timestamp=" << timestamp;
+    if (used)
+        qzsignal::printForm(std::cout, std::dec, instance, ", value=", value, ", timestamp=", timestamp);
+    else
+        qzsignal::printForm(std::cout, "InputSignal not used\n").flush();
 }
 
 void InputSignal::clear() {
@@ -134,8 +135,8 @@ void InputSignal::clear() {
     timestamp = 0;
 }
 
-// Two lines on an access: which it is, and the signal. As `print` writes to standard output by itself, it comes before
-// the end of its line does.
+// Two lines for an access: its name and the signal. `print` writes to standard output itself, before `writeLine` adds
+// the end of the line.
 void InputSignal::trace(char const* access) const {
     debugLine(label, "::", access);
     qzsignal::writeLine(std::cout, "", *this);

@@ -1,5 +1,5 @@
 /// @file
-/// The signal that keeps the value of one of the device's own inputs in the process.
+/// The signal of one of the device's own inputs that keeps its value in the process.
 #pragma once
 
 #include "qzsignal/Export.h"
@@ -14,9 +14,9 @@ struct GpioTraceMessage;
 struct KeyboardMessage;
 
 /// A digital input "DI.0" to "DI.4", an analog input "AI.0" to "AI.9", or a key of the remote control "RC.F1" to
-/// "RC.F10" and "RC.TRG". The name alone says which; a signal of any other name never gets a value. A signal is filed
-/// under the key of its input from the end of its constructor to the start of its destructor. Building, feeding,
-/// reading and destroying happen on one thread.
+/// "RC.F10" and "RC.TRG". The name alone selects the input; messages never feed a signal of any other name. A signal is
+/// filed under the key of its input from the end of its constructor to the start of its destructor. Signals are
+/// constructed, fed, read and destroyed on one thread.
 class QZSIGNAL_EXPORT InputSignal : public BaseSignal {
 public:
     /// The signals of each input key in order of construction; an entry exists only while it has signals.
@@ -28,12 +28,12 @@ public:
     ~InputSignal() override;
 
     /// True if the serialized record at `begin`, of at least 18 bytes, reports an input that a signal of this process
-    /// follows. `end` may be null; if it is behind `begin`, bytes from there on count as zero.
+    /// follows. `end` is not used.
     static bool signalsInUse(unsigned char const* begin, unsigned char const* end);
 
     /// @{
-    /// Each writes what the message reports into all signals of its input: key state, level or reading, unscaled.
-    /// Returns the input's key, or 0 if it has no signals. A signal's `write` must not build or destroy signals.
+    /// Each writes what the message reports to all signals of its input: key state, level or reading, unscaled.
+    /// Returns the input's key, or 0 if it has no signals. A signal's `write` must not construct or destroy signals.
     static unsigned long long decodeMessage(KeyboardMessage const& message);
     static unsigned long long decodeMessage(GpioTraceMessage const& message);
     static unsigned long long decodeMessage(AnalogTraceMessage const& message);
@@ -47,29 +47,30 @@ public:
     signalValue_t getType() const override; ///< unsigned
 
     /// @{
-    /// Both return false, and leave their arguments alone, while the signal has no value. As a double, the raw value
-    /// counts as unsigned: a reading below zero is a number near 2^64.
+    /// Both return false and leave their arguments unchanged while the signal has no value. The raw value is converted
+    /// to a double as an unsigned number: a negative reading becomes a number near 2^64.
     bool read(double& phys, unsigned long long& time) override;
     bool read(unsigned long long& raw, unsigned long long& time) override;
     /// @}
 
-    /// Stores a value that differs from the stored one, and its timestamp. Always true.
+    /// Stores the value and its timestamp if the value differs from the stored one. Always returns true.
     bool write(unsigned long long raw, unsigned long long time) override;
 
     /// True if the last `write` changed the value.
     bool isModified() const override;
 
-    /// Writes name, value and timestamp without an end of line, or a line if there is no value. Leaves standard output
-    /// in decimal. Deliberate: writes to standard output, whatever stream is given.
+    /// Writes name, value and timestamp without an end of line; without a value, the line "InputSignal not used".
+    /// Leaves standard output in decimal if there is a value. Deliberate: writes to standard output, whatever stream is
+    /// given.
     void print(std::ostream& out) const override;
 
-    /// Back to how a new signal is: no value, not modified.
+    /// Resets the signal to the state of a new one: no value, not modified.
     void clear() override;
 
 protected:
     bool used = false;           ///< there is a value
-    bool modified = false;       ///< the last write changed the value; not so after `clear`
-    std::uint64_t value = 0;     ///< key state, level or reading; below zero as two's complement
+    bool modified = false;       ///< the last write changed the value; false after `clear`
+    std::uint64_t value = 0;     ///< key state, level or reading; two's complement if negative
     std::uint64_t timestamp = 0; ///< of the message that brought the value
 
 private:

@@ -1,6 +1,7 @@
-// Filing and feeding of inputs in shared memory.
+// Filing and feeding inputs in shared memory.
 #include "qzsignal/input/InputSignalExt.h"
 
+#include "qzsignal/PrintedForm.h"
 #include "qzsignal/input/InputMessages.h"
 #include "qzsignal/signal/Dispatch.h"
 
@@ -13,13 +14,13 @@ using qzsignal::debugLine;
 
 constexpr char label[] = "InputSignalExt";
 
-// Deliberate: a digital input is keyed by its number alone here, whatever bits of it a message reports.
+// Deliberate: unlike in the process, a digital input is keyed by its number alone, whatever bits a message reports.
 constexpr auto keyOf = qzsignal::numberKey;
 
 unsigned long long feed(qzsignal::InputEvent const& event, char const* inputClass) {
     unsigned long long const served =
         qzsignal::deliver(InputSignalExt::inputContainer, keyOf(event.d_input), label, event);
-    // Deliberate: the line shows the result, which is always 0, and not the key that was looked for.
+    // Deliberate: the line shows the result, which is always 0, and not the key that was looked up.
     if (served == 0 && debugging())
         debugLine("InputSignalExt::decodeMessage: ", inputClass, " signal not found, index = 0");
     return served;
@@ -51,10 +52,11 @@ InputSignalExt::InputSignalExt(char const* instanceName)
 }
 
 InputSignalExt::~InputSignalExt() {
-    qzsignal::withdraw(inputContainer, messageId, this, label);
+    // A signal without a key was never filed, so it is not missing from an entry that a program made under 0.
+    qzsignal::withdraw(inputContainer, messageId, this, messageId != 0 ? label : nullptr);
 }
 
-// Files the signal under the key of its input. The empty name finds the row that ends the table, which is no input.
+// Files the signal under the key of its input. The empty name matches the row that ends the table, whose key is 0.
 void InputSignalExt::follow() {
     if (qzsignal::InputRow const* const row = qzsignal::findInput(instance))
         messageId = keyOf(row->input());
@@ -64,10 +66,10 @@ void InputSignalExt::follow() {
         qzsignal::warningLine(label, ": ", instance, " not found in predefined input lists, gpId = 0");
 }
 
-bool InputSignalExt::signalsInUse(unsigned char const* begin, unsigned char const* end) {
+bool InputSignalExt::signalsInUse(unsigned char const* begin, unsigned char const* /*end*/) {
     if (inputContainer.empty())
         return false;
-    qzsignal::Input const input = qzsignal::reportedInput(qzsignal::RawRecord(begin, end));
+    qzsignal::Input const input = qzsignal::reportedInput(qzsignal::RawRecord(begin));
     if (input.d_class == qzsignal::InputClass::None)
         return false;
     bool const found = inputContainer.signals(keyOf(input)) != nullptr;
@@ -94,6 +96,6 @@ std::ostream& operator<<(std::ostream& out, inputSignalDef_t const& definition) 
 }
 
 std::ostream& operator<<(std::ostream& out, InputSignalExt const& signal) {
-    return out << static_cast<ShmSignal const&>(signal) << ";" << signal.d_definition << ";index=" << std::hex
-               << std::noshowbase << std::nouppercase << signal.messageId;
+    return qzsignal::printForm(out, static_cast<ShmSignal const&>(signal), ";", signal.d_definition,
+                               ";index=", std::hex, std::noshowbase, std::nouppercase, signal.messageId);
 }

@@ -1,4 +1,4 @@
-// The one list of predefined inputs.
+// The list of predefined inputs.
 #include "qzsignal/input/InputTable.h"
 
 namespace qzsignal {

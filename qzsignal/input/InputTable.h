@@ -1,4 +1,4 @@
-// The inputs of the device, by the names that signals follow them under.
+// The device's inputs by name.
 #pragma once
 
 #include "qzsignal/signal/MessageKey.h"
@@ -8,19 +8,19 @@
 
 namespace qzsignal {
 
-// What an input is; as a number, the tag of its keys.
+// Class of an input; its number is the tag of the input's keys.
 enum class InputClass : std::uint64_t {
-    None = 0, // of the table's end
+    None = 0, // the end of the table
     Analog = analogTag,
     Digital = digitalTag,
     Keyboard = keyboardTag,
 };
 
-// An input, as the table names it and messages report it.
+// An input, as in the table and in messages.
 struct Input {
     InputClass d_class = InputClass::None;
     std::int32_t d_number = 0; // digital input or analog channel, 0..65535, or key code
-    std::uint16_t d_mask = 0;  // digital: the bits that are reported; otherwise 0
+    std::uint16_t d_mask = 0;  // digital: the bits reported; otherwise 0
 };
 
 struct InputRow {
@@ -28,23 +28,23 @@ struct InputRow {
     InputClass d_class;
     std::int32_t d_number;
 
-    // Of the digital inputs, the table means bit 0.
+    // The table's digital inputs are bit 0.
     constexpr Input input() const {
         return {d_class, d_number, static_cast<std::uint16_t>(d_class == InputClass::Digital ? 1 : 0)};
     }
 };
 
-// The row of a name, letter for letter, or null. The empty name finds the row that ends the table.
+// The row with exactly this name, or null. The empty name matches the row that ends the table.
 InputRow const* findInput(std::string const& name);
 
-// Key of an input by class and number alone. A key code enters as 64-bit two's complement, so a negative one borrows
-// from the tag.
+// Key of an input by class and number. A key code is added as 64-bit two's complement, so a negative one borrows from
+// the tag.
 constexpr std::uint64_t numberKey(Input const& input) {
     return static_cast<std::uint64_t>(input.d_class) +
            static_cast<std::uint64_t>(static_cast<std::int64_t>(input.d_number));
 }
 
-// The same, but of a digital input by number and mask.
+// The same, but a digital input is keyed by number and mask.
 constexpr std::uint64_t numberAndMaskKey(Input const& input) {
     if (input.d_class != InputClass::Digital)
         return numberKey(input);

@@ -1,5 +1,5 @@
 /// @file
-/// The shared signal that is fed from LIN frames.
+/// The shared signal fed from LIN frames.
 #pragma once
 
 #include "qzsignal/Export.h"
@@ -30,24 +30,24 @@ public:
     /// Defines the signal, in shared memory or for this process alone.
     LINSignal(linSignalDef_t const& definition, bool shared);
 
-    /// Opens a signal that another process defines. It has no frame and is never fed here.
+    /// Opens a signal that another process defines. It has no frame, so `decodeMessage` never feeds it.
     explicit LINSignal(char const* instance);
 
     ~LINSignal() override;
 
-    /// True if the frame of the serialized record at `begin` carries a signal of this process. `end` may be null; if it
-    /// is behind `begin`, bytes from there on count as zero.
+    /// True if the frame of the serialized record at `begin`, of at least 28 bytes, carries a signal of this process.
+    /// `end` is not used.
     static bool signalsInUse(unsigned char const* begin, unsigned char const* end);
 
-    /// Writes the frame into the signals that are filed under its channel and identifier without the LIN tag. Returns
-    /// that key, or 0 if there are none; no constructor files a signal there. A signal's `write` must not build or
+    /// Writes the frame to the signals filed under its channel and identifier without the LIN tag. Returns that key, or
+    /// 0 if there are none. No constructor files a signal under such a key. A signal's `write` must not construct or
     /// destroy signals.
     static unsigned long long decodeMessage(LINTraceMessage const& message);
 
     friend QZSIGNAL_EXPORT std::ostream& operator<<(std::ostream& out, LINSignal const& signal);
 
 protected:
-    linSignalDef_t d_definition; ///< empty in a signal opened by name
+    linSignalDef_t d_definition; ///< empty if the signal was opened by name
 };
 
 /// Writes the shared signal's description, ";" and the definition, without an end of line. Leaves the stream in

@@ -1,21 +1,21 @@
 // The library's diagnostic lines: prefix, stream and line end of each kind, in one place.
 //
-// Each line goes straight through to its standard stream, in one piece and flushed, so that it stays whole among the
-// lines of other processes and in order among those of other printers. It is formatted apart from the stream, whose own
-// number base and precision neither show in it nor change. Debug lines cost a test of the level and nothing else while
-// debug is off.
+// Each line is written to its standard stream in one piece and flushed, so that it stays whole among the lines of other
+// processes and in order among those of other printers. It is formatted in a stream of its own and in the classic
+// locale: number base, precision and locales of the program neither show in it nor change. While debug is off, a debug
+// line costs a test of the level and nothing else.
 #pragma once
 
+#include "qzsignal/PrintedForm.h"
 #include "qzsignal/signal/BaseSignal.h"
 
 #include <exception>
 #include <iostream>
-#include <sstream>
 #include <string>
 
 namespace qzsignal {
 
-// True if debug output is on at all; per-frame lines that would flood a log ask for `above` = 1.
+// True if debug output is on at all, or above a level: per-frame lines that would flood a log ask for more than 1.
 inline bool debugging() {
     return __builtin_expect(BaseSignal::debug != 0, 0);
 }
@@ -23,11 +23,11 @@ inline bool debuggingAbove(int level) {
     return __builtin_expect(BaseSignal::debug > level, 0);
 }
 
-// A line for which there is no memory is lost; what it was about goes on.
+// A line for which there is no memory is dropped; the operation that it reports continues.
 template <typename... Parts>
 [[gnu::cold]] void writeLine(std::ostream& out, char const* prefix, Parts const&... parts) {
     try {
-        std::ostringstream line;
+        TextStream line;
         line << prefix;
         (line << ... << parts) << '\n';
         std::string const text = line.str();
@@ -36,20 +36,20 @@ template <typename... Parts>
     }
 }
 
-// "[DEBUG] " to standard output. Ungated: callers test the level first, so that nothing is formatted in vain.
+// "[DEBUG] " to standard output. Ungated: callers test the level first, so that nothing is formatted needlessly.
 template <typename... Parts>
 [[gnu::cold]] void debugLine(Parts const&... parts) {
     writeLine(std::cout, "[DEBUG] ", parts...);
 }
 
-// Debug output on a signal that was built from a definition: a line that says so, and its description.
+// Debug output for a signal built from a definition: a line that reports it, and its description.
 template <typename Signal>
 void traceCreated(char const* label, std::string const& instance, bool shared, Signal const& signal) {
     debugLine(label, " ", instance, " created ", shared ? "(shared memory)" : "");
     writeLine(std::cout, "", signal);
 }
 
-// The same on one that was opened by name; there is nothing to describe while it waits for its record.
+// The same for a signal opened by name; one that waits for its record has no description yet.
 template <typename Signal>
 void traceOpened(char const* label, std::string const& instance, bool found, Signal const& signal) {
     debugLine(label, " ", instance, " created ", found ? "(shared memory found)." : "(shared memory NOT found).");

@@ -1,4 +1,4 @@
-// Feeding of filed signals, and their withdrawal; the same for every signal kind.
+// Feeding and removing filed signals, the same for every kind of signal.
 #pragma once
 
 #include "qzsignal/signal/Diagnostics.h"
@@ -8,17 +8,19 @@
 
 namespace qzsignal {
 
-// Takes a signal out at its end. A key without an entry is that of a signal that was never filed; an entry that does
-// not hold the signal means that somebody else has changed the map, and is reported under the kind's class name.
+// Removes a signal that is being destroyed. Without an entry under its key it was never filed. An entry that does not
+// hold the signal was changed by other code, which is reported under the kind's class name; a null `label` reports
+// nothing.
 template <typename Signal>
 void withdraw(DispatchMap<Signal>& map, unsigned long long key, Signal const* signal, char const* label) {
-    if (map.withdraw(key, signal) == DispatchMap<Signal>::Withdrawn::NoSignal)
+    bool const missing = map.withdraw(key, signal) == DispatchMap<Signal>::Withdrawn::NoSignal;
+    if (missing && label != nullptr)
         errorLine(label, "::~", label, "(): instance not found in vector");
 }
 
-// Hands the signals of one message to `feed`, one by one. `feed` must not build or destroy signals. Debug output gets
-// two lines on each signal before it is fed; the first, with its address, is headed by `label` and left out if that is
-// null.
+// Passes the signals of one message to `feed`, one by one. `feed` must not construct or destroy signals. Debug output
+// gets two lines for each signal before it is fed; the first one, with `label` and the signal's address, is left out if
+// `label` is null.
 template <typename Signal, typename Feed>
 void feedEach(std::vector<Signal*> const& signals, char const* label, Feed feed) {
     for (Signal* const signal : signals) {
@@ -31,7 +33,7 @@ void feedEach(std::vector<Signal*> const& signals, char const* label, Feed feed)
     }
 }
 
-// The same with the signals filed under a key. Returns the key, or 0 if there are none.
+// The same for the signals filed under a key. Returns the key, or 0 if there are none.
 template <typename Signal, typename Feed>
 unsigned long long deliver(DispatchMap<Signal> const& map, unsigned long long key, char const* label, Feed feed) {
     std::vector<Signal*> const* const signals = map.signals(key);

@@ -12,7 +12,7 @@
 
 namespace qzsignal {
 
-/// Takes a signal out of those of one message. False if it is none of them.
+/// Removes a signal from those of one message. False if it is not among them.
 template <typename Signal>
 bool remove(std::vector<Signal*>& signals, Signal const* signal) {
     auto const place = std::find(signals.begin(), signals.end(), signal);
@@ -25,25 +25,25 @@ bool remove(std::vector<Signal*>& signals, Signal const* signal) {
 /// An ordered map from message keys to the signals of each message, in order of construction. Nothing is owned.
 ///
 /// An entry made by `file` exists as long as it has signals. Every frame of a bus is looked up, and most carry no
-/// signal: `signals` asks an index for that, which takes the same time however many entries there are. Both change
-/// together, here and nowhere else. The signals of an entry may be changed from outside.
+/// signal: `signals` uses an index, whose look-up time does not depend on the number of entries. Map and index change
+/// together, only in this class. Callers may change the signals of an entry.
 template <typename Signal>
 class DispatchMap {
 public:
-    using Signals = std::vector<Signal*>;                    ///< of one message
+    using Signals = std::vector<Signal*>;                    ///< those of one message
     using Entries = std::map<unsigned long long, Signals>;   ///< by key
-    using iterator = typename Entries::iterator;             ///< goes over pairs of key and signals
+    using iterator = typename Entries::iterator;             ///< iterates over pairs of key and signals
     using const_iterator = typename Entries::const_iterator; ///< the same
     using value_type = typename Entries::value_type;         ///< key and signals
 
     DispatchMap() = default;
-    DispatchMap(DispatchMap const&) = delete; // the index is about this map's entries
+    DispatchMap(DispatchMap const&) = delete; // the index points to this map's entries
     DispatchMap& operator=(DispatchMap const&) = delete;
 
     /// The signals of a message, or null if there is no entry.
     Signals const* signals(unsigned long long key) const { return d_index.find(key); }
 
-    /// Files a signal behind those that are already there. If memory runs out, the map stays as it was.
+    /// Appends a signal to those of its message. If memory runs out, the map stays unchanged.
     void file(unsigned long long key, Signal* signal) {
         if (Signals* const signals = d_index.find(key))
             signals->push_back(signal);
@@ -51,14 +51,14 @@ public:
             enter(key, Signals(1, signal));
     }
 
-    /// How a signal was taken out.
+    /// Result of removing a signal.
     enum class Withdrawn {
-        Yes,     ///< and its entry, if it was the last one there
+        Yes,     ///< removed, with its entry if it was the last signal there
         NoEntry, ///< nothing is filed under the key
-        NoSignal ///< what is filed under the key is others alone
+        NoSignal ///< only other signals are filed under the key
     };
 
-    /// Takes a signal out.
+    /// Removes a signal.
     Withdrawn withdraw(unsigned long long key, Signal const* signal) {
         Signals* const signals = d_index.find(key);
         if (signals == nullptr)
@@ -71,7 +71,7 @@ public:
     }
 
     /// @{
-    /// As of the ordered map.
+    /// The operations of the ordered map.
     bool empty() const { return d_entries.empty(); }
     std::size_t size() const { return d_entries.size(); }
     iterator begin() { return d_entries.begin(); }

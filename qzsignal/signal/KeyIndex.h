@@ -1,5 +1,5 @@
 /// @file
-/// Finds what is filed under a key in the same few steps, however many keys there are.
+/// A hash table from keys to entries.
 #pragma once
 
 #include <cstddef>
@@ -9,16 +9,17 @@
 
 namespace qzsignal {
 
-/// A hash table with open addressing: each key has a place that is computed from it, its home, and lies there or in one
-/// of the next places, with no free one between. At least half of the places are free, so that the first is mostly the
-/// right one. Each place remembers whether a key had to go on over it: most that are not there are then missed at the
-/// first place as well, whether that is free or not, which no processor could foretell.
+/// A hash table with open addressing and linear probing. A key is hashed to its home place and stored there or in the
+/// first free place after it. At least half of the places are free, so most keys are found at home. Each place has a
+/// mark that records whether a key was inserted past it; without it a search ends there, also at an occupied place.
+/// Most keys that are absent are thus rejected at their home, without a branch on whether that place is free, which is
+/// unpredictable.
 template <typename Entry>
 class KeyIndex {
 public:
-    std::size_t size() const { return d_size; } ///< keys that are there
+    std::size_t size() const { return d_size; } ///< number of keys
 
-    /// What was entered under the key, or null.
+    /// The entry of a key, or null.
     Entry* find(std::uint64_t key) const {
         if (d_places.empty())
             return nullptr;
@@ -28,10 +29,10 @@ public:
                 return nullptr;
             place = next(place);
         }
-        return place->entry(); // null if it is a free one, which has a key of 0
+        return place->entry(); // null if the place is free: its key is 0
     }
 
-    /// Makes room for so many keys. If memory runs out, the index stays as it was.
+    /// Makes room for this number of keys. If memory runs out, the index stays unchanged.
     void reserve(std::size_t keys) {
         if (2 * keys <= d_places.size())
             return;
@@ -47,7 +48,7 @@ public:
                 insert(place.d_key, *place.entry());
     }
 
-    /// Enters something under a key that has nothing yet. Room has been made for it.
+    /// Inserts an entry under a key that has none yet. Requires room, made by `reserve`.
     void insert(std::uint64_t key, Entry& entry) {
         Place* place = &d_places[home(key)];
         while (!place->isFree()) {
@@ -59,13 +60,14 @@ public:
         ++d_size;
     }
 
-    /// Takes a key out that is there.
+    /// Removes a key, which must be present.
     void erase(std::uint64_t key) {
         Place* hole = &d_places[home(key)];
         while (hole->d_key != key || hole->isFree())
             hole = next(hole);
-        // Those that had to go on over this place move up, so that none is parted from its home by a free one. Over all
-        // that is left before them a key went on, so the marks hold; one that nobody needs any more only costs a look.
+        // Keys that were inserted past the hole move into it, so that no free place separates a key from its home.
+        // Every place between a key and its home was marked when the key was inserted past it, so the marks stay valid.
+        // A mark that no key needs any longer costs one more step of a search.
         for (Place* place = next(hole); !place->isFree(); place = next(place)) {
             if (distance(home(place->d_key), place) >= distance(index(hole), place)) {
                 hole->moveIn(*place);
@@ -76,7 +78,7 @@ public:
         --d_size;
     }
 
-    /// Takes all keys out.
+    /// Removes all keys.
     void clear() {
         d_places.assign(d_places.size(), Place());
         d_size = 0;
@@ -84,7 +86,7 @@ public:
 
 private:
     struct Place {
-        static constexpr std::uintptr_t passed = 1; ///< a bit that addresses of entries leave free
+        static constexpr std::uintptr_t passed = 1; ///< the lowest bit, which is 0 in addresses of entries
         static_assert(alignof(Entry) > passed, "addresses are even");
 
         bool isFree() const { return d_content == 0; }
@@ -96,10 +98,10 @@ private:
         }
 
         std::uint64_t d_key = 0;
-        std::uintptr_t d_content = 0; ///< the entry's address, and whether a key went on over this place; 0: free
+        std::uintptr_t d_content = 0; ///< the entry's address and the mark `passed`; 0: free and unmarked
     };
 
-    // Neighbouring keys, of which a bus has many, are spread over the whole table.
+    // Multiplicative hashing spreads consecutive keys, which are common on a bus, over the whole table.
     std::size_t home(std::uint64_t key) const { return static_cast<std::size_t>(key * 0x9E3779B97F4A7C15 >> d_shift); }
     std::size_t index(Place const* place) const { return static_cast<std::size_t>(place - d_places.data()); }
     std::size_t distance(std::size_t from, Place const* to) const { return (index(to) - from) & (d_places.size() - 1); }
@@ -107,8 +109,8 @@ private:
     Place const* next(Place const* place) const { return place != &d_places.back() ? place + 1 : d_places.data(); }
     Place* next(Place* place) { return const_cast<Place*>(std::as_const(*this).next(place)); }
 
-    std::vector<Place> d_places; ///< a power of two, or none
-    unsigned d_shift = 0;        ///< leaves as many bits of a product as the number of a place has
+    std::vector<Place> d_places; ///< a power of two of them, or none
+    unsigned d_shift = 0;        ///< 64 less the bits of a place's index
     std::size_t d_size = 0;
 };
 

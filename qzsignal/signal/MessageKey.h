@@ -15,7 +15,7 @@ constexpr std::uint64_t analogTag = 0x0400000000000000;
 // Key of a CAN frame, `identifier` without flag bits.
 //
 // Deliberate: the parts are added, not or-ed. An identifier that already has bit 31 set and is marked extended carries
-// into the channel, and the identifier of a serialized record, which has its extended flag in bit 31, yields the same
+// into the channel. The identifier of a serialized record has its extended flag in bit 31 and therefore yields the same
 // key with `extended` false as the definition does with `extended` true.
 constexpr std::uint64_t canKey(std::uint8_t channel, std::uint32_t identifier, bool extended) {
     return (std::uint64_t{channel} << 32) + identifier + (extended ? 0x80000000U : 0U) + canTag;

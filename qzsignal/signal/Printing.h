@@ -7,10 +7,20 @@
 
 namespace qzsignal {
 
-// Name of a value type (0..3); every other number has the empty name.
+// Name of a value type (0..3); empty for every other number.
 inline char const* typeName(std::int32_t type) {
     static constexpr char const* names[] = {"unsigned", "signed", "float", "double"};
     return type >= 0 && type < 4 ? names[type] : "";
+}
+
+// Writes the name of a value type, padded to the stream's width as any word is. Writes nothing, not even padding, for a
+// number without a name.
+inline std::ostream& printTypeName(std::ostream& out, std::int32_t type) {
+    char const* const name = typeName(type);
+    if (*name != '\0')
+        return out << name;
+    out.width(0);
+    return out;
 }
 
 inline char const* endianName(bool bigEndian) {
@@ -21,8 +31,8 @@ inline char const* yesNo(bool value) {
     return value ? "yes" : "no";
 }
 
-// Prints as 16 hexadecimal digits, without prefix, in lower case, whatever the stream was set to. Leaves the stream so,
-// with '0' as its fill character.
+// Prints as 16 hexadecimal digits in lower case without prefix, whatever format the stream has. Leaves the stream in
+// that format, with '0' as its fill character.
 struct Hex16 {
     std::uint64_t value;
 };

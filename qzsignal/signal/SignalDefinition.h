@@ -1,5 +1,6 @@
 /// @file
-/// What a signal is called, where its bits lie in a payload, and how its raw value becomes a physical one.
+/// The definition of a signal: its names, the position of its bits in a payload, and its conversion to a physical
+/// value.
 #pragma once
 
 #include "qzsignal/Export.h"
@@ -8,8 +9,8 @@
 #include <iosfwd>
 #include <string>
 
-/// How the bits of a raw value are to be understood. Any 32-bit number can be cast to it: the value travels in shared
-/// records, and a type that is none of these four has no name and no conversion.
+/// How the bits of a raw value are interpreted. Any 32-bit number can be cast to it, since the value is stored in
+/// shared records; a type that is none of these four has no name and no conversion.
 enum signalValue_t : std::int32_t {
     signalUnsigned = 0, ///< unsigned integer
     signalSigned = 1,   ///< two's complement, sign-extended to 64 bits when decoded
@@ -17,13 +18,13 @@ enum signalValue_t : std::int32_t {
     signalDouble = 3,   ///< IEEE-754 double precision in all 64 bits
 };
 
-/// The definition that a signal is built from. It is read during construction only; the caller may drop it afterwards.
+/// The definition of a signal. It is read only during the signal's construction and may be discarded afterwards.
 struct QZSIGNAL_EXPORT baseSignalDef_t {
     std::string instance;                ///< key in the registry, and the name of the key file under /tmp
     std::string signal;                  ///< descriptive name; a shared record keeps its first 31 characters
     std::uint8_t channel = 0;            ///< number of the bus channel
     std::string unit;                    ///< unit of the physical value; a shared record keeps its first 31 characters
-    signalValue_t type = signalUnsigned; ///< how the raw value is understood
+    signalValue_t type = signalUnsigned; ///< how the raw value is interpreted
     std::uint16_t startbit = 0;          ///< payload bit: lowest bit if little endian, highest bit if big endian
     std::uint8_t bits = 0;               ///< length in bits, 1..64
     double scale = 0.0;                  ///< physical value = raw value * scale + offset
@@ -31,8 +32,11 @@ struct QZSIGNAL_EXPORT baseSignalDef_t {
     bool endian = false;                 ///< true: big endian (Motorola), false: little endian (Intel)
 };
 
-/// Writes "unsigned", "signed", "float" or "double", and nothing for any other value.
+/// Writes "unsigned", "signed", "float" or "double", and nothing, not even padding, for any other value.
 QZSIGNAL_EXPORT std::ostream& operator<<(std::ostream& out, signalValue_t const& type);
 
 /// Writes all fields as label and value, without an end of line. Leaves the stream in decimal.
+///
+/// As in every description that the library prints, numbers have the form of the classic locale, whatever the stream's
+/// and the global locale are, and a width set on the stream is not applied.
 QZSIGNAL_EXPORT std::ostream& operator<<(std::ostream& out, baseSignalDef_t const& definition);

@@ -21,5 +21,5 @@ private:
 /// Readings of one or more analog inputs.
 struct AnalogTraceMessage : MessageBase {
     unsigned long long timestamp = 0; ///< 32  time of the event
-    std::vector<AnalogEntry> entries; ///< 40  the inputs that were read
+    std::vector<AnalogEntry> entries; ///< 40  the inputs read
 };

@@ -6,16 +6,16 @@
 
 #include <iosfwd>
 
-/// A CAN frame that was received.
+/// A received CAN frame.
 struct QZSIGNAL_EXPORT CANExtTraceMessage : MessageBase {
-    unsigned long long timestamp = 0; ///< 32  time of the frame; signals take it over unchanged
+    unsigned long long timestamp = 0; ///< 32  time of the frame; signals store it unchanged
     unsigned char channel = 0;        ///< 40  bus channel that received the frame
 private:
     [[maybe_unused]] unsigned char d_reserved41[11] = {};
 
 public:
     std::uint32_t extended = 0; ///< 52  non-zero: 29-bit identifier
-    unsigned char length = 0;   ///< 56  payload bytes; of more than 8 the first 8 count
+    unsigned char length = 0;   ///< 56  number of payload bytes; if over 8, the first 8 count
 private:
     [[maybe_unused]] unsigned char d_reserved57[3] = {};
 

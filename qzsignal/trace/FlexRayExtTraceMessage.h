@@ -6,7 +6,7 @@
 
 #include <vector>
 
-/// A FlexRay frame that was received.
+/// A received FlexRay frame.
 struct FlexRayExtTraceMessage : MessageBase {
     unsigned long long timestamp = 0; ///< 32  time of the frame
 private:

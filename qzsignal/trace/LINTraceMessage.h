@@ -6,7 +6,7 @@
 
 #include <vector>
 
-/// A LIN frame that was received.
+/// A received LIN frame.
 struct LINTraceMessage : MessageBase {
     unsigned long long timestamp = 0; ///< 32  time of the frame
     std::vector<unsigned char> data;  ///< 40  payload

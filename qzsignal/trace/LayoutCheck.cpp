@@ -1,4 +1,5 @@
-// The trace messages' fields lie where the device's trace library has them; checked when compiling for a 32-bit target.
+// Checks, when compiling for a 32-bit target, that the trace messages' fields have their offsets in the device's
+// library.
 #include "qzsignal/trace/AnalogTraceMessage.h"
 #include "qzsignal/trace/CANExtTraceMessage.h"
 #include "qzsignal/trace/FlexRayExtTraceMessage.h"
@@ -8,13 +9,13 @@
 
 #include <cstddef>
 
-// The messages have a base with data, for which offsetof is only conditionally supported; GCC and clang support it for
-// every class without virtual bases.
+// The messages have a base with data members, for which offsetof is only conditionally supported; GCC and clang support
+// it for every class without virtual bases.
 #pragma GCC diagnostic ignored "-Winvalid-offsetof"
 
 namespace {
 
-// Offsets depend on the size of a pointer alone; elsewhere there is no foreign library to agree with.
+// Offsets depend only on the size of a pointer; 64-bit hosts have no device library to agree with.
 constexpr bool at(std::size_t offset, std::size_t required) {
     return sizeof(void*) != 4 || offset == required;
 }
@@ -46,7 +47,7 @@ static_assert(at(offsetof(GpioTraceMessage, entries), 40), "");
 static_assert(at(offsetof(AnalogTraceMessage, timestamp), 32), "");
 static_assert(at(offsetof(AnalogTraceMessage, entries), 40), "");
 
-// The entries are flat and lie alike on every host.
+// The entries contain no pointers and have the same layout on every host.
 static_assert(sizeof(GpioEntry) == 12 && offsetof(GpioEntry, input) == 0, "");
 static_assert(offsetof(GpioEntry, mask) == 8 && offsetof(GpioEntry, levels) == 10, "");
 static_assert(sizeof(AnalogEntry) == 20 && offsetof(AnalogEntry, channel) == 0, "");

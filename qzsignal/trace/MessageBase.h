@@ -1,14 +1,14 @@
 /// @file
-/// The part that all trace messages have in common.
+/// The common base of the trace messages.
 #pragma once
 
 #include "qzsignal/Export.h"
 
 #include <cstdint>
 
-/// Base of the trace messages. The classes in this folder stand in for those of the device's trace library wherever
-/// that library is missing; on a 32-bit target every field lies where the device's library has it, so that the same
-/// code reads both. What lies between the fields is that library's own business, and reserved here.
+/// Base of the trace messages. The classes in this folder stand in for those of the device's trace library where that
+/// library is missing. On a 32-bit target every field has the offset that it has in the device's library, so that the
+/// same code reads both. The bytes between the fields belong to that library and are reserved here.
 struct QZSIGNAL_EXPORT MessageBase {
     /// Selects the header form of the serialized records in this process: 1 for a 16-bit record type at offset 2, any
     /// other value for an 8-bit one at offset 0.

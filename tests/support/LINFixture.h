@@ -43,7 +43,7 @@ inline LINRecord linRecord(std::uint8_t channel, std::uint16_t identifier) {
     return bytes;
 }
 
-// A LIN signal that messages reach: filed under the key without tag, by which messages are looked up.
+// A LIN signal that messages feed: filed under the key without tag, by which messages are looked up.
 class FedLINSignal : public LINSignal {
 public:
     FedLINSignal(linSignalDef_t const& definition, bool shared) : LINSignal(definition, shared) {

@@ -1,4 +1,4 @@
-// What a test sees of a signal from outside: its printed form, its raw value, and what was written into it.
+// A signal as a test sees it from outside: its printed form, its raw value, and what was written to it.
 #pragma once
 
 #include "qzsignal/signal/BaseSignal.h"
@@ -14,7 +14,7 @@ std::string printed(Value const& value) {
     return out.str();
 }
 
-// As it stands in printed forms and debug lines.
+// As in printed forms and debug lines.
 inline std::string address(void const* pointer) {
     return printed(pointer);
 }
@@ -37,7 +37,7 @@ struct Written {
     }
 };
 
-// A signal that notes each payload in a list before it takes it.
+// A signal that records each payload in a list before it stores it.
 template <typename Signal>
 class Noting : public Signal {
 public:

@@ -38,9 +38,9 @@ private:
     int d_file = -1;
 };
 
-// The name of an input cannot be a fresh one, so the test waits until no other test uses it. The key file is there and
-// no segment is. Segment and key file are removed in the end, then the lock is given up. A test that takes several
-// inputs takes them in order of their names.
+// The name of an input cannot be a fresh one, so the test waits until no other test uses it. Then the key file exists
+// and the segment does not. Both are removed at the end, before the lock is released. A test that uses several inputs
+// locks them in order of their names.
 class SharedInput : private FileLock, public SharedName {
 public:
     explicit SharedInput(std::string const& input) : FileLock("/tmp/" + input), SharedName(Exactly::Name, input) {

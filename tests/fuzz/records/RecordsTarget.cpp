@@ -1,7 +1,7 @@
 // Fuzz target: any bytes as serialized records, and as the fields of trace messages.
 //
-// The first byte says of what kind: a capital letter for the pre-filter of a record, which the rest of the input is,
-// and a small one for a message. What the library finds and feeds is held against a plain reading of the same bytes.
+// The first byte selects the kind: a capital letter for a record, which is the rest of the input and goes to a
+// pre-filter, a small one for a message. The library's results are compared with a plain reading of the same bytes.
 #include "qzsignal/can/CANSignal.h"
 #include "qzsignal/can/CANSignalExt.h"
 #include "qzsignal/input/InputSignal.h"
@@ -94,13 +94,13 @@ All<CANSignalExt, canSignalDef_t>& canSignals() {
         add(1, 0xA0, false, {0, 16, false, false});
         add(1, 0xA0, false, {7, 12, true, true});
         add(2, 0x18FEF100, true, {7, 64, true, false});
-        add(255, 0x1FFFFFFF, true, {60, 8, false, true}); // runs beyond the payload
+        add(255, 0x1FFFFFFF, true, {60, 8, false, true}); // extends past the payload
         add(0, 0, false, {39, 33, true, false});
     }
     return signals;
 }
 
-// The pre-filter knows those of `LINSignal`, and messages reach those of `FedLINSignal`.
+// The pre-filter finds those of `LINSignal`, and messages feed those of `FedLINSignal`.
 template <typename Signal>
 All<Signal, linSignalDef_t>& linSignals() {
     static All<Signal, linSignalDef_t> signals;
@@ -116,7 +116,7 @@ All<Signal, linSignalDef_t>& linSignals() {
     return signals;
 }
 
-// Each is of a frame of its own, so that the first one's is frame 1.
+// Each has a frame of its own, numbered from 1.
 All<FlexRaySignal, flexRaySignalDef_t>& flexRaySignals() {
     static All<FlexRaySignal, flexRaySignalDef_t> signals;
     auto const add = [](std::uint8_t channel, std::uint16_t slot, std::uint8_t cycle, std::uint8_t repetition,
@@ -130,8 +130,8 @@ All<FlexRaySignal, flexRaySignalDef_t>& flexRaySignals() {
         add(0, 5, 1, 2, {0, 16, false, false});
         add(1, 100, 3, 64, {7, 20, true, true});
         add(0, 2047, 0, 1, {253 * 8 + 6, 32, false, false});
-        add(3, 2040, 60, 1, {3, 60, true, false});  // in eight bytes, though nine are cut out
-        add(3, 65535, 32, 1, {0, 8, false, false}); // runs out of the table
+        add(3, 2040, 60, 1, {3, 60, true, false});  // in eight bytes, though nine are extracted
+        add(3, 65535, 32, 1, {0, 8, false, false}); // past the end of the table
     }
     return signals;
 }
@@ -187,62 +187,67 @@ std::deque<InputSignalExt>& inputSignalExts() {
     return signals;
 }
 
-// A byte of a record; behind its end there are zeros.
-class Plain {
-public:
-    explicit Plain(Payload const& record) : d_record(record) {}
-
-    unsigned operator[](std::size_t offset) const { return offset < d_record.size() ? d_record[offset] : 0; }
-    unsigned pair(std::size_t offset) const { return (*this)[offset] * 256 + (*this)[offset + 1]; }
-
-private:
-    Payload const& d_record;
-};
+// The number of 16 bits at an offset of a record.
+unsigned pair(Payload const& record, std::size_t offset) {
+    return record[offset] * 256U + record[offset + 1];
+}
 
 using Filter = bool (*)(unsigned char const* begin, unsigned char const* end);
 
-// Asks a pre-filter about the record, and if it holds all that is read, about one whose end is not known. Of FlexRay,
-// the end has to be known.
-void ask(Filter filter, Payload const& record, bool expected, bool endMayBeUnknown = true) {
-    constexpr std::size_t longestHeader = 28;
-    static GuardedRecord guarded;
-    unsigned char const* const begin = guarded.fill(record);
-    if (!record.empty())
-        expectNumber(filter(begin, guarded.end()), expected, "pre-filter");
-    if (record.size() >= longestHeader)
-        expectNumber(filter(begin, nullptr), expected && endMayBeUnknown, "pre-filter without an end");
+// The record, followed by zeros if it is shorter than what its pre-filter reads.
+Payload filled(Payload record, std::size_t least) {
+    record.resize(std::max(record.size(), least));
+    return record;
 }
 
-void filterCAN(Payload const& record) {
-    Plain const plain(record);
+// Asks a pre-filter about the record, whose last byte is the last one that can be read. The second pointer is where
+// `length` puts it, from the beginning of the record.
+void ask(Filter filter, Payload const& record, std::size_t length, bool expected) {
+    static GuardedRecord guarded;
+    unsigned char const* const begin = guarded.fill(record);
+    expectNumber(filter(begin, begin + length), expected, "pre-filter");
+}
+
+// The same of a pre-filter that does not use its second pointer.
+void askWithAnyEnd(Filter filter, Payload const& record, bool expected) {
+    for (std::size_t const length : {std::size_t{0}, std::size_t{1}, record.size()})
+        ask(filter, record, length, expected);
+    expectNumber(filter(record.data(), nullptr), expected, "pre-filter without an end");
+}
+
+void filterCAN(Payload const& bytes) {
+    Payload const record = filled(bytes, 22);
     bool expected = false;
     for (auto const& each : canSignals())
         expected =
-            expected || (each.d_definition.channel == plain[14] &&
-                         plain[18] == each.d_definition.msgId / 0x1000000 + (each.d_definition.extended ? 128 : 0) &&
-                         plain[19] == each.d_definition.msgId / 0x10000 % 256 &&
-                         plain.pair(20) == each.d_definition.msgId % 0x10000);
-    ask(CANSignalExt::signalsInUse, record, expected);
+            expected || (each.d_definition.channel == record[14] &&
+                         record[18] == each.d_definition.msgId / 0x1000000 + (each.d_definition.extended ? 128 : 0) &&
+                         record[19] == each.d_definition.msgId / 0x10000 % 256 &&
+                         pair(record, 20) == each.d_definition.msgId % 0x10000);
+    askWithAnyEnd(CANSignalExt::signalsInUse, record, expected);
 }
 
-void filterLIN(Payload const& record) {
-    Plain const plain(record);
+void filterLIN(Payload const& bytes) {
+    Payload const record = filled(bytes, 28);
     bool expected = false;
     for (auto const& each : linSignals<LINSignal>())
-        expected =
-            expected || each.d_definition.channel * 256U + each.d_definition.msgId == plain[14] * 256 + plain.pair(26);
-    ask(LINSignal::signalsInUse, record, expected);
+        expected = expected ||
+                   each.d_definition.channel * 256U + each.d_definition.msgId == record[14] * 256U + pair(record, 26);
+    askWithAnyEnd(LINSignal::signalsInUse, record, expected);
 }
 
-void filterFlexRay(Payload const& record) {
-    Plain const plain(record);
-    bool const expected = record.size() >= 20 && frameOfCell(plain[15], plain[24], plain.pair(19)) != 0;
-    ask(FlexRaySignal::signalsInUse, record, expected, false);
+// The second pointer is the end of the input, which may come before fields that are read.
+void filterFlexRay(Payload const& bytes) {
+    flexRaySignals(); // defined from here on
+    if (bytes.size() < 20)
+        return ask(FlexRaySignal::signalsInUse, bytes, bytes.size(), false);
+    Payload const record = filled(bytes, 25);
+    ask(FlexRaySignal::signalsInUse, record, bytes.size(), frameOfCell(record[15], record[24], pair(record, 19)) != 0);
 }
 
-// The input that a record is about; empty if it is about none.
-std::string reported(Plain const& record) {
-    unsigned const type = MessageBase::version == 1 ? record.pair(2) : record[0];
+// The input that a record reports; empty if it reports none.
+std::string reported(Payload const& record) {
+    unsigned const type = MessageBase::version == 1 ? pair(record, 2) : record[0];
     if (type == 0x8031)
         return "RC.F7";
     if ((type != 0x12 && type != 0x13) || record[16] != 1)
@@ -251,18 +256,18 @@ std::string reported(Plain const& record) {
 }
 
 // The first byte selects the version.
-void filterInputs(Payload record) {
-    if (record.empty())
+void filterInputs(Payload bytes) {
+    if (bytes.empty())
         return;
     unsigned char const version = MessageBase::version;
-    MessageBase::version = record.front();
-    record.erase(record.begin());
-    Plain const plain(record);
-    std::string const name = reported(plain);
-    inputSignals(); // are there from here on
+    MessageBase::version = bytes.front();
+    bytes.erase(bytes.begin());
+    inputSignals(); // defined from here on
     inputSignalExts();
-    ask(InputSignalExt::signalsInUse, record, isInput(name));
-    ask(InputSignal::signalsInUse, record, isInput(name) && (name[0] != 'D' || plain[17] == 1));
+    Payload const shared = filled(bytes, 17), local = filled(bytes, 18);
+    std::string const name = reported(local);
+    askWithAnyEnd(InputSignalExt::signalsInUse, shared, isInput(name));
+    askWithAnyEnd(InputSignal::signalsInUse, local, isInput(name) && (name[0] != 'D' || local[17] == 1));
     MessageBase::version = version;
 }
 

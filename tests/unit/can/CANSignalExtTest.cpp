@@ -4,6 +4,7 @@
 #include "qzsignal/trace/CANExtTraceMessage.h"
 #include "tests/support/Capture.h"
 #include "tests/support/Observe.h"
+#include "tests/support/PreFilters.h"
 #include "tests/support/SharedName.h"
 
 #include <gtest/gtest.h>
@@ -139,7 +140,7 @@ TEST_F(CANSignalExtTest, shortFrameIsFilledUpAndALongOneCut) {
     whole.endian = true;
     CANSignalExt signal(whole, false);
     CANExtTraceMessage message = frame(1, 0x123);
-    message.payload[7] = 0xff; // behind the length
+    message.payload[7] = 0xff; // past the length
     CANSignalExt::decodeMessage(message);
     EXPECT_EQ(valueOf(signal), 0x1234000000000000U);
     message.length = 255;
@@ -154,7 +155,7 @@ TEST_F(CANSignalExtTest, signalOfADerivedClassIsFedThroughItsWrite) {
         bool write(unsigned long long raw, unsigned long long timestamp) override {
             d_raw = raw;
             d_time = timestamp;
-            return false; // nobody looks at it
+            return false; // ignored by the caller
         }
         unsigned long long d_raw = 0, d_time = 0;
     };
@@ -176,18 +177,9 @@ TEST_F(CANSignalExtTest, preFilterTellsStandardFromExtended) {
     EXPECT_FALSE(inUse(record(2, 0x80000123)));
 }
 
-TEST_F(CANSignalExtTest, preFilterNeedsNoEnd) {
+TEST_F(CANSignalExtTest, preFilterDoesNotUseItsSecondPointer) {
     CANSignalExt const signal(definition("a", 0x123), false);
-    Record const bytes = record(1, 0x123);
-    EXPECT_TRUE(CANSignalExt::signalsInUse(bytes.data(), nullptr));
-    EXPECT_TRUE(CANSignalExt::signalsInUse(bytes.data(), bytes.data())) << "no length to go by";
-}
-
-TEST_F(CANSignalExtTest, preFilterReadsNothingBehindTheEnd) {
-    CANSignalExt const signal(definition("a", 0x100), false);
-    Record const bytes = record(1, 0x123);
-    EXPECT_TRUE(CANSignalExt::signalsInUse(bytes.data(), bytes.data() + 21)) << "the missing byte counts as zero";
-    EXPECT_FALSE(CANSignalExt::signalsInUse(bytes.data(), bytes.data() + 22));
+    expectSecondPointerUnused(CANSignalExt::signalsInUse, record(1, 0x123), record(1, 0x100));
 }
 
 TEST_F(CANSignalExtTest, preFilterOfNoSignalsIsFalseAndSilent) {
@@ -198,7 +190,7 @@ TEST_F(CANSignalExtTest, preFilterOfNoSignalsIsFalseAndSilent) {
     EXPECT_EQ(output.text(), "");
 }
 
-TEST_F(CANSignalExtTest, preFilterTellsItsFindingFromDebugLevelTwo) {
+TEST_F(CANSignalExtTest, preFilterReportsItsResultFromDebugLevelTwo) {
     CANSignalExt const signal(definition("a", 0x123, true, 200), false);
     Capture output(std::cout);
     BaseSignal::debug = 1;
@@ -245,7 +237,7 @@ TEST_F(CANSignalExtTest, signalOpenedByNameIsNeverFed) {
     Capture errors(std::cerr);
     {
         CanProbe reader(name.c_str());
-        errors.take(); // the name is taken: both live in this process
+        errors.take(); // duplicate name: both are in this process
         EXPECT_EQ(reader.messageId, 0U);
         EXPECT_EQ(CANSignalExt::canMessageContainer.at(0x8000000100000123), (std::vector<CANSignalExt*>{&writer}));
         CANSignalExt::decodeMessage(frame(1, 0x123));
@@ -277,7 +269,7 @@ TEST_F(CANSignalExtTest, printsSharedFormAndDefinition) {
     CanProbe const signal(definition("a", 291), false);
     EXPECT_EQ(printed(signal), printed(static_cast<ShmSignal const&>(signal)) + ";" + printed(signal.d_definition));
     EXPECT_EQ(printed(static_cast<BaseSignal const&>(signal)), printed(static_cast<ShmSignal const&>(signal)))
-        << "the virtual form knows no definition";
+        << "the virtual form has no definition";
 }
 
 TEST_F(CANSignalExtTest, creationIsShownWhenDebugging) {

@@ -74,7 +74,7 @@ TEST_F(FlexRayIdTableTest, freshTableIsEmptyInAllChannels) {
     for (int round = 0; round < 3; ++round) {
         TableProbe const signal(1, 100, 3, 64);
         EXPECT_EQ(filledCells(), (Cells{{137316, 1}}));
-        // What the next table's memory may be made of.
+        // Memory that the next table may be given.
         std::fill_n(FlexRaySignal::frIdArray, cells, std::uint16_t{0xffff});
     }
 }
@@ -224,7 +224,7 @@ TEST_F(FlexRayIdTableTest, baseCycleOf64IsLookedUpInTheNextChannel) {
 TEST_F(FlexRayIdTableTest, frameWithABaseCycleOf64IsNamedButNeverRouted) {
     TableProbe const first(0, 5, 64, 1), second(0, 5, 64, 1);
     EXPECT_EQ(first.messageId, 0x2000000000000001U);
-    EXPECT_EQ(second.messageId, 0x2000000000000002U) << "without cells nobody knows it";
+    EXPECT_EQ(second.messageId, 0x2000000000000002U) << "it has no cells";
     EXPECT_EQ(filledCells(), Cells{});
     EXPECT_FALSE(inUse(flexRayRecord(0, 64, 5)));
 }
@@ -347,12 +347,12 @@ TEST_F(FlexRayIdTableTest, preFilterFindsKnownFrames) {
     EXPECT_FALSE(inUse(flexRayRecord(1, 3, 0x122)));
 }
 
-TEST_F(FlexRayIdTableTest, preFilterWantsTwentyBytesAndReadsNoneBehindTheEnd) {
+TEST_F(FlexRayIdTableTest, preFilterWantsTwentyBytesAndReadsAllFieldsThen) {
     TableProbe const signal(1, 0x100, 0, 64);
     FlexRayRecord const bytes = flexRayRecord(1, 0, 0x100);
     unsigned char const* const begin = bytes.data();
     EXPECT_FALSE(FlexRaySignal::signalsInUse(begin, begin + 19));
-    EXPECT_TRUE(FlexRaySignal::signalsInUse(begin, begin + 20)) << "without the slot's low byte and the cycle";
+    EXPECT_TRUE(FlexRaySignal::signalsInUse(begin, begin + 20)) << "slot and cycle are read all the same";
     EXPECT_FALSE(FlexRaySignal::signalsInUse(begin, begin)) << "no bytes";
     EXPECT_FALSE(FlexRaySignal::signalsInUse(begin, nullptr));
     EXPECT_FALSE(FlexRaySignal::signalsInUse(begin + 25, begin)) << "negative length";
@@ -362,14 +362,18 @@ TEST_F(FlexRayIdTableTest, preFilterWantsTwentyBytesAndReadsNoneBehindTheEnd) {
     EXPECT_FALSE(FlexRaySignal::signalsInUse(zeros.data(), zeros.data() + 19)) << "though all that is there fits";
     EXPECT_TRUE(FlexRaySignal::signalsInUse(zeros.data(), zeros.data() + 20));
 
-    FlexRayRecord const otherSlot = flexRayRecord(1, 0, 0x101), otherCycle = flexRayRecord(1, 1, 0x100);
-    EXPECT_TRUE(FlexRaySignal::signalsInUse(otherSlot.data(), otherSlot.data() + 20)) << "missing: zero";
-    EXPECT_FALSE(FlexRaySignal::signalsInUse(otherSlot.data(), otherSlot.data() + 21));
-    EXPECT_TRUE(FlexRaySignal::signalsInUse(otherCycle.data(), otherCycle.data() + 24)) << "missing: zero";
-    EXPECT_FALSE(FlexRaySignal::signalsInUse(otherCycle.data(), otherCycle.data() + 25));
+    // Deliberate: the slot's low byte and the cycle count even where the record is said to end before them.
+    TableProbe const later(1, 0x101, 3, 64);
+    FlexRayRecord const known = flexRayRecord(1, 3, 0x101), otherSlot = flexRayRecord(1, 3, 0x100),
+                        otherCycle = flexRayRecord(1, 0, 0x101);
+    for (std::ptrdiff_t length = 20; length <= 25; ++length) {
+        EXPECT_TRUE(FlexRaySignal::signalsInUse(known.data(), known.data() + length)) << length;
+        EXPECT_FALSE(FlexRaySignal::signalsInUse(otherSlot.data(), otherSlot.data() + length)) << length;
+        EXPECT_FALSE(FlexRaySignal::signalsInUse(otherCycle.data(), otherCycle.data() + length)) << length;
+    }
 }
 
-TEST_F(FlexRayIdTableTest, preFilterKnowsNothingBeyondTheTable) {
+TEST_F(FlexRayIdTableTest, preFilterRejectsCellsPastTheTable) {
     TableProbe const signal(3, 2047, 63, 1);
     EXPECT_TRUE(inUse(flexRayRecord(3, 63, 2047)));
     EXPECT_FALSE(inUse(flexRayRecord(3, 63, 2048)));

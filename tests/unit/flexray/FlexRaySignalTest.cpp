@@ -142,7 +142,7 @@ TEST_F(FlexRaySignalTest, printsSharedFormAndDefinition) {
     FlexRayProbe const signal(definition("a"), false);
     EXPECT_EQ(printed(signal), printed(static_cast<ShmSignal const&>(signal)) + ";" + printed(signal.d_definition));
     EXPECT_EQ(printed(static_cast<BaseSignal const&>(signal)), printed(static_cast<ShmSignal const&>(signal)))
-        << "the virtual form knows no definition";
+        << "the virtual form has no definition";
 }
 
 TEST_F(FlexRaySignalTest, creationIsShownWhenDebugging) {
@@ -226,7 +226,7 @@ TEST_F(FlexRaySignalTest, signalOpenedByNameIsNeverFed) {
     Capture errors(std::cerr);
     {
         FlexRayProbe reader(name.c_str());
-        errors.take(); // the name is taken: both live in this process
+        errors.take(); // duplicate name: both are in this process
         EXPECT_EQ(reader.messageId, 0U);
         EXPECT_EQ(FlexRaySignal::frMessageContainer.at(key), (std::vector<FlexRaySignal*>{&writer}));
         FlexRaySignal::decodeMessage(frame({0x12, 0x34}));
@@ -309,7 +309,7 @@ TEST_F(FlexRaySignalTest, rawWordHoldsTheSignalsBytesAlone) {
                            {&one, 0x2200000000000000, 1000}, {&two, 0x2233000000000000, 1000}, {&none, 0, 1000}}));
 }
 
-TEST_F(FlexRaySignalTest, atMostEightBytesAreTaken) {
+TEST_F(FlexRaySignalTest, atMostEightBytesAreCopied) {
     std::vector<unsigned char> const payload(20, 0xff);
     FlexRaySignal big(definition("a", 0, 64, true), false), little(definition("b", 7, 64), false);
     FlexRaySignal::decodeMessage(frame(payload));
@@ -317,7 +317,7 @@ TEST_F(FlexRaySignalTest, atMostEightBytesAreTaken) {
     EXPECT_EQ(valueOf(little), 0x01ffffffffffffffU);
 }
 
-TEST_F(FlexRaySignalTest, bytesBehindThePayloadReadAsZero) {
+TEST_F(FlexRaySignalTest, bytesPastThePayloadReadAsZero) {
     FlexRaySignal inside(definition("a", 8), false), across(definition("b", 8, 32), false),
         behind(definition("c", 24), false), far(definition("d", 8 * 250, 64), false);
     FlexRaySignal::decodeMessage(frame({0x11, 0x22, 0x33}));

@@ -31,7 +31,7 @@ struct Sent {
     unsigned long long d_value;
 };
 
-// The rules, said otherwise than by tables and sums of tags: names are taken apart, keys put together from digits.
+// The rules, expressed without tables and sums of tags: names are parsed, and keys are composed from digits.
 
 // Which input a name follows; nothing for other names.
 std::optional<std::pair<Source, int>> inputOf(std::string const& name) {
@@ -132,12 +132,7 @@ public:
     }
 
     void destroy(std::size_t place) {
-        std::string const name = d_members[place].d_name;
-        bool const strangers =
-            std::any_of(d_members.begin(), d_members.end(), [](Member const& each) { return each.d_name.empty(); });
-        if (kind == Kind::Process && !keyOf(name, kind) && strangers)
-            complaints += "[ERROR] InputSignal::~InputSignal(): instance not found in vector\n";
-        registered.erase(name);
+        registered.erase(d_members[place].d_name);
         d_members.erase(d_members.begin() + static_cast<std::ptrdiff_t>(place));
     }
 

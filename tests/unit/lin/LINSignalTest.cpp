@@ -4,6 +4,7 @@
 #include "tests/support/Capture.h"
 #include "tests/support/LINFixture.h"
 #include "tests/support/Observe.h"
+#include "tests/support/PreFilters.h"
 #include "tests/support/SharedName.h"
 
 #include <gtest/gtest.h>
@@ -46,7 +47,7 @@ TEST_F(LINSignalTest, keyIsMadeOfTagChannelAndIdentifier) {
         {2, 0x21, 0x4000000000000221},
         {0, 0, 0x4000000000000000},
         {255, 63, 0x400000000000ff3f},
-        // The parts are added: what an identifier has above its low byte goes into the channel.
+        // The parts are added: the bits of an identifier above its low byte carry into the channel.
         {2, 0x121, 0x4000000000000321},
         {255, 0xffffffff, 0x400000010000feff},
     };
@@ -148,18 +149,9 @@ TEST_F(LINSignalTest, preFilterIsSilentWhateverTheDebugLevel) {
     EXPECT_EQ(output.text() + errors.text(), "");
 }
 
-TEST_F(LINSignalTest, preFilterNeedsNoEnd) {
-    LINSignal const signal(linDefinition("a", 0x21), false);
-    LINRecord const bytes = linRecord(2, 0x21);
-    EXPECT_TRUE(LINSignal::signalsInUse(bytes.data(), nullptr));
-    EXPECT_TRUE(LINSignal::signalsInUse(bytes.data(), bytes.data())) << "no length to go by";
-}
-
-TEST_F(LINSignalTest, preFilterReadsNothingBehindTheEnd) {
-    LINSignal const signal(linDefinition("a", 0x100), false);
-    LINRecord const bytes = linRecord(2, 0x121);
-    EXPECT_TRUE(LINSignal::signalsInUse(bytes.data(), bytes.data() + 27)) << "the missing byte counts as zero";
-    EXPECT_FALSE(LINSignal::signalsInUse(bytes.data(), bytes.data() + 28));
+TEST_F(LINSignalTest, preFilterDoesNotUseItsSecondPointer) {
+    LINSignal const signal(linDefinition("a", 0x121), false);
+    expectSecondPointerUnused(LINSignal::signalsInUse, linRecord(2, 0x121), linRecord(2, 0x100));
 }
 
 TEST_F(LINSignalTest, preFilterOfNoSignalsIsFalse) {
@@ -205,7 +197,7 @@ TEST_F(LINSignalTest, signalOpenedByNameIsNeverFiled) {
     Capture errors(std::cerr);
     {
         LinProbe reader(name.c_str());
-        errors.take(); // the name is taken: both live in this process
+        errors.take(); // duplicate name: both are in this process
         EXPECT_EQ(reader.messageId, 0U);
         EXPECT_EQ(LINSignal::linMessageContainer.size(), 1U);
         EXPECT_EQ(LINSignal::linMessageContainer.at(0x221).size(), 1U);
@@ -247,7 +239,7 @@ TEST_F(LINSignalTest, printsSharedFormAndDefinition) {
     LinProbe const signal(linDefinition("a", 33), false);
     EXPECT_EQ(printed(signal), printed(static_cast<ShmSignal const&>(signal)) + ";" + printed(signal.d_definition));
     EXPECT_EQ(printed(static_cast<BaseSignal const&>(signal)), printed(static_cast<ShmSignal const&>(signal)))
-        << "the virtual form knows no definition";
+        << "the virtual form has no definition";
 }
 
 TEST_F(LINSignalTest, creationIsShownWhenDebugging) {

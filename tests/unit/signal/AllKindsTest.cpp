@@ -214,8 +214,8 @@ TEST_F(AllKindsTest, signalsThatWaitForTheirRecordsAreNeitherSilentNorInTheWayOf
     EXPECT_FALSE(waitingStore.isModified());
 }
 
-// A signal that was opened by name has no message, unless it is an input, so only key 0 reaches it; what it clears
-// nobody has any more.
+// A signal opened by name has no message unless it is an input, so only key 0 reaches it. It clears the shared record,
+// and so the value of every process.
 TEST_F(AllKindsTest, signalOpenedByNameIsClearedByKeyZeroForItsDefinerAsWell) {
     SharedName const name, storeName;
     CANSignalProbe definedStore(canDefinition(storeName.name(), 8), true);

@@ -57,6 +57,14 @@ private:
 
 std::vector<std::string> FakeSignal::d_order;
 
+using Keys = std::vector<unsigned long long>;
+
+Keys silentBefore(unsigned long long time) {
+    Keys silent;
+    EXPECT_EQ(BaseSignal::checkTimeout(time, silent), 0);
+    return silent;
+}
+
 class BaseSignalTest : public testing::Test {
 protected:
     void SetUp() override { FakeSignal::d_order.clear(); }
@@ -79,7 +87,7 @@ TEST_F(BaseSignalTest, entersAndLeavesTheRegistry) {
 }
 
 TEST_F(BaseSignalTest, getInstanceOfAnUnknownNameIsNullAndAddsNothing) {
-    EXPECT_EQ(BaseSignal::getInstance("nobody"), nullptr);
+    EXPECT_EQ(BaseSignal::getInstance("unknown"), nullptr);
     EXPECT_EQ(BaseSignal::getInstance(nullptr), nullptr);
     EXPECT_EQ(BaseSignal::instances.size(), 0U);
 }
@@ -127,7 +135,7 @@ TEST_F(BaseSignalTest, destroyingADuplicateUnregistersTheFirst) {
     EXPECT_EQ(BaseSignal::getInstance("twin"), nullptr);
 }
 
-TEST_F(BaseSignalTest, debugLinesTellOfCreationAndDeletion) {
+TEST_F(BaseSignalTest, debugLinesReportCreationAndDeletion) {
     Capture output(std::cout);
     BaseSignal::debug = 1;
     {
@@ -201,37 +209,31 @@ TEST_F(BaseSignalTest, checkTimeoutListsAMessageOncePerSignalInOrderOfNames) {
     EXPECT_EQ(silent, (std::vector<unsigned long long>{7, 9, 7}));
 }
 
-TEST_F(BaseSignalTest, checkTimeoutKnowsWhoCameAndWhoLeft) {
-    std::vector<unsigned long long> silent;
+TEST_F(BaseSignalTest, checkTimeoutFollowsSignalsThatComeAndGo) {
     FakeSignal first("b", "", 2);
     first.write(0, 1);
-    BaseSignal::checkTimeout(2, silent);
-    EXPECT_EQ(silent, (std::vector<unsigned long long>{2}));
+    EXPECT_EQ(silentBefore(2), Keys{2});
     {
         FakeSignal second("a", "", 1);
         second.write(0, 1);
-        BaseSignal::checkTimeout(2, silent);
-        EXPECT_EQ(silent, (std::vector<unsigned long long>{1, 2}));
-        BaseSignal::instances.erase("b"); // by hand
-        BaseSignal::checkTimeout(2, silent);
-        EXPECT_EQ(silent, (std::vector<unsigned long long>{1}));
+        EXPECT_EQ(silentBefore(2), (Keys{1, 2}));
     }
-    FakeSignal third("c", "", 3); // as many as before
-    third.write(0, 1);
-    BaseSignal::checkTimeout(2, silent);
-    EXPECT_EQ(silent, (std::vector<unsigned long long>{3}));
+    EXPECT_EQ(silentBefore(2), Keys{2});
 }
 
-TEST_F(BaseSignalTest, checkTimeoutKnowsWhoCameAfterAnotherWasTakenOutByHand) {
-    std::vector<unsigned long long> silent;
-    FakeSignal first("a", "", 1);
-    first.write(0, 1);
-    BaseSignal::checkTimeout(2, silent);
+TEST_F(BaseSignalTest, whatAProgramChangesInTheRegistryCountsAtOnce) {
+    FakeSignal first("a", "", 1), second("b", "", 2), spare("c", "", 3);
+    for (FakeSignal* const signal : {&first, &second, &spare})
+        signal->write(0, 1);
+    BaseSignal::instances.erase("c");
+    EXPECT_EQ(silentBefore(2), (Keys{1, 2}));
+    BaseSignal::instances["b"] = &spare; // another object; the number of entries stays the same
+    EXPECT_EQ(silentBefore(2), (Keys{1, 3}));
     BaseSignal::instances.erase("a");
-    FakeSignal second("b", "", 2);
-    second.write(0, 1);
-    BaseSignal::checkTimeout(2, silent);
-    EXPECT_EQ(silent, (std::vector<unsigned long long>{2}));
+    BaseSignal::instances["z"] = &first;
+    EXPECT_EQ(silentBefore(2), (Keys{3, 1})) << "in the order of the keys, whatever the signals are called";
+    BaseSignal::instances.clear();
+    EXPECT_EQ(silentBefore(2), Keys());
 }
 
 TEST_F(BaseSignalTest, outputOperatorCallsPrintAndReturnsTheStream) {

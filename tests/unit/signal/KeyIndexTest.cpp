@@ -52,8 +52,8 @@ TEST(KeyIndexTest, clearedIndexIsUsedAgain) {
     EXPECT_EQ(index.size(), 1U);
 }
 
-// Few different keys come and go all the time, so that places are taken, freed, run over and moved up over the seam of
-// the table.
+// A few different keys are inserted and erased all the time, so that places are occupied, freed, probed past and filled
+// from later ones, also across the end of the table.
 TEST(KeyIndexTest, agreesWithAnOrderedMap) {
     for (unsigned const range : {8U, 40U, 1000U}) {
         Random random(range);

@@ -1,8 +1,11 @@
 // Printed forms of value types and definitions.
 #include "qzsignal/signal/SignalDefinition.h"
 
+#include "tests/support/Observe.h"
+
 #include <gtest/gtest.h>
 
+#include <iomanip>
 #include <sstream>
 #include <type_traits>
 
@@ -23,13 +26,6 @@ baseSignalDef_t exampleDefinition() {
     return definition;
 }
 
-template <typename Value>
-std::string printed(Value const& value) {
-    std::ostringstream out;
-    out << value;
-    return out.str();
-}
-
 TEST(SignalValue, isThirtyTwoBitsSigned) {
     static_assert(std::is_same<std::underlying_type<signalValue_t>::type, std::int32_t>::value, "");
     EXPECT_EQ(sizeof(signalValue_t), 4U);
@@ -42,6 +38,12 @@ TEST(SignalValue, printsItsNameAndNothingForOtherNumbers) {
     } const cases[] = {{0, "unsigned"}, {1, "signed"}, {2, "float"}, {3, "double"}, {4, ""}, {7, ""}, {-1, ""}};
     for (auto const& each : cases)
         EXPECT_EQ(printed(static_cast<signalValue_t>(each.value)), each.name) << each.value;
+}
+
+TEST(SignalValue, unknownTypePrintsNothingWhateverTheWidth) {
+    std::ostringstream out;
+    out << std::setw(8) << static_cast<signalValue_t>(7) << '|' << std::setw(8) << signalFloat << '|';
+    EXPECT_EQ(out.str(), "|   float|") << "the name of a known one is padded as any word is";
 }
 
 TEST(SignalDefinition, hasDefaultsOfZeroAndEmpty) {

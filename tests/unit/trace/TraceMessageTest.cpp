@@ -15,7 +15,7 @@
 namespace {
 
 template <typename Message>
-constexpr bool isMessage = std::is_base_of<MessageBase, Message>::value&& std::is_default_constructible<Message>::value;
+constexpr bool isMessage = std::is_base_of_v<MessageBase, Message>&& std::is_default_constructible_v<Message>;
 
 static_assert(isMessage<CANExtTraceMessage> && isMessage<LINTraceMessage> && isMessage<FlexRayExtTraceMessage> &&
                   isMessage<KeyboardMessage> && isMessage<GpioTraceMessage> && isMessage<AnalogTraceMessage>,
@@ -76,6 +76,16 @@ TEST(CANExtTraceMessage, printsFrame) {
     std::ostringstream out;
     out << message;
     EXPECT_EQ(out.str(), "channel=17,id=0x1abcdef,extended=yes,length=3,payload=0a-ff-00,timestamp=0x1234");
+}
+
+TEST(CANExtTraceMessage, formatOfTheStreamDoesNotShow) {
+    CANExtTraceMessage message;
+    message.identifier = 0x1abcdef;
+    message.length = 1;
+    message.payload[0] = 0x0a;
+    std::ostringstream out;
+    out << std::hex << std::uppercase << std::showbase << std::left << message;
+    EXPECT_EQ(out.str(), "channel=0,id=0x1abcdef,extended=no,length=1,payload=0a,timestamp=0x0");
 }
 
 TEST(CANExtTraceMessage, printsNoMoreBytesThanItHas) {
