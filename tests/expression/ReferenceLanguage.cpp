@@ -188,6 +188,8 @@ public:
             reading.d_errorLine = 1 + static_cast<unsigned>(lines);
             std::size_t const begin = d_lastEnd == 0 ? d_token.d_begin : d_lastBegin;
             reading.d_errorText = d_text.substr(begin, d_token.d_end - begin);
+            reading.d_errorBegin = std::min(d_token.d_begin, d_text.size() - 1);
+            reading.d_errorEnd = std::min(d_token.d_end, d_text.size() - 1);
         }
         return reading;
     }

@@ -25,6 +25,8 @@ struct Reading {
     Term d_term;              // if accepted
     unsigned d_errorLine = 0; // if not: where the last good token ends, from 1
     std::string d_errorText;  // from the start of the last good token, if any, to the end of the one that does not fit
+    std::size_t d_errorBegin = 0; // offset of the token that does not fit
+    std::size_t d_errorEnd = 0;   // offset past it; neither counts the newline at the end of the text
 };
 
 // Reads a text that holds no NUL, without the newline at its end.

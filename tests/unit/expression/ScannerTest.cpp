@@ -259,8 +259,9 @@ TEST(Scanner, refusesTextsThatItCannotCount) {
     Capture const errors(std::cerr);
     // Refused before a character of it is read.
     std::string_view const text("", static_cast<std::size_t>(std::numeric_limits<int>::max()) - 1);
-    EXPECT_FALSE(qzsignal::scanText(scanner, text));
+    EXPECT_EQ(qzsignal::scanText(scanner, text), nullptr);
     EXPECT_FALSE(qzsignal::beginTokens(scanner, text));
+    experror("memory exhausted");
     EXPECT_EQ(errors.text(), "[ERROR] expression parser: line 1 memory exhausted at ''\n");
 }
 
