@@ -286,7 +286,7 @@ TEST_F(EvalTest, followKeepsTheLastValueOfALockedSignal) {
               "qzsignal: warning: '" + d_name.name() + "' is locked by another process, its last value stays\n");
 }
 
-TEST_F(EvalTest, followEndsWhenNobodyReads) {
+TEST_F(EvalTest, followEndsWhenItsReaderIsGone) {
     d_signal->write(word(5), 6);
     std::string command = QZSIGNAL_TEST_COMMAND;
     std::replace(command.begin(), command.end(), '|', ' ');

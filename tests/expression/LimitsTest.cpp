@@ -45,7 +45,7 @@ TEST_F(ExpressionLimits, bracketsNestedDeeperExhaustTheParser) {
                                    text + "\n\n");
 }
 
-TEST_F(ExpressionLimits, signsMayBePiledThousandsHigh) {
+TEST_F(ExpressionLimits, signsMayBeRepeatedThousandsOfTimes) {
     CompiledExpression minus(repeated("-", 9990) + "a");
     EXPECT_EQ(minus.postfix().size(), 9991U);
     EXPECT_EQ(minus.getValue(), 3.0);
@@ -119,7 +119,7 @@ TEST_F(ExpressionLimits, errorsShowTheirWordsAnywhereInALongText) {
             std::string const text = repeated(" ", before) + bad;
             reference::Reading const reading = reference::read(text);
             CompiledExpression const expression(text);
-            EXPECT_EQ(d_errors.take(), messagesFor(text, reading)) << bad << " behind " << before;
+            EXPECT_EQ(d_errors.take(), messagesFor(text, reading)) << bad << " after " << before;
         }
     }
 }

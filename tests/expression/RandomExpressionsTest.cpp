@@ -91,7 +91,7 @@ TEST(RandomExpressions, areReadAndEvaluatedLikeTheReference) {
             ASSERT_EQ(seen(compiled, expression.postfix(), value, errors.take()), expected) << "Text: " << text;
             if (compiled) {
                 ASSERT_EQ(expression.getTrigger(), value > 0.0) << "Text: " << text;
-                // The same once more: an evaluation leaves nothing behind.
+                // The same again: an evaluation has no effect on the next one.
                 ASSERT_EQ(reference::print(expression.getValue()), reference::print(value)) << "Text: " << text;
                 ASSERT_EQ(reference::print(compactValue(text)), reference::print(value)) << "Text: " << text;
             }

@@ -45,7 +45,7 @@ using Program = std::vector<Instruction>;
 // The operands of each operation from left to right, then the operation.
 Program programOf(Term const& term);
 
-// Words separated by blanks: a number in its shortest exact form, a signal's name, an operation.
+// Words separated by spaces: a number in its shortest exact form, a signal's name, an operation.
 std::string print(Program const& program);
 std::ostream& operator<<(std::ostream& out, Program const& program);
 

@@ -82,7 +82,7 @@ TEST_F(CompileTest, caretIsUnderTheOffendingToken) {
 }
 
 TEST_F(CompileTest, badExpressionLeavesNoSignals) {
-    reported("Nobody + Nowhere *");
+    reported("Unknown + Missing *");
     EXPECT_TRUE(BaseSignal::instances.empty());
 }
 

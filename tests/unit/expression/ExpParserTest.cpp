@@ -1,4 +1,4 @@
-// Expressions over signals: compilation, values, triggers and what they tell of their signals.
+// Expressions over signals: compilation, values, triggers and what they report of their signals.
 #include "qzsignal/expression/ExpParser.h"
 
 #include "qzsignal/input/InputSignal.h"
@@ -142,10 +142,10 @@ TEST_F(ExpParserTest, unknownNameOfAnInputBecomesThatInput) {
 
 TEST_F(ExpParserTest, anyOtherUnknownNameBecomesAnInputWithoutAValue) {
     Capture const output(std::cout), errors(std::cerr);
-    ExpressionProbe expression("Nobody + 1"), other("Nobody");
+    ExpressionProbe expression("Unknown + 1"), other("Unknown");
     EXPECT_TRUE(expression.listed());
-    EXPECT_NE(dynamic_cast<InputSignal*>(BaseSignal::getInstance("Nobody")), nullptr);
-    EXPECT_EQ(other.program[0].second.signal, BaseSignal::getInstance("Nobody")) << "made once";
+    EXPECT_NE(dynamic_cast<InputSignal*>(BaseSignal::getInstance("Unknown")), nullptr);
+    EXPECT_EQ(other.program[0].second.signal, BaseSignal::getInstance("Unknown")) << "made once";
     EXPECT_EQ(expression.signalMessageIds, std::set<unsigned long long>{0});
     EXPECT_EQ(expression.getValue(), 0.0);
     EXPECT_FALSE(expression.isWritten());
@@ -153,8 +153,8 @@ TEST_F(ExpParserTest, anyOtherUnknownNameBecomesAnInputWithoutAValue) {
 }
 
 TEST_F(ExpParserTest, signalsOutliveTheExpression) {
-    { ExpressionProbe const expression("Nobody"); }
-    EXPECT_NE(BaseSignal::getInstance("Nobody"), nullptr);
+    { ExpressionProbe const expression("Unknown"); }
+    EXPECT_NE(BaseSignal::getInstance("Unknown"), nullptr);
 }
 
 TEST_F(ExpParserTest, signalNamedTwiceGivesTwoInstructionsAndOneMessage) {
@@ -184,7 +184,7 @@ TEST_F(ExpParserTest, clearDeletesAllThatAreListed) {
     ExpParser::clear();
 }
 
-TEST_F(ExpParserTest, errorTellsWhyATextWasNotAccepted) {
+TEST_F(ExpParserTest, errorSaysWhyATextWasNotAccepted) {
     Capture const errors(std::cerr);
     ExpParser const good("1 + 2", false), bad("1 +\n  2 3", false);
     EXPECT_FALSE(good.error());
@@ -304,7 +304,7 @@ TEST_F(ExpParserTest, operationOfADerivedClassFindsRoomOnTheStack) {
     EXPECT_EQ(expression.getValue(), 42001.0);
 }
 
-// An expression of its own, unlike one of a derived class, does not run as its program stands.
+// A plain expression, unlike one of a derived class, does not run its program as it stands.
 TEST_F(ExpParserTest, whatIsAddedToAnExpressionRuns) {
     PlainSignal x("x", 3.0, 1);
     ExpParser expression("x", false);
@@ -570,7 +570,7 @@ TEST_F(ExpParserTest, edgeTriggerTakesASignalWithoutAValueForFalse) {
     EXPECT_TRUE(expression.getTrigger());
 }
 
-// What expressions tell of their signals
+// What expressions report of their signals
 
 TEST_F(ExpParserTest, isWrittenOnceAllSignalsHoldValues) {
     PlainSignal x("x"), y("y");
@@ -616,7 +616,7 @@ TEST_F(ExpParserTest, latestTimeIsTheNewestOfAllSignals) {
 TEST_F(ExpParserTest, latestTimeCountsWhateverTheReadResult) {
     PlainSignal x("x", 1.0, 5), gone("gone", 1.0, 9), never("never");
     gone.clear();
-    ExpressionProbe const expression("x + gone + never + Nobody");
+    ExpressionProbe const expression("x + gone + never + Unknown");
     EXPECT_EQ(expression.getLastestTime(), 9U);
 }
 

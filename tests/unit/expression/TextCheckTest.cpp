@@ -81,18 +81,17 @@ TEST_F(TextCheck, nullIsAnEmptyText) {
     EXPECT_EQ(ExpParser::signalNames(nullptr), Names());
 }
 
-TEST_F(TextCheck, leavesNothingBehindAndReportsNothing) {
+TEST_F(TextCheck, createsNothingAndReportsNothing) {
     ExpParser::debug = 1;
     Capture const output(std::cout), errors(std::cerr);
-    ExpParser::check("Nobody + 1");
-    ExpParser::check("Nobody + ");
-    ExpParser::signalNames("Nobody");
+    ExpParser::check("Unknown + 1");
+    ExpParser::check("Unknown + ");
+    ExpParser::signalNames("Unknown");
     EXPECT_TRUE(BaseSignal::instances.empty());
     EXPECT_TRUE(ExpParser::allExpParsers.empty());
     EXPECT_EQ(output.text() + errors.text(), "");
 }
 
-// A text is compiled in the middle of nothing else: the place of a later error is that of its own text.
 TEST_F(TextCheck, eachTextHasItsOwnPlaces) {
     EXPECT_EQ(placeOf("a + b c"), "6-7 'c'");
     EXPECT_EQ(placeOf("a"), "accepted");
