@@ -2,16 +2,16 @@
 #include "qzsignal/expression/CompactProgram.h"
 #include "qzsignal/expression/ExpParser.h"
 #include "qzsignal/expression/Operations.h"
+#include "qzsignal/expression/VirtualTable.h"
 #include "qzsignal/signal/Diagnostics.h"
 
 #include <cstdlib>
-#include <typeinfo>
 
 namespace {
 
 using qzsignal::CompactProgram;
 
-// Puts the values of all signals into their places. Returns the first one that has none, or null.
+// Puts the values of all signals into their places. Returns the first signal without a value, or null.
 inline CompactProgram::Input const* read(CompactProgram::Input const* input) {
     unsigned long long timestamp = 0;
     for (; input->d_signal != nullptr; ++input) {
@@ -31,14 +31,14 @@ inline double leave(Stack<double>& stack, double result) {
 
 } // namespace
 
-// Each step goes on to the next one by itself, through labels as values, which are not standard C++. A switch in a loop
-// has one jump to all steps, and processors foretell badly where it goes: long programs take three times as long.
+// Each step jumps to the next one, through labels as values, which are not standard C++. A switch in a loop has one
+// jump to all steps, which processors predict badly: long programs take three times as long.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wpedantic"
 
 double ExpParser::getValue() {
-    // A derived class may change the program at any time, and have operations that watch it at work.
-    if (__builtin_expect(d_compact == nullptr || &typeid(*this) != &typeid(ExpParser), 0))
+    // A derived class may change the program at any time, and have operations that see it at work.
+    if (__builtin_expect(d_compact == nullptr || qzsignal::virtualTableOf(*this) != d_ownTable, 0))
         return runProgram();
 
     CompactProgram const& compact = *d_compact;
@@ -51,11 +51,13 @@ double ExpParser::getValue() {
     // By the code of a step. An operation of one operand is never Swapped.
     static void const* const labels[] = {
         &&end, &&operand,
-#define QZSIGNAL_ONE(name) &&name##Next, &&name##Next, &&name##First,
-#define QZSIGNAL_TWO(name) &&name##Next, &&name##Swapped, &&name##First,
-        QZSIGNAL_COMPUTING_OPERATIONS(QZSIGNAL_ONE, QZSIGNAL_TWO)
-#undef QZSIGNAL_ONE
-#undef QZSIGNAL_TWO
+#define QZSIGNAL_LABELS_1(name) &&name##Next, &&name##Next, &&name##First,
+#define QZSIGNAL_LABELS_2(name) &&name##Next, &&name##Swapped, &&name##First,
+#define QZSIGNAL_LABELS(name, operands, result) QZSIGNAL_LABELS_##operands(name)
+        QZSIGNAL_OPERATIONS(QZSIGNAL_LABELS)
+#undef QZSIGNAL_LABELS_1
+#undef QZSIGNAL_LABELS_2
+#undef QZSIGNAL_LABELS
     };
 
     CompactProgram::Step const* step = compact.steps();
@@ -69,14 +71,14 @@ double ExpParser::getValue() {
     b = *step->d_place;                        \
     asm volatile("" : : "i"(__COUNTER__));     \
     goto *labels[step->d_code];
-#define QZSIGNAL_ONE(name)                     \
+#define QZSIGNAL_STEPS_1(name)                 \
 name##First:                                   \
     *step->d_kept = a;                         \
     a = *step->d_left;                         \
 name##Next:                                    \
     a = qzsignal::results::name(a);            \
     QZSIGNAL_GO_ON
-#define QZSIGNAL_TWO(name)                     \
+#define QZSIGNAL_STEPS_2(name)                 \
 name##Swapped:                                 \
     a = qzsignal::results::name(b, a);         \
     QZSIGNAL_GO_ON                             \
@@ -86,9 +88,11 @@ name##First:                                   \
 name##Next:                                    \
     a = qzsignal::results::name(a, b);         \
     QZSIGNAL_GO_ON
-    QZSIGNAL_COMPUTING_OPERATIONS(QZSIGNAL_ONE, QZSIGNAL_TWO)
-#undef QZSIGNAL_ONE
-#undef QZSIGNAL_TWO
+#define QZSIGNAL_STEPS(name, operands, result) QZSIGNAL_STEPS_##operands(name)
+    QZSIGNAL_OPERATIONS(QZSIGNAL_STEPS)
+#undef QZSIGNAL_STEPS_1
+#undef QZSIGNAL_STEPS_2
+#undef QZSIGNAL_STEPS
 #undef QZSIGNAL_GO_ON
     // clang-format on
 
@@ -103,7 +107,8 @@ end:
 double ExpParser::runProgram() {
     stack.clear();
     for (pc = program.begin(); pc != program.end(); ++pc)
-        (this->*pc->first)();
+        if (pc->first != nullptr)
+            (this->*pc->first)();
     if (stack.depth() != 1) {
         qzsignal::writeLine(std::cerr, "", "stacksizes wrong at end of program: double(", stack.depth(), ")");
         std::exit(2);

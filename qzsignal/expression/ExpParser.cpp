@@ -4,10 +4,12 @@
 #include "qzsignal/expression/CompactProgram.h"
 #include "qzsignal/expression/Operations.h"
 #include "qzsignal/expression/TokenSource.h"
+#include "qzsignal/expression/VirtualTable.h"
 #include "qzsignal/input/InputSignal.h"
 #include "qzsignal/signal/Diagnostics.h"
 
 #include <algorithm>
+#include <charconv>
 #include <utility>
 
 namespace {
@@ -30,9 +32,25 @@ expFlexLexer& qzsignal::scannerOf(ExpParser& expression) {
     return *expression.lexer;
 }
 
-ExpParser::ExpParser(char const* expression, bool edge)
-    : lexer(std::make_unique<expFlexLexer>()), text(expression != nullptr ? expression : ""), edgeTrigger(edge) {
-    // The grammar ends every expression with a newline.
+void qzsignal::rejectText(ExpParser& expression, char const* message) {
+    expression.d_error = errorAtToken(message);
+    if (expression.d_purpose == ExpParser::Purpose::Evaluate)
+        experror(message);
+}
+
+std::string ExpParser::Error::text() const {
+    return "expression parser: line " + std::to_string(line) + " " + message + " at '" + context + "'";
+}
+
+// While this constructor runs, the object is of no derived class yet.
+ExpParser::ExpParser(char const* expression, bool edge, Purpose purpose)
+    : lexer(std::make_unique<expFlexLexer>()),
+      text(expression != nullptr ? expression : ""),
+      edgeTrigger(edge),
+      d_purpose(purpose),
+      d_ownTable(qzsignal::virtualTableOf(*this)) {}
+
+ExpParser::ExpParser(char const* expression, bool edge) : ExpParser(expression, edge, Purpose::Evaluate) {
     std::string const line = text + '\n';
     if (debug > 1) {
         expdebug = 1;
@@ -40,7 +58,7 @@ ExpParser::ExpParser(char const* expression, bool edge)
     }
     if (debug != 0)
         debugLine("parsing ", line);
-    if (!qzsignal::beginTokens(*lexer, line) || expparse(this) != 0) {
+    if (!compile()) {
         errorLine("parser error in ExpParser");
         writeLine(std::cerr, "", line);
         return;
@@ -48,6 +66,8 @@ ExpParser::ExpParser(char const* expression, bool edge)
     d_compact = std::make_unique<qzsignal::CompactProgram>(program);
     if (debug != 0)
         debugLine("parsed");
+    if (debug > 2)
+        print(std::cerr);
     allExpParsers.insert(this);
 }
 
@@ -58,6 +78,32 @@ ExpParser::~ExpParser() {
 void ExpParser::clear() {
     while (!allExpParsers.empty())
         delete *allExpParsers.begin();
+}
+
+// The grammar ends every expression with a newline.
+bool ExpParser::compile() {
+    if (qzsignal::beginTokens(*lexer, text + '\n'))
+        return expparse(this) == 0;
+    qzsignal::rejectText(*this, "memory exhausted");
+    return false;
+}
+
+std::optional<ExpParser::Error> ExpParser::check(char const* expression) {
+    ExpParser parser(expression, false, Purpose::Check);
+    parser.compile();
+    return std::move(parser.d_error);
+}
+
+std::vector<std::string> ExpParser::signalNames(char const* expression) {
+    std::vector<std::string> names;
+    expFlexLexer scanner;
+    std::string const line = std::string(expression != nullptr ? expression : "") + '\n';
+    if (qzsignal::scanText(scanner, line) == nullptr)
+        return names;
+    while (int const token = scanner.yylex())
+        if (token == STRING && std::find(names.begin(), names.end(), scanner.YYText()) == names.end())
+            names.emplace_back(scanner.YYText());
+    return names;
 }
 
 bool ExpParser::getTrigger() {
@@ -83,7 +129,7 @@ unsigned long long ExpParser::getLastestTime() const {
     for (Instruction const& each : program) {
         if (each.second.name.empty())
             continue;
-        // What a signal that holds no value says of its time counts as well.
+        // The time that a signal without a value reports counts as well.
         unsigned long long timestamp = 0;
         holdsValue(each.second, timestamp);
         latest = std::max(latest, timestamp);
@@ -104,6 +150,8 @@ void ExpParser::add(Operation operation) {
 }
 
 void ExpParser::add(std::string const& name) {
+    if (d_purpose == Purpose::Check)
+        return;
     BaseSignal* signal = BaseSignal::getInstance(name.c_str());
     if (signal == nullptr)
         signal = new InputSignal(name.c_str());
@@ -115,15 +163,37 @@ void ExpParser::add(double constant) {
     append(&ExpParser::opdouble, value_t(constant, std::string()));
 }
 
-// Room for as many elements as there are instructions is enough for any program. It has to grow only with what pushes,
-// which is also what a derived class may add of its own.
+// A stack with room for as many elements as there are instructions is large enough for any program. It has to grow only
+// with instructions that push, which operations of derived classes may do as well.
 void ExpParser::append(Operation operation, value_t operand) {
-    if (operation == nullptr)
-        return; // nothing that could be run
-    // What is added to a finished program may be anything.
-    d_compact = nullptr;
+    if (d_purpose == Purpose::Check)
+        return;
+    d_compact = nullptr; // it is made for a program from a text alone
     program.emplace_back(operation, std::move(operand));
     qzsignal::OperationRow const* const row = qzsignal::findOperation(operation);
-    if (row == nullptr || row->operands == 0)
+    bool const pushes = row != nullptr ? row->operands == 0 : operation != nullptr;
+    if (pushes)
         stack.size(static_cast<std::uint32_t>(program.size()));
+}
+
+char const* ExpParser::nameOf(Operation operation) {
+    qzsignal::OperationRow const* const row = qzsignal::findOperation(operation);
+    return row != nullptr ? row->name : operation != nullptr ? "unknown" : "none";
+}
+
+// Put together apart from the stream, whose format and locale do not show in it.
+void ExpParser::print(std::ostream& out) const {
+    std::string lines;
+    for (auto const& [operation, operand] : program) {
+        lines += nameOf(operation);
+        if (operation == &ExpParser::opdouble) {
+            char number[32];
+            lines += ' ';
+            lines.append(number, std::to_chars(number, number + sizeof number, operand.value).ptr);
+        } else if (!operand.name.empty()) {
+            lines += ' ' + operand.name;
+        }
+        lines += '\n';
+    }
+    out.write(lines.data(), static_cast<std::streamsize>(lines.size()));
 }

@@ -1,4 +1,4 @@
-// What the operations do.
+// The operations as members of ExpParser, on its stack.
 #include "qzsignal/expression/Operations.h"
 
 #include "qzsignal/signal/Diagnostics.h"
@@ -8,16 +8,12 @@
 
 namespace {
 
-namespace results = qzsignal::results;
-
-template <typename Function>
-void unary(Stack<double>& stack, Function function) {
+void apply(Stack<double>& stack, double (*function)(double)) {
     stack.check(1);
     stack.back() = function(stack.back());
 }
 
-template <typename Function>
-void binary(Stack<double>& stack, Function function) {
+void apply(Stack<double>& stack, double (*function)(double, double)) {
     stack.check(2);
     double const b = stack.pop();
     stack.back() = function(stack.back(), b);
@@ -25,16 +21,12 @@ void binary(Stack<double>& stack, Function function) {
 
 } // namespace
 
-qzsignal::OperationRow const* qzsignal::findOperation(ExpParser::Operation function) {
-    auto const row = std::find_if(std::begin(operations), std::end(operations),
-                                  [function](OperationRow const& each) { return each.function == function; });
-    return row != std::end(operations) ? row : nullptr;
-}
-
-void qzsignal::reportNoValue(std::string const& name) {
-    if (ExpParser::debug != 0)
-        writeLine(std::cerr, "", "abort expression program due to (yet) invalid signal \"", name, "\"");
-}
+#define QZSIGNAL_MEMBER(name, operands, result)                                                                        \
+    void ExpParser::name() {                                                                                           \
+        apply(stack, &qzsignal::results::name);                                                                        \
+    }
+QZSIGNAL_OPERATIONS(QZSIGNAL_MEMBER)
+#undef QZSIGNAL_MEMBER
 
 void ExpParser::opdouble() {
     stack.push(pc->second.value);
@@ -54,74 +46,13 @@ void ExpParser::opsignal() {
     pc = program.end() - 1;
 }
 
-void ExpParser::opnot() {
-    unary(stack, results::opnot);
+qzsignal::OperationRow const* qzsignal::findOperation(ExpParser::Operation function) {
+    auto const row = std::find_if(std::begin(operations), std::end(operations),
+                                  [function](OperationRow const& each) { return each.function == function; });
+    return row != std::end(operations) ? row : nullptr;
 }
 
-void ExpParser::opnz() {
-    unary(stack, results::opnz);
-}
-
-void ExpParser::opneg() {
-    unary(stack, results::opneg);
-}
-
-void ExpParser::opland() {
-    binary(stack, results::opland);
-}
-
-void ExpParser::oplor() {
-    binary(stack, results::oplor);
-}
-
-void ExpParser::opdne() {
-    binary(stack, results::opdne);
-}
-
-void ExpParser::opdeq() {
-    binary(stack, results::opdeq);
-}
-
-void ExpParser::opbne() {
-    binary(stack, results::opbne);
-}
-
-void ExpParser::opbeq() {
-    binary(stack, results::opbeq);
-}
-
-void ExpParser::opge() {
-    binary(stack, results::opge);
-}
-
-void ExpParser::ople() {
-    binary(stack, results::ople);
-}
-
-void ExpParser::opgt() {
-    binary(stack, results::opgt);
-}
-
-void ExpParser::oplt() {
-    binary(stack, results::oplt);
-}
-
-void ExpParser::opexp() {
-    binary(stack, results::opexp);
-}
-
-void ExpParser::opdiv() {
-    binary(stack, results::opdiv);
-}
-
-void ExpParser::opmult() {
-    binary(stack, results::opmult);
-}
-
-void ExpParser::opminus() {
-    binary(stack, results::opminus);
-}
-
-void ExpParser::opplus() {
-    binary(stack, results::opplus);
+void qzsignal::reportNoValue(std::string const& name) {
+    if (ExpParser::debug != 0)
+        writeLine(std::cerr, "", "abort expression program due to (yet) invalid signal \"", name, "\"");
 }

@@ -1,5 +1,5 @@
 /// @file
-/// The stack on which an expression's program computes.
+/// The stack of an expression's program.
 #pragma once
 
 #include <algorithm>
@@ -8,8 +8,8 @@
 #include <cstdlib>
 #include <iostream>
 
-/// An array that is sized before the program runs, so that a push is a store and nothing else. Belongs to one
-/// expression and its thread.
+/// An array that is sized before the program runs, so that a push is only a store. It belongs to one expression and its
+/// thread.
 ///
 ///     base                    top          capacity = 5, two elements
 ///     |  -  | 1.0 | 2.0 |  -  |  -  |  -  |
@@ -22,8 +22,8 @@ public:
     Stack(Stack const&) = delete;
     Stack& operator=(Stack const&) = delete;
 
-    /// Makes room for a program of `instructions`; what has room already stays. Elements are not carried over, only
-    /// their number is: the stack is empty while a program is being built.
+    /// Makes room for a program of `instructions`, if there is less. The number of elements is kept and their values
+    /// are not: the stack is empty while a program is being built.
     void size(std::uint32_t instructions) {
         if (instructions <= capacity)
             return;
@@ -35,7 +35,7 @@ public:
     /// The number of elements.
     unsigned int depth() const { return static_cast<unsigned int>(top - base); }
 
-    /// Takes all elements off.
+    /// Removes all elements.
     void clear() { top = base; }
 
     /// Ends the process with status 4, and a line on standard error, if there are fewer than `n` elements.
@@ -47,7 +47,7 @@ public:
     /// Precondition: there are fewer elements than `capacity`.
     void push(T value) { *++top = value; }
 
-    /// Takes the topmost element off. Precondition: there is one.
+    /// Removes the topmost element. Precondition: there is one.
     T pop() { return *top--; }
 
     /// The topmost element. Precondition: there is one.
@@ -58,7 +58,7 @@ public:
     T* top = nullptr;           ///< the topmost element; `base` if there is none
 
 private:
-    /// More than is asked for, as a program is built instruction by instruction.
+    /// Makes more room than is needed now, as a program is built instruction by instruction.
     void grow(std::size_t room) {
         std::size_t const elements = depth();
         T* const array = new T[room + 1];
@@ -68,7 +68,7 @@ private:
         top = array + elements;
     }
 
-    /// Deliberate: speaks of a "bool stack", whatever the elements are.
+    /// Deliberate: the message says "bool stack", whatever the elements are.
     [[noreturn]] void tooFew(unsigned int n) const {
         std::cerr << std::dec << "Less than " << n << " elements on bool stack (" << depth() << ")" << std::endl;
         std::exit(4);

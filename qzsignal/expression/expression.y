@@ -1,4 +1,4 @@
-// The grammar of the expression language. Each rule appends its instruction to the program once its operands are there,
+// The grammar of the expression language. Each rule appends its instruction to the program after those of its operands,
 // which makes the program postfix.
 %define api.prefix {exp}
 %define api.pure full
@@ -6,11 +6,11 @@
 %param {void* parser}
 
 // After an exp at the end of the line, and likewise before a ')', the parser may take it as it is or make it a condition
-// first. It takes it as it is: a plain formula keeps its value, and a formula in brackets can be computed with.
+// first. It takes it as it is: a plain formula keeps its value, and a formula in brackets can be an operand.
 %expect 2
 
 %code top {
-// The trace speaks in words of its own; see traceWord.
+// The trace has its own words; see traceWord.
 #define YYFPRINTF qzsignal::trace
 }
 
@@ -36,7 +36,7 @@ static_assert(sizeof(YYSTYPE) == 1024, "names are limited by the array alone");
 namespace qzsignal {
 namespace {
 
-// Readers of the trace know it in the words that the generator used for its first decades.
+// The trace keeps the words that the generator used for its first decades.
 char const* traceWord(char const* word) {
     static char const* const words[][2] = {
         {"Reading a token\n", "Reading a token: "}, // what was read follows on the same line
@@ -68,9 +68,9 @@ void trace(std::FILE* out, char const* format, Arguments... arguments) {
 
 namespace {
 
-// The generator hands the parser's parameter to the reporter as well, which needs none.
-void experror(void*, char const* message) {
-    ::experror(message);
+// What the generated parser calls.
+void experror(void* parser, char const* message) {
+    qzsignal::rejectText(*static_cast<ExpParser*>(parser), message);
 }
 
 template <typename Instruction>

@@ -113,6 +113,49 @@ TEST_F(EvalTest, badExpressionIsShownWithItsPlace) {
     EXPECT_EQ(eval("").status, 65);
 }
 
+TEST_F(EvalTest, programIsPrintedAnInstructionALine) {
+    SharedName const missing("missing");
+    Result const result = eval(missing.name() + " * 0.1 > 3 && RC.F1 == pressed", {"--program"});
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.output, "opsignal " + missing.name() +
+                                 "\nopdouble 0.1\nopmult\nopdouble 3\nopgt\n"
+                                 "opsignal RC.F1\nopdouble 1\nopdeq\nopland\n");
+    EXPECT_EQ(result.errors, "") << "signals need not exist";
+    Result const falseCondition({"eval", "--program", "0"});
+    EXPECT_EQ(falseCondition.status, 0);
+    EXPECT_EQ(falseCondition.output, "opdouble 0\n");
+}
+
+TEST_F(EvalTest, programAsJsonIsAnArrayOfInstructions) {
+    Result const result({"eval", "--json", "--program", "--", "-a.b >= 1e999"});
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.errors, "");
+    EXPECT_EQ(nlohmann::json::parse(result.output),
+              nlohmann::json::array({{{"operation", "opsignal"}, {"signal", "a.b"}},
+                                     {{"operation", "opneg"}},
+                                     {{"operation", "opdouble"}, {"constant", nullptr}},
+                                     {{"operation", "opge"}}}));
+}
+
+TEST_F(EvalTest, programOfABadExpressionIsNotPrinted) {
+    Result const result({"eval", "--program", "a b"});
+    EXPECT_EQ(result.status, 65);
+    EXPECT_EQ(result.output, "");
+    EXPECT_EQ(result.errors, "[ERROR] expression parser: line 1 syntax error at 'a b'\n    a b\n      ^\n");
+}
+
+TEST_F(EvalTest, programIsNotForOptionsOfEvaluation) {
+    for (std::vector<std::string> const& other :
+         {std::vector<std::string>{"--follow"}, {"--edge"}, {"--wait", "1"}, {"--interval", "1"}}) {
+        std::vector<std::string> options = {"--program"};
+        options.insert(options.end(), other.begin(), other.end());
+        Result const result = eval("1", options);
+        EXPECT_EQ(result.status, 64) << other.front();
+        EXPECT_EQ(result.output, "");
+        EXPECT_NE(result.errors.find(other.front()), std::string::npos) << result.errors;
+    }
+}
+
 TEST_F(EvalTest, missingSignalIsReportedWithTheNearestName) {
     Result const result = eval(d_name.name() + "x > " + d_name.name());
     EXPECT_EQ(result.status, 69);
@@ -243,7 +286,7 @@ TEST_F(EvalTest, followKeepsTheLastValueOfALockedSignal) {
               "qzsignal: warning: '" + d_name.name() + "' is locked by another process, its last value stays\n");
 }
 
-TEST_F(EvalTest, followEndsWhenNobodyReads) {
+TEST_F(EvalTest, followEndsWhenItsReaderIsGone) {
     d_signal->write(word(5), 6);
     std::string command = QZSIGNAL_TEST_COMMAND;
     std::replace(command.begin(), command.end(), '|', ' ');

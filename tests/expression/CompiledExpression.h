@@ -4,8 +4,8 @@
 #include "qzsignal/expression/ExpParser.h"
 #include "tests/expression/ReferenceLanguage.h"
 
+#include <optional>
 #include <string>
-#include <utility>
 
 class CompiledExpression : public ExpParser {
 public:
@@ -16,7 +16,7 @@ public:
 
     bool accepted() const { return allExpParsers.count(const_cast<CompiledExpression*>(this)) != 0; }
 
-    reference::Program instructions() const {
+    reference::Program postfix() const {
         reference::Program result;
         for (auto const& [operation, operand] : program) {
             reference::Instruction instruction;
@@ -28,25 +28,9 @@ public:
         }
         return result;
     }
-
-private:
-    static char const* nameOf(void (ExpParser::*operation)()) {
-        static std::pair<void (ExpParser::*)(), char const*> const operations[] = {
-            {&ExpParser::opdouble, "opdouble"}, {&ExpParser::opsignal, "opsignal"}, {&ExpParser::opnot, "opnot"},
-            {&ExpParser::opnz, "opnz"},         {&ExpParser::opneg, "opneg"},       {&ExpParser::opland, "opland"},
-            {&ExpParser::oplor, "oplor"},       {&ExpParser::opdne, "opdne"},       {&ExpParser::opdeq, "opdeq"},
-            {&ExpParser::opbne, "opbne"},       {&ExpParser::opbeq, "opbeq"},       {&ExpParser::opge, "opge"},
-            {&ExpParser::ople, "ople"},         {&ExpParser::opgt, "opgt"},         {&ExpParser::oplt, "oplt"},
-            {&ExpParser::opexp, "opexp"},       {&ExpParser::opdiv, "opdiv"},       {&ExpParser::opmult, "opmult"},
-            {&ExpParser::opminus, "opminus"},   {&ExpParser::opplus, "opplus"}};
-        for (auto const& [candidate, name] : operations)
-            if (candidate == operation)
-                return name;
-        return "unknown";
-    }
 };
 
-// The value of an accepted text as an expression of no derived class has it: it runs another way, in the compact form.
+// The value of an accepted text as a plain ExpParser computes it, in the compact form.
 inline double compactValue(std::string const& source) {
     return ExpParser(source.c_str(), false).getValue();
 }
@@ -55,4 +39,18 @@ inline double compactValue(std::string const& source) {
 inline std::string messagesFor(std::string const& text, reference::Reading const& reading) {
     return "[ERROR] expression parser: line " + std::to_string(reading.d_errorLine) + " syntax error at '" +
            reading.d_errorText + "'\n[ERROR] parser error in ExpParser\n" + text + "\n\n";
+}
+
+// What the library says of a text that it is only asked to check: nothing, or the error's place and message.
+inline std::string checked(std::string const& text) {
+    std::optional<ExpParser::Error> const error = ExpParser::check(text.c_str());
+    return error ? std::to_string(error->begin) + "-" + std::to_string(error->end) + " " + error->text() : "";
+}
+
+// The same as the reference has it.
+inline std::string checkFor(reference::Reading const& reading) {
+    return reading.d_accepted ? ""
+                              : std::to_string(reading.d_errorBegin) + "-" + std::to_string(reading.d_errorEnd) +
+                                    " expression parser: line " + std::to_string(reading.d_errorLine) +
+                                    " syntax error at '" + reading.d_errorText + "'";
 }

@@ -32,7 +32,7 @@ TEST_F(ExpressionLimits, bracketsMayBeNestedThousandsDeep) {
     CompiledExpression expression(repeated("(", 9990) + "a" + repeated(")", 9990));
     EXPECT_TRUE(expression.accepted());
     EXPECT_EQ(d_errors.text(), "");
-    EXPECT_EQ(print(expression.instructions()), "a");
+    EXPECT_EQ(print(expression.postfix()), "a");
     EXPECT_EQ(expression.getValue(), 3.0);
 }
 
@@ -45,12 +45,12 @@ TEST_F(ExpressionLimits, bracketsNestedDeeperExhaustTheParser) {
                                    text + "\n\n");
 }
 
-TEST_F(ExpressionLimits, signsMayBePiledThousandsHigh) {
+TEST_F(ExpressionLimits, signsMayBeRepeatedThousandsOfTimes) {
     CompiledExpression minus(repeated("-", 9990) + "a");
-    EXPECT_EQ(minus.instructions().size(), 9991U);
+    EXPECT_EQ(minus.postfix().size(), 9991U);
     EXPECT_EQ(minus.getValue(), 3.0);
     CompiledExpression no(repeated("!", 9991) + "a");
-    EXPECT_EQ(no.instructions().size(), 9993U);
+    EXPECT_EQ(no.postfix().size(), 9993U);
     EXPECT_EQ(no.getValue(), 0.0);
     EXPECT_EQ(d_errors.text(), "");
 }
@@ -85,14 +85,14 @@ TEST_F(ExpressionLimits, skippedTextMayBeLong) {
                                   repeated(" \t", 30000) + "a " + repeated("^", 30000) + " + 1\n#" +
                                   repeated("x", 40000));
     EXPECT_EQ(d_errors.text(), "");
-    EXPECT_EQ(print(expression.instructions()), "a 1 opplus");
+    EXPECT_EQ(print(expression.postfix()), "a 1 opplus");
     EXPECT_EQ(expression.getValue(), 4.0);
 }
 
 TEST_F(ExpressionLimits, numbersMayHaveThousandsOfDigits) {
     CompiledExpression expression("0." + repeated("0", 40000) + "1e" + "40001 + " + repeated("9", 20000));
     EXPECT_EQ(d_errors.text(), "");
-    EXPECT_EQ(print(expression.instructions()), "1 inf opplus");
+    EXPECT_EQ(print(expression.postfix()), "1 inf opplus");
 }
 
 TEST_F(ExpressionLimits, namesMayHave1023Characters) {
@@ -100,7 +100,7 @@ TEST_F(ExpressionLimits, namesMayHave1023Characters) {
     d_signals[name].d_value = 8.0;
     CompiledExpression expression(name + " + 1");
     EXPECT_EQ(expression.getValue(), 9.0);
-    EXPECT_EQ(expression.instructions().at(0).d_name, name);
+    EXPECT_EQ(expression.postfix().at(0).d_name, name);
 }
 
 TEST_F(ExpressionLimits, longerNamesAreErrors) {
@@ -119,7 +119,7 @@ TEST_F(ExpressionLimits, errorsShowTheirWordsAnywhereInALongText) {
             std::string const text = repeated(" ", before) + bad;
             reference::Reading const reading = reference::read(text);
             CompiledExpression const expression(text);
-            EXPECT_EQ(d_errors.take(), messagesFor(text, reading)) << bad << " behind " << before;
+            EXPECT_EQ(d_errors.take(), messagesFor(text, reading)) << bad << " after " << before;
         }
     }
 }

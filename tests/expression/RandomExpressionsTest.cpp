@@ -10,6 +10,7 @@
 #include <cmath>
 #include <iostream>
 #include <limits>
+#include <set>
 
 namespace {
 
@@ -28,6 +29,20 @@ std::optional<double> randomValue(RandomTexts& random) {
     if (kind < 30)
         return values[random.number(std::size(values))];
     return static_cast<double>(random.number(2000)) / 7.0 - 100.0;
+}
+
+std::set<std::string> namesIn(std::vector<std::string> const& list) {
+    std::set<std::string> const found(list.begin(), list.end());
+    EXPECT_EQ(found.size(), list.size()) << "each name once";
+    return found;
+}
+
+std::set<std::string> namesIn(reference::Program const& program) {
+    std::set<std::string> found;
+    for (reference::Instruction const& each : program)
+        if (each.d_operation == "opsignal")
+            found.insert(each.d_name);
+    return found;
 }
 
 // What is seen of a text with one set of values, as words.
@@ -60,17 +75,23 @@ TEST(RandomExpressions, areReadAndEvaluatedLikeTheReference) {
             expected = seen(false, {}, 0.0, messagesFor(text, reading));
         }
 
+        ASSERT_EQ(checked(text), checkFor(reading)) << "Text: " << text;
+        if (reading.d_accepted) {
+            ASSERT_EQ(namesIn(ExpParser::signalNames(text.c_str())), namesIn(programOf(reading.d_term)))
+                << "Text: " << text;
+        }
+
         {
             CompiledExpression expression(text);
             bool const compiled = expression.accepted();
             if (reading.d_accepted) {
-                ASSERT_EQ(expression.instructions(), programOf(reading.d_term)) << "Text: " << text;
+                ASSERT_EQ(expression.postfix(), programOf(reading.d_term)) << "Text: " << text;
             }
             double const value = compiled ? expression.getValue() : 0.0;
-            ASSERT_EQ(seen(compiled, expression.instructions(), value, errors.take()), expected) << "Text: " << text;
+            ASSERT_EQ(seen(compiled, expression.postfix(), value, errors.take()), expected) << "Text: " << text;
             if (compiled) {
                 ASSERT_EQ(expression.getTrigger(), value > 0.0) << "Text: " << text;
-                // The same once more: an evaluation leaves nothing behind.
+                // The same again: an evaluation has no effect on the next one.
                 ASSERT_EQ(reference::print(expression.getValue()), reference::print(value)) << "Text: " << text;
                 ASSERT_EQ(reference::print(compactValue(text)), reference::print(value)) << "Text: " << text;
             }
@@ -78,7 +99,7 @@ TEST(RandomExpressions, areReadAndEvaluatedLikeTheReference) {
         ASSERT_TRUE(ExpParser::allExpParsers.empty());
         signals.destroyInputs();
     }
-    // Neither good nor bad texts are the exception.
+    // Neither accepted nor rejected texts are rare.
     EXPECT_GT(accepted, texts / 3);
     EXPECT_LT(accepted, texts * 2 / 3);
 }

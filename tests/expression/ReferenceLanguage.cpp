@@ -41,7 +41,7 @@ struct Token {
     std::string d_text; // of Name and Symbol
     double d_number = 0.0;
     std::size_t d_begin = 0; // position of its first character
-    std::size_t d_end = 0;   // and behind its last one
+    std::size_t d_end = 0;   // and past its last one
 };
 
 // Cuts a text, with the newline at its end, into tokens.
@@ -67,14 +67,14 @@ public:
                     return token(Kind::Symbol, 2);
             if (std::strchr("<>!+-*/(),", c) != nullptr)
                 return token(Kind::Symbol, 1);
-            ++d_at; // a blank, or a character without a meaning
+            ++d_at; // a space, or a character without a meaning
         }
     }
 
 private:
     char peek(std::size_t ahead) const { return d_at + ahead < d_text.size() ? d_text[d_at + ahead] : '\0'; }
 
-    // Passes a blank line or a comment line, if one starts here.
+    // Skips a blank line or a comment line, if one starts here.
     bool skipLine() {
         if (d_at != 0 && d_text[d_at - 1] != '\n')
             return false;
@@ -188,6 +188,8 @@ public:
             reading.d_errorLine = 1 + static_cast<unsigned>(lines);
             std::size_t const begin = d_lastEnd == 0 ? d_token.d_begin : d_lastBegin;
             reading.d_errorText = d_text.substr(begin, d_token.d_end - begin);
+            reading.d_errorBegin = std::min(d_token.d_begin, d_text.size() - 1);
+            reading.d_errorEnd = std::min(d_token.d_end, d_text.size() - 1);
         }
         return reading;
     }
@@ -229,8 +231,8 @@ private:
         return part.d_condition ? std::move(part.d_term) : operation("opnz", std::move(part.d_term));
     }
 
-    // Reads what stands where a condition may stand, with all that binds at `level` or tighter. A number stays one,
-    // until it is used as a condition.
+    // Reads a number or condition where a condition is allowed, with all that binds at `level` or tighter. A number
+    // stays one, until it is used as a condition.
     Part condition(int level) {
         Part left = singleCondition();
         for (Infix const* sign = infix(); sign != nullptr && sign->d_level >= level; sign = infix()) {

@@ -25,6 +25,8 @@ struct Reading {
     Term d_term;              // if accepted
     unsigned d_errorLine = 0; // if not: where the last good token ends, from 1
     std::string d_errorText;  // from the start of the last good token, if any, to the end of the one that does not fit
+    std::size_t d_errorBegin = 0; // offset of the token that does not fit
+    std::size_t d_errorEnd = 0;   // offset past it; neither counts the newline at the end of the text
 };
 
 // Reads a text that holds no NUL, without the newline at its end.
@@ -43,7 +45,7 @@ using Program = std::vector<Instruction>;
 // The operands of each operation from left to right, then the operation.
 Program programOf(Term const& term);
 
-// Words separated by blanks: a number in its shortest exact form, a signal's name, an operation.
+// Words separated by spaces: a number in its shortest exact form, a signal's name, an operation.
 std::string print(Program const& program);
 std::ostream& operator<<(std::ostream& out, Program const& program);
 

@@ -107,7 +107,7 @@ TEST_F(SignalExpression, triggersOnKeyAndSpeedTogether) {
     }
 }
 
-TEST_F(SignalExpression, makesInputsOfNamesThatNobodyKnows) {
+TEST_F(SignalExpression, makesInputsOfUnknownNames) {
     CompiledExpression light("DI.3 == high && AI.4 > 100");
     EXPECT_NE(dynamic_cast<InputSignal*>(BaseSignal::getInstance("DI.3")), nullptr);
     EXPECT_NE(dynamic_cast<InputSignal*>(BaseSignal::getInstance("AI.4")), nullptr);

@@ -52,8 +52,8 @@ public:
     void clear() override { d_value.reset(); }
 };
 
-// All signals of a test. Destroys, with its own, the inputs that expressions have made for names nobody knew: those are
-// left to whoever ends the process. No expression may be evaluated afterwards.
+// All signals of a test. With its own it destroys the inputs that expressions have created for unknown names, which
+// have no owner. No expression may be evaluated afterwards.
 class TestSignals {
 public:
     TestSignals() = default;

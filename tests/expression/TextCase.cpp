@@ -76,7 +76,7 @@ public:
     void finish(std::vector<TextCase>& cases) {
         if (d_keys.empty())
             return;
-        EXPECT_NE(d_case.d_line, 0) << "a case without a name behind " << (cases.empty() ? "" : cases.back().d_name);
+        EXPECT_NE(d_case.d_line, 0) << "a case without a name after " << (cases.empty() ? "" : cases.back().d_name);
         EXPECT_TRUE(d_anyText) << d_case.d_name;
         EXPECT_TRUE(d_case.d_program || d_case.d_value || d_case.d_trigger || d_case.d_error) << d_case.d_name;
         cases.push_back(d_case);

@@ -21,8 +21,10 @@ void expectOutcome(TextCase const& each) {
     EXPECT_EQ(expression.accepted(), !each.d_error);
     EXPECT_EQ(errors.text(),
               each.d_error ? *each.d_error + "\n[ERROR] parser error in ExpParser\n" + each.d_text + "\n\n" : "");
+    std::optional<ExpParser::Error> const error = ExpParser::check(each.d_text.c_str());
+    EXPECT_EQ(error ? "[ERROR] " + error->text() : "", each.d_error.value_or(""));
     if (each.d_program) {
-        EXPECT_EQ(print(expression.instructions()), *each.d_program);
+        EXPECT_EQ(print(expression.postfix()), *each.d_program);
     }
     if (!expression.accepted())
         return;

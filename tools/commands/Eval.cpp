@@ -6,7 +6,6 @@
 #include "tools/base/Numbers.h"
 #include "tools/base/StopRequest.h"
 #include "tools/expression/Compile.h"
-#include "tools/expression/Tokens.h"
 #include "tools/machine/MissingSignal.h"
 #include "tools/machine/StateJson.h"
 #include "tools/machine/WatchedSignal.h"
@@ -28,21 +27,22 @@ struct Options {
     bool edge = false;
     bool follow = false;
     bool json = false;
+    bool program = false;
     double wait = 0;
     double interval = 0.02;
 };
 
-// What the expression comes to.
+// The result of one evaluation.
 struct Outcome {
     double value = 0;
     bool trigger = false;
-    std::vector<std::string> missing;   // signals that are not there
+    std::vector<std::string> missing;   // signals that do not exist
     std::vector<std::string> unwritten; // signals that hold no value yet
     std::uint64_t timestamp = 0;        // of the newest signal
 
     bool known() const { return missing.empty() && unwritten.empty(); }
 
-    // The time alone makes no difference.
+    // A different time alone does not count.
     bool differs(Outcome const& other) const {
         bool const sameValue = value == other.value || (std::isnan(value) && std::isnan(other.value));
         return !sameValue || trigger != other.trigger || missing != other.missing || unwritten != other.unwritten;
@@ -72,16 +72,34 @@ std::string json(Outcome const& outcome) {
     return jsonLine(object);
 }
 
+nlohmann::ordered_json programJson(ExpParser const& parser) {
+    nlohmann::ordered_json program = nlohmann::ordered_json::array();
+    for (auto const& [operation, operand] : parser.instructions()) {
+        nlohmann::ordered_json instruction;
+        instruction["operation"] = ExpParser::nameOf(operation);
+        if (operation == &ExpParser::opdouble)
+            instruction["constant"] = operand.value;
+        if (!operand.name.empty())
+            instruction["signal"] = operand.name;
+        program.push_back(std::move(instruction));
+    }
+    return program;
+}
+
 class Evaluation {
 public:
     Evaluation(Options const& options, Console& console) : d_options(options), d_console(console) {}
 
     int run() {
-        for (std::string const& name : signalNames(d_options.expression))
+        for (std::string const& name : ExpParser::signalNames(d_options.expression.c_str()))
             d_signals.push_back(std::make_unique<WatchedSignal>(name));
         d_parser = compile(d_options.expression, d_options.edge, d_console);
         if (!d_parser)
             return exitBadData;
+        if (d_options.program) {
+            printProgram();
+            return exitSuccess;
+        }
         if (d_options.follow)
             noteStopRequests();
         ExitStatus const here = await();
@@ -104,7 +122,7 @@ private:
         }
     }
 
-    // Looks until all signals are there and hold values, or time is up. Only a signal that is not there is a failure.
+    // Looks until all signals exist and hold values, or the time is up. Only a signal that does not exist is a failure.
     ExitStatus await() {
         timespec start{};
         clock_gettime(CLOCK_MONOTONIC, &start);
@@ -147,7 +165,7 @@ private:
         return outcome;
     }
 
-    // Until a stop is requested, or nobody reads what is printed.
+    // Until a stop is requested, or the reader of the output is gone.
     ExitStatus follow() {
         Outcome last = evaluate();
         if (last.trigger || !d_options.edge)
@@ -161,6 +179,14 @@ private:
             last = now;
         }
         return exitSuccess;
+    }
+
+    void printProgram() {
+        if (d_options.json)
+            d_console.results() << jsonText(programJson(*d_parser)) << std::endl;
+        else
+            d_parser->print(d_console.results());
+        d_console.results().flush();
     }
 
     void print(Outcome const& outcome) {
@@ -180,37 +206,46 @@ std::function<int()> setUpEval(CLI::App& parser, Console& console) {
     auto const seconds = [](double least, double most) { return CLI::Range(least, most).description(""); };
     parser
         .add_option("EXPR", options->expression,
-                    "Expression over names of shared signals. Quote it for the shell, and leave a blank between a name "
+                    "Expression over names of shared signals. Quote it for the shell, and put a space between a name "
                     "and && or ||")
         ->type_name("")
         ->required();
-    parser.add_flag("--follow", options->follow,
-                    "Print each change of value, trigger or presence of a signal, until interrupted");
-    parser.add_flag("--edge", options->edge,
-                    "The trigger is true only when the condition becomes true, which it does at the start if it is "
-                    "true from the start; with --follow, only these moments are printed");
-    parser.add_option("--wait", options->wait, "Wait this long for signals that are not there or hold no value yet")
-        ->type_name("SECONDS")
-        ->check(seconds(0.0, 1e6));
-    parser.add_option("--interval", options->interval, "Look at the signals this often (0.02)")
-        ->type_name("SECONDS")
-        ->check(seconds(0.001, 1e6));
+    CLI::Option* const follow = parser.add_flag(
+        "--follow", options->follow, "Print each change of value, trigger or presence of a signal, until interrupted");
+    CLI::Option* const edge = parser.add_flag(
+        "--edge", options->edge,
+        "The trigger is true only when the condition becomes true, and at the start if it is true then; "
+        "with --follow, only these moments are printed");
+    CLI::Option* const wait =
+        parser.add_option("--wait", options->wait, "Wait this long for signals that do not exist or hold no value yet")
+            ->type_name("SECONDS")
+            ->check(seconds(0.0, 1e6));
+    CLI::Option* const interval =
+        parser.add_option("--interval", options->interval, "Look at the signals this often (0.02)")
+            ->type_name("SECONDS")
+            ->check(seconds(0.001, 1e6));
     parser.add_flag("--json", options->json,
                     "Print an object a line: value, trigger, timestamp (of the newest signal), missing, unwritten");
+    parser
+        .add_flag("--program", options->program,
+                  "Print the compiled program, one instruction a line, instead of evaluating it; with --json, as an "
+                  "array of objects: operation, constant, signal")
+        ->excludes(follow, edge, wait, interval);
     parser.footer("\n"
-                  "The trigger is true while the value is above 0. An expression over a signal that is not there or\n"
-                  "holds no value yet has no value, and its trigger is false.\n"
+                  "The trigger is true while the value is above 0. An expression over a signal that does not exist\n"
+                  "or holds no value yet has no value, and its trigger is false.\n"
                   "\nExit status:\n"
-                  "  0   the trigger is true; with --follow: interrupted\n"
+                  "  0   the trigger is true; with --follow: interrupted; with --program: printed\n"
                   "  1   the trigger is false\n"
                   "  64  the command line is wrong\n"
                   "  65  the expression is wrong\n"
-                  "  69  a signal did not come\n"
-                  "  70  the command could not go on, as without memory\n"
+                  "  69  a signal did not appear in time\n"
+                  "  70  internal failure, such as out of memory\n"
                   "\nExamples:\n"
                   "  qzsignal eval 'Engine.Speed * 0.5 + 10'\n"
                   "  qzsignal eval 'Engine.Speed > 3000 && RC.F1 == pressed' && echo fast\n"
-                  "  qzsignal eval --follow --wait 10 'VehicleSpeed.Speed > 50' --json\n");
+                  "  qzsignal eval --follow --wait 10 'VehicleSpeed.Speed > 50' --json\n"
+                  "  qzsignal eval --program 'Engine.Speed > 3000 && RC.F1'\n");
     return [options, &console] { return Evaluation(*options, console).run(); };
 }
 

@@ -6,7 +6,6 @@
 #include "tools/base/StopRequest.h"
 #include "tools/expression/Compile.h"
 #include "tools/expression/MomentPrinter.h"
-#include "tools/expression/Tokens.h"
 #include "tools/replay/DefinitionOption.h"
 #include "tools/replay/FrameFeeder.h"
 #include "tools/replay/SignalSet.h"
@@ -46,7 +45,7 @@ public:
     Search(Options const& options, Console& console)
         : d_options(options),
           d_console(console),
-          d_names(signalNames(options.expression)),
+          d_names(ExpParser::signalNames(options.expression.c_str())),
           d_signals(console, d_frame, std::set<std::string>(d_names.begin(), d_names.end())),
           d_feeder(d_signals.channels(), d_frame),
           d_printer(console.results(), formatOf(options.format), options.level) {}
@@ -87,11 +86,11 @@ private:
             if (BaseSignal::getInstance(name.c_str()) == nullptr)
                 undefined.push_back(name);
         d_parser = compile(d_options.expression, false, d_console);
-        // The parser has made input signals for these, as many as it has come to, and left them to nobody.
-        for (std::string const& name : undefined)
-            d_inputs.emplace_back(BaseSignal::getInstance(name.c_str()));
         if (!d_parser)
             return exitBadData;
+        // The parser has created input signals for these, which it does not own.
+        for (std::string const& name : undefined)
+            d_inputs.emplace_back(BaseSignal::getInstance(name.c_str()));
         if (d_names.empty()) {
             d_console.error("the expression names no signal");
             return exitBadData;

@@ -9,8 +9,8 @@
 
 namespace qztool {
 
-// Compiles an expression, whose signals have to be in the registry by now. Null if it is bad: what the parser says is
-// reported, and the place shown. `edge` as for `ExpParser`.
+// Compiles an expression whose signals are in the registry. If the text is wrong, reports the parser's message and the
+// place of the error, and returns null. `edge` as for `ExpParser`.
 std::unique_ptr<ExpParser> compile(std::string const& text, bool edge, Console& console);
 
 } // namespace qztool

@@ -10,12 +10,14 @@
 #include <cstdint>
 #include <iostream>
 #include <memory>
+#include <string>
+#include <vector>
 
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size);
 
 namespace {
 
-// Longer texts would only take the reference deeper into its recursion than the stack reaches.
+// Longer texts would only exhaust the stack by the reference's recursion.
 constexpr std::size_t longestText = 2000;
 
 TestSignals& signalsOfTexts() {
@@ -39,7 +41,7 @@ TestSignals& signalsOfTexts() {
 
 void evaluate(CompiledExpression& expression, std::string const& text, reference::Term const& term,
               TestSignals const& signals) {
-    reference::Program const found = expression.instructions();
+    reference::Program const found = expression.postfix();
     reference::Program const expected = programOf(term);
     expect(found == expected, "program", text, print(found), print(expected));
 
@@ -71,11 +73,18 @@ int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size) {
     std::string const text(data, std::find(data, data + size, std::uint8_t{0}));
     TestSignals& signals = signalsOfTexts();
     reference::Reading const reading = reference::read(text);
+    std::string const check = checked(text);
+    expect(check == checkFor(reading), "check", text, check, checkFor(reading));
+    std::vector<std::string> const names = ExpParser::signalNames(text.c_str());
     {
         Capture errors(std::cerr);
         auto expression = std::make_unique<CompiledExpression>(text);
         std::string const messages = errors.take();
         expect(expression->accepted() == reading.d_accepted, "accepted", text);
+        // Whatever there is of the program, its signals are among the names in the text.
+        for (reference::Instruction const& each : expression->postfix())
+            expect(each.d_name.empty() || std::find(names.begin(), names.end(), each.d_name) != names.end(), "names",
+                   text, each.d_name, "");
         // Safe on every program, and whatever is left of one.
         expression->isWritten();
         expression->getLastestTime();
@@ -84,7 +93,7 @@ int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size) {
         else
             expect(messages == messagesFor(text, reading), "messages", text, messages, messagesFor(text, reading));
         if (expression->accepted())
-            static_cast<void>(expression.release()); // `clear` ends it, as it does the one with the edge trigger
+            static_cast<void>(expression.release()); // `clear` deletes it, and the one with the edge trigger
         ExpParser::clear();
         expect(ExpParser::allExpParsers.empty(), "clear", text);
     }

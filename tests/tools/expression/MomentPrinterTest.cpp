@@ -20,11 +20,11 @@ std::string printed(MomentFormat format, bool withHeld) {
     return out.str();
 }
 
-TEST(MomentPrinterTest, textTellsTimeAndLine) {
+TEST(MomentPrinterTest, textHasTimeAndLine) {
     EXPECT_EQ(printed(MomentFormat::Text, false), "1700000007.000042 true (line 12)\n0.015991 true (line 1)\n");
 }
 
-TEST(MomentPrinterTest, textTellsHowLongTheConditionHeld) {
+TEST(MomentPrinterTest, textHasTheTimeThatTheConditionHeld) {
     EXPECT_EQ(printed(MomentFormat::Text, true),
               "1700000007.000042 true for 4.320000 s (line 12)\n"
               "0.015991 true for 0.000000 s, to the end of the recording (line 1)\n");

@@ -1,11 +1,11 @@
 // Triggers in recordings of real cars, against moments found by a decoding of our own.
+#include "qzsignal/expression/ExpParser.h"
 #include "tests/support/Capture.h"
 #include "tests/tools/replay/PlainDecoding.h"
 #include "tools/Subcommand.h"
 #include "tools/base/Console.h"
 #include "tools/base/TextFile.h"
 #include "tools/dbc/DbcReader.h"
-#include "tools/expression/Tokens.h"
 #include "tools/traces/TraceReader.h"
 
 #include <CLI/CLI.hpp>
@@ -87,7 +87,7 @@ protected:
         for (auto const& [identifier, signals] : all)
             for (Series const& series : signals)
                 if (series.lowest < series.highest && std::isfinite(series.highest - series.lowest) &&
-                    signalNames(series.name()) == std::vector<std::string>{series.name()})
+                    ExpParser::signalNames(series.name().c_str()) == std::vector<std::string>{series.name()})
                     varying.push_back(series);
         return varying;
     }

@@ -86,7 +86,7 @@ TEST_F(Evaluation, resultsThatWaitAreKept) {
     EXPECT_EQ(compactValueOf("(a - b) / (c - a) - (b - c) * (a - b)"), 5.0 / 3.0 + 40.0);
 }
 
-TEST_F(Evaluation, nothingIsLeftBehindForTheNextTime) {
+TEST_F(Evaluation, nothingIsLeftForTheNextEvaluation) {
     PlainSignal x("x", 1.0, 1), y("y", 2.0, 1);
     ExpParser expression("(x - y) * (x + y) - x", false);
     EXPECT_EQ(expression.getValue(), -4.0);

@@ -1,4 +1,4 @@
-// Expressions over signals: compilation, values, triggers and what they tell of their signals.
+// Expressions over signals: compilation, values, triggers and what they report of their signals.
 #include "qzsignal/expression/ExpParser.h"
 
 #include "qzsignal/input/InputSignal.h"
@@ -80,6 +80,19 @@ TEST_F(ExpParserTest, debugShowsOnlyTheTextIfItIsNotAccepted) {
     EXPECT_EQ(output.text(), "[DEBUG] parsing 1 2\n\n");
 }
 
+TEST_F(ExpParserTest, debugAboveTwoShowsTheProgram) {
+    PlainSignal const x("x");
+    Capture const output(std::cout);
+    for (int const level : {2, 3}) {
+        ExpParser::debug = level;
+        ErrorOutput errors;
+        ExpressionProbe const expression("x > 3");
+        std::string const trace = errors.take();
+        EXPECT_EQ(trace.find("opsignal x\nopdouble 3\nopgt\n") != std::string::npos, level == 3) << trace;
+    }
+    EXPECT_EQ(output.text(), "[DEBUG] parsing x > 3\n\n[DEBUG] parsed\n[DEBUG] parsing x > 3\n\n[DEBUG] parsed\n");
+}
+
 TEST_F(ExpParserTest, debugAboveOneTracesParserAndScanner) {
     ExpParser::debug = 2;
     Capture const output(std::cout);
@@ -129,10 +142,10 @@ TEST_F(ExpParserTest, unknownNameOfAnInputBecomesThatInput) {
 
 TEST_F(ExpParserTest, anyOtherUnknownNameBecomesAnInputWithoutAValue) {
     Capture const output(std::cout), errors(std::cerr);
-    ExpressionProbe expression("Nobody + 1"), other("Nobody");
+    ExpressionProbe expression("Unknown + 1"), other("Unknown");
     EXPECT_TRUE(expression.listed());
-    EXPECT_NE(dynamic_cast<InputSignal*>(BaseSignal::getInstance("Nobody")), nullptr);
-    EXPECT_EQ(other.program[0].second.signal, BaseSignal::getInstance("Nobody")) << "made once";
+    EXPECT_NE(dynamic_cast<InputSignal*>(BaseSignal::getInstance("Unknown")), nullptr);
+    EXPECT_EQ(other.program[0].second.signal, BaseSignal::getInstance("Unknown")) << "made once";
     EXPECT_EQ(expression.signalMessageIds, std::set<unsigned long long>{0});
     EXPECT_EQ(expression.getValue(), 0.0);
     EXPECT_FALSE(expression.isWritten());
@@ -140,8 +153,8 @@ TEST_F(ExpParserTest, anyOtherUnknownNameBecomesAnInputWithoutAValue) {
 }
 
 TEST_F(ExpParserTest, signalsOutliveTheExpression) {
-    { ExpressionProbe const expression("Nobody"); }
-    EXPECT_NE(BaseSignal::getInstance("Nobody"), nullptr);
+    { ExpressionProbe const expression("Unknown"); }
+    EXPECT_NE(BaseSignal::getInstance("Unknown"), nullptr);
 }
 
 TEST_F(ExpParserTest, signalNamedTwiceGivesTwoInstructionsAndOneMessage) {
@@ -169,6 +182,53 @@ TEST_F(ExpParserTest, clearDeletesAllThatAreListed) {
     EXPECT_EQ(deleted, 3);
     EXPECT_TRUE(ExpParser::allExpParsers.empty());
     ExpParser::clear();
+}
+
+TEST_F(ExpParserTest, errorSaysWhyATextWasNotAccepted) {
+    Capture const errors(std::cerr);
+    ExpParser const good("1 + 2", false), bad("1 +\n  2 3", false);
+    EXPECT_FALSE(good.error());
+    ASSERT_TRUE(bad.error());
+    EXPECT_EQ(bad.error()->message, "syntax error");
+    EXPECT_EQ(bad.error()->context, "+\n");
+    EXPECT_EQ(bad.error()->line, 1);
+    EXPECT_EQ(bad.error()->begin, 3U);
+    EXPECT_EQ(bad.error()->end, 4U);
+    EXPECT_EQ(errors.text().find("[ERROR] " + bad.error()->text() + "\n"), 0U);
+}
+
+// The program as text
+
+TEST_F(ExpParserTest, programIsPrintedAnInstructionALine) {
+    PlainSignal const speed("CAN.Speed");
+    ExpressionProbe const expression("-CAN.Speed * 0.1 >= 1e300 && !high");
+    std::ostringstream out;
+    out << std::hex << std::showpos;
+    expression.print(out);
+    EXPECT_EQ(out.str(), "opsignal CAN.Speed\nopneg\nopdouble 0.1\nopmult\nopdouble 1e+300\nopge\n"
+                         "opdouble 1\nopnz\nopnot\nopland\n");
+}
+
+TEST_F(ExpParserTest, operationsThatAreNoneOfItsOwnArePrintedWithoutTheirNames) {
+    struct Extended : ExpressionProbe {
+        Extended() : ExpressionProbe("1") {}
+        void opanswer() { stack.push(42.0); }
+    };
+    PlainSignal x("x");
+    Extended expression;
+    expression.add(static_cast<ExpParser::Operation>(&Extended::opanswer));
+    expression.add({nullptr, {&x, "x"}});
+    std::ostringstream out;
+    expression.print(out);
+    EXPECT_EQ(out.str(), "opdouble 1\nunknown\nnone x\n");
+}
+
+TEST_F(ExpParserTest, instructionsAreThoseOfTheProgram) {
+    PlainSignal x("x");
+    ExpressionProbe const expression("x + 2");
+    EXPECT_EQ(&expression.instructions(), &expression.program);
+    for (qzsignal::OperationRow const& row : qzsignal::operations)
+        EXPECT_STREQ(ExpParser::nameOf(row.function), row.name);
 }
 
 // The program and its stack
@@ -244,7 +304,7 @@ TEST_F(ExpParserTest, operationOfADerivedClassFindsRoomOnTheStack) {
     EXPECT_EQ(expression.getValue(), 42001.0);
 }
 
-// An expression of its own, unlike one of a derived class, does not run as its program stands.
+// A plain expression, unlike one of a derived class, does not run its program as it stands.
 TEST_F(ExpParserTest, whatIsAddedToAnExpressionRuns) {
     PlainSignal x("x", 3.0, 1);
     ExpParser expression("x", false);
@@ -291,12 +351,42 @@ TEST_F(ExpParserTest, operationOfADerivedClassSeesTheProgramAtWork) {
     EXPECT_EQ(expression.d_depth, 2U);
 }
 
-TEST_F(ExpParserTest, instructionWithoutAnOperationIsNotAppended) {
+TEST_F(ExpParserTest, nullOperationIsAppendedAsItIsAndDoesNothing) {
+    PlainSignal x("x", 3.0, 9);
     ExpressionProbe expression("1");
     expression.add(ExpParser::Operation());
     expression.add({nullptr, {2.0, ""}});
-    EXPECT_EQ(expression.printed(), "1");
+    expression.add({nullptr, {&x, "x"}});
+    ASSERT_EQ(expression.program.size(), 4U);
+    EXPECT_TRUE(expression.program[2].first == nullptr);
+    EXPECT_EQ(expression.program[2].second.value, 2.0);
+    EXPECT_EQ(expression.program[3].second.signal, &x);
     EXPECT_EQ(expression.getValue(), 1.0);
+    EXPECT_EQ(x.d_physReads, 0);
+    EXPECT_EQ(expression.getLastestTime(), 9U) << "its name is that of a signal";
+    EXPECT_TRUE(expression.isWritten());
+
+    ExpParser plain("1", false);
+    plain.add(ExpParser::Operation());
+    EXPECT_EQ(plain.getValue(), 1.0);
+}
+
+TEST_F(ExpParserTest, nullOperationPushesNothing) {
+    ExpressionProbe expression("1");
+    for (int i = 0; i < 5; ++i)
+        expression.add(ExpParser::Operation());
+    EXPECT_EQ(expression.stack.capacity, 1U);
+    expression.add(2.0);
+    EXPECT_EQ(expression.stack.capacity, 7U) << "counted among the instructions";
+    expression.add(&ExpParser::opplus);
+    EXPECT_EQ(expression.getValue(), 3.0);
+}
+
+TEST_F(ExpParserTest, programOfNullOperationsLeavesNothing) {
+    ExpressionProbe expression("1");
+    expression.program.clear();
+    expression.add(ExpParser::Operation());
+    EXPECT_EXIT(expression.getValue(), testing::ExitedWithCode(2), "double\\(0\\)\n$");
 }
 
 TEST_F(ExpParserTest, referenceToNoSignalHoldsNoValue) {
@@ -480,7 +570,7 @@ TEST_F(ExpParserTest, edgeTriggerTakesASignalWithoutAValueForFalse) {
     EXPECT_TRUE(expression.getTrigger());
 }
 
-// What expressions tell of their signals
+// What expressions report of their signals
 
 TEST_F(ExpParserTest, isWrittenOnceAllSignalsHoldValues) {
     PlainSignal x("x"), y("y");
@@ -526,7 +616,7 @@ TEST_F(ExpParserTest, latestTimeIsTheNewestOfAllSignals) {
 TEST_F(ExpParserTest, latestTimeCountsWhateverTheReadResult) {
     PlainSignal x("x", 1.0, 5), gone("gone", 1.0, 9), never("never");
     gone.clear();
-    ExpressionProbe const expression("x + gone + never + Nobody");
+    ExpressionProbe const expression("x + gone + never + Unknown");
     EXPECT_EQ(expression.getLastestTime(), 9U);
 }
 

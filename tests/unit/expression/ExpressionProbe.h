@@ -42,7 +42,7 @@ public:
         }
         return d_there;
     }
-    // Tells the time even without a value, as some signals do.
+    // Sets the time even without a value, as some signals do.
     bool read(unsigned long long& value, unsigned long long& timestamp) override {
         ++d_rawReads;
         timestamp = d_time;
@@ -98,7 +98,7 @@ public:
     }
 };
 
-// Leaves no expression behind, and none of the input signals that expressions make for names that nobody bears.
+// Leaves no expression, and none of the input signals that expressions create for unknown names.
 class ExpressionTest : public testing::Test {
 protected:
     void TearDown() override {
@@ -142,7 +142,7 @@ public:
     std::string take() { return testing::internal::GetCapturedStderr(); }
 };
 
-// What stands between each `before` and the next `after`.
+// The texts between each `before` and the next `after`.
 inline std::vector<std::string> allBetween(std::string const& text, std::string const& before,
                                            std::string const& after) {
     std::vector<std::string> found;

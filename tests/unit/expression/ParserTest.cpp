@@ -148,7 +148,7 @@ TEST_F(Parser, stackStartsWith200StatesAndDoubles) {
     }
 }
 
-TEST_F(Parser, traceTellsEachStep) {
+TEST_F(Parser, traceShowsEachStep) {
     expdebug = 1;
     EXPECT_EQ(withoutLines(traceOf("1,")), "Starting parse\n"
                                            "Entering state 0\n"

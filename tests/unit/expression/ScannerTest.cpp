@@ -53,7 +53,7 @@ std::string nameOf(int token) {
     }
 }
 
-// Tokens by name, numbers and names with their text, parted by blanks.
+// Tokens by name, numbers and names with their text, separated by spaces.
 std::string tokensOf(std::string_view text) {
     expFlexLexer scanner;
     EXPECT_TRUE(qzsignal::scanText(scanner, text));
@@ -94,7 +94,7 @@ TEST(Scanner, skipsCommentLines) {
     });
 }
 
-TEST(Scanner, skipsBlanksTabsAndCarriageReturnsBetweenTokens) {
+TEST(Scanner, skipsSpacesTabsAndCarriageReturnsBetweenTokens) {
     expectTokens({{" \t\r1\t \r2 ", "NUM:1 NUM:2"}});
 }
 
@@ -228,17 +228,17 @@ TEST(Scanner, countsLines) {
 // Also where a scanner that reads a stream would fetch the next part of it.
 TEST(Scanner, leavesTokensOfATextOfAnyLengthWhereTheyAre) {
     std::string const longName = "n" + std::string(100000, 'x');
-    for (std::size_t const blanks : {1, 8190, 8191, 8192, 16383, 16384, 50000}) {
+    for (std::size_t const spaces : {1, 8190, 8191, 8192, 16383, 16384, 50000}) {
         expFlexLexer scanner;
-        ASSERT_TRUE(qzsignal::scanText(scanner, "first" + std::string(blanks, ' ') + longName + " last"));
+        ASSERT_TRUE(qzsignal::scanText(scanner, "first" + std::string(spaces, ' ') + longName + " last"));
         ASSERT_EQ(scanner.yylex(), STRING);
         char const* const first = scanner.YYText();
         ASSERT_EQ(scanner.yylex(), STRING);
-        EXPECT_EQ(scanner.YYText() - first, static_cast<std::ptrdiff_t>(5 + blanks));
+        EXPECT_EQ(scanner.YYText() - first, static_cast<std::ptrdiff_t>(5 + spaces));
         EXPECT_EQ(scanner.YYText(), longName);
-        EXPECT_EQ(first, "first" + std::string(blanks, ' ') + longName);
+        EXPECT_EQ(first, "first" + std::string(spaces, ' ') + longName);
         ASSERT_EQ(scanner.yylex(), STRING);
-        EXPECT_STREQ(first + 5 + blanks + longName.size(), " last");
+        EXPECT_STREQ(first + 5 + spaces + longName.size(), " last");
     }
 }
 
@@ -259,8 +259,9 @@ TEST(Scanner, refusesTextsThatItCannotCount) {
     Capture const errors(std::cerr);
     // Refused before a character of it is read.
     std::string_view const text("", static_cast<std::size_t>(std::numeric_limits<int>::max()) - 1);
-    EXPECT_FALSE(qzsignal::scanText(scanner, text));
+    EXPECT_EQ(qzsignal::scanText(scanner, text), nullptr);
     EXPECT_FALSE(qzsignal::beginTokens(scanner, text));
+    experror("memory exhausted");
     EXPECT_EQ(errors.text(), "[ERROR] expression parser: line 1 memory exhausted at ''\n");
 }
 
