@@ -1,5 +1,7 @@
 /// @file
 /// The lock inside a shared record: how it is made, waited for, and taken over from a process that died.
+///
+/// Internal: `SharedRecord` needs it.
 #pragma once
 
 #include <pthread.h>

@@ -1,5 +1,7 @@
 /// @file
 /// Finds what is filed under a key in the same few steps, however many keys there are.
+///
+/// Internal: a member of `DispatchMap`.
 #pragma once
 
 #include <cstddef>

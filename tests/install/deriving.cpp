@@ -1,5 +1,5 @@
 // A program outside the tree that derives from every class made for it and sees that its own functions are called: when
-// messages are decoded, when expressions read signals, and through the interface of all signals. It is also built without
+// messages are decoded, when expressions read signals, and by the interface of all signals. It is also built without
 // run-time type information and without exceptions, both of which the library has.
 #include "qzsignal/can/CANSignal.h"
 #include "qzsignal/can/CANSignalExt.h"
