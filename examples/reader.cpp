@@ -15,7 +15,7 @@ int main(int argc, char** argv) {
     double rpm = 0;
     unsigned long long time = 0;
     while (values > 0) {
-        if (speed.read(rpm, time)) { // false: nobody has written it yet
+        if (speed.read(rpm, time)) { // false: not written yet
             std::cout << time << ": " << rpm << " " << speed.getUnit() << std::endl;
             --values;
         }

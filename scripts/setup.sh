@@ -23,7 +23,7 @@ coverage=(gcovr)
 docs=(doxygen mandoc)
 fuzz=(clang libclang-rt-14-dev)
 instructions=(valgrind)
-lint=(git clang-format clang-tidy)
+lint=(git clang-format clang-tidy shellcheck)
 valgrind=(valgrind)
 
 if [[ $# -eq 0 ]]; then

@@ -2,7 +2,7 @@
 # The one test command: builds and tests every target, or those named, and counts all tests in its last line.
 set -euo pipefail
 
-all_targets=(dev i686 ppc asan tsan fuzz instructions)
+all_targets=(dev i686 ppc asan tsan fuzz instructions lint)
 usage="Usage: scripts/test.sh [--no-setup] [TARGET...]
 
 Targets (default: all but release):
@@ -14,6 +14,7 @@ Targets (default: all but release):
   tsan          thread sanitizer
   fuzz          each fuzzer for ten seconds, from its corpus on
   instructions  what hot operations of the release cost, against recorded bounds
+  lint          format, static checks, scripts, comments and pages
 
 Options:
   --no-setup  do not look for missing packages"
@@ -29,7 +30,7 @@ for argument in "$@"; do
             exit 0
             ;;
         --no-setup) setup=no ;;
-        dev | release | i686 | ppc | asan | tsan | fuzz | instructions) targets+=("$argument") ;;
+        dev | release | i686 | ppc | asan | tsan | fuzz | instructions | lint) targets+=("$argument") ;;
         *)
             echo "test.sh: unknown argument '$argument'" >&2
             echo "$usage" >&2
@@ -54,6 +55,9 @@ if [[ $setup == yes ]]; then
             groups+=("$group")
         fi
     done
+    if [[ " ${targets[*]} " == *" lint "* ]]; then
+        groups+=(lint docs)
+    fi
     "$root/scripts/setup.sh" "${groups[@]}"
 fi
 
@@ -174,9 +178,10 @@ run_command() {
 
 for target in "${targets[@]}"; do
     case $target in
-        # Each fuzzer, and each operation, counts as a test.
+        # Each fuzzer, each operation and each check counts as a test.
         fuzz) run_command fuzz "the fuzzers did not run" scripts/fuzz.sh --no-setup --scratch all 10 ;;
         instructions) run_command instructions "they could not be counted" scripts/instructions.py --check ;;
+        lint) run_command lint "the checks did not run" scripts/lint.sh --no-setup ;;
         *) run "$target" ;;
     esac
 done

@@ -7,17 +7,17 @@ import targets
 from results import Figure
 
 HEAD = """\
-<!-- Written by scripts/bench.sh, which measures, and benchmarks/report, which has the words. Changes made here get lost. -->
+<!-- Written by scripts/bench.sh, which measures, and benchmarks/report, which has the words. Changes made here are lost. -->
 
 # Performance
 
 What the library and the command cost, measured in one run of `scripts/bench.sh`. Times depend on the machine, so most of
-them are told beside a yardstick: the least that a program has to do for the same result, measured in the same run. "2 × Y1"
+them are compared with a yardstick: the least that a program has to do for the same result, measured in the same run. "2 × Y1"
 means twice as long as yardstick Y1.
 
-Each figure is a median, with the quartiles of its repetitions in brackets: half of all repetitions lay between the two. A
-ratio is that of two medians; the range behind it goes from one figure's lower quartile over the other's upper one to the
-opposite. "Close" in the table of targets says that the limit lies within that range, so that another run may judge otherwise.
+Each figure is a median, with the quartiles of its repetitions in brackets: half of all repetitions were between the two. A
+ratio is that of two medians; the range after it goes from one figure's lower quartile over the other's upper one to the
+opposite. "Close" in the table of targets means that the limit is within that range, so that another run may judge otherwise.
 """
 
 MACHINE = """\
@@ -32,8 +32,8 @@ under [contention](#contention) used several cores.
 TARGETS = """\
 ## Targets
 
-{met} of {all} are met. "Flat" and "linear" leave a factor of {flat:g} to the processor's caches, which more frames and signals
-grow out of.
+{met} of {all} are met. "Flat" and "linear" allow a factor of {flat:g} for the processor's caches, which more frames and signals
+outgrow.
 
 {table}
 
@@ -57,8 +57,8 @@ every physical value is then read as well. Times are per frame, of {signals} sig
 
 {table}
 
-For comparison, others' decoders by the same method, per frame and beside Y1. They were measured elsewhere, not in this run.
-They keep no values, notice no changes and share nothing: what they do is less than `decodeMessage` does.
+For comparison, other decoders by the same method, per frame and relative to Y1. They were measured elsewhere, not in this run.
+They keep no values, detect no changes and share nothing: they do less than `decodeMessage` does.
 
 | decoder | × Y1 |
 |---|---|
@@ -71,7 +71,7 @@ They keep no values, notice no changes and share nothing: what they do is less t
 LOOK_UP = """\
 ## Looking frames up
 
-Most frames carry no signal of a process. `signalsInUse` tells from the serialized frame, and `decodeMessage` looks the
+Most frames carry no signal of a process. `signalsInUse` detects that from the serialized frame, and `decodeMessage` looks the
 message up once more; a hit is a frame that is defined, a miss one that is not. Times are per frame, against the number of
 frames that are defined.
 
@@ -83,9 +83,9 @@ frames that are defined.
 GROWTH = """\
 ## Growth
 
-What a call takes against the number of signals that are defined. Flat lines are costs that the number does not matter to;
-those that rise as the grey line does are proportional to it. Signals are local here. The look-ups go through all frames in no
-order, so that many of them leave the processor's caches.
+What a call takes against the number of signals that are defined. Flat lines are costs that do not depend on the number;
+those that rise like the grey line are proportional to it. Signals are local here. The look-ups go through all frames in no
+particular order, so that many of them miss the processor's caches.
 
 ![Time of a call against the number of signals](performance-growth.svg)
 
@@ -95,7 +95,7 @@ order, so that many of them leave the processor's caches.
 EXPRESSIONS = """\
 ## Expressions
 
-One value of an expression over local signals, beside other ways to the same value.
+One value of an expression over local signals, compared with other ways to the same value.
 
 ![Time of a value by each way to it](performance-expressions.svg)
 
@@ -116,16 +116,16 @@ CONTENTION = """\
 ## Contention
 
 One process writes a changed value into one shared signal, again and again, and others read its physical value, all of them
-as fast as they can; there is no pause, as there would be on a bus. Each process is bound to a core, in turn, so that with more
+as fast as they can, without the pauses that there are on a bus. Each process is bound to a core, in turn, so that with more
 processes than cores some share one. Two locks do the same work on a record of the same layout:
 
 - {polled}: as the library has it. A process that finds it taken prints a line on standard output, which is a file
-  here, gives up the processor and tries again.
+  here, yields the processor and tries again.
 - {blocking}: `pthread_mutex_lock` on a mutex between processes.
 
 Rates are of all readers together, measured without a clock in the way. Waits are the times of whole calls, from a second
 round in which each is timed; they contain the {clock} that reading the clock takes. The longest are
-those of processes that lost their core while they held the lock, or while they waited for it.
+those of processes that were preempted while they held the lock, or while they waited for it.
 
 ![Waits of writers and readers](performance-contention.svg)
 
@@ -154,13 +154,13 @@ MEMORY = """\
 ## Memory
 
 A local signal takes {bytes} bytes of the heap: the object with its record, the definition and names as long as those of a
-car, its entry in the registry and its place in its frame's list. A shared one takes a page of shared memory besides. To
-decode, look up, write, read or evaluate allocates nothing; the tests watch that (`tests/unit/AllocationTest.cpp`).
+car, its entry in the registry and its place in its frame's list. A shared one also takes a page of shared memory.
+Decoding, looking up, writing, reading and evaluating allocate nothing; the tests check that (`tests/unit/AllocationTest.cpp`).
 """
 
 
 def table(head, rows, words=1):
-    """A Markdown table; so many columns are of words, those behind them of numbers."""
+    """A Markdown table; the first `words` columns are of words, the rest of numbers."""
     lines = [head, ["---"] * words + ["---:"] * (len(head) - words), *rows]
     return "\n".join("| " + " | ".join(str(cell).replace("|", "\\|") for cell in line) + " |" for line in lines)
 
@@ -282,7 +282,7 @@ def all_section(results):
 
 
 def page(results, machine, counts):
-    """The whole text. `machine` is what describe-machine.py tells, `counts` what instructions.py has counted."""
+    """The whole text. `machine` is the output of describe-machine.py, `counts` that of instructions.py."""
     outcomes = [targets.Outcome.of(target, results) for target in targets.TARGETS]
     facts = [[key, value] for key, value in machine["facts"].items()]
     sections = [

@@ -159,18 +159,18 @@ TARGETS = [
 ]
 
 YARDSTICKS = {
-    "Y1": "decoding by a program that knows its table by heart: per frame one load of 8 bytes and one byte swap, per signal "
-          "shift, mask, sign, multiplication and addition. Nothing is looked up, stored or locked, and no change is noticed.",
+    "Y1": "decoding by a program with the definitions built in: per frame one load of 8 bytes and one byte swap, per signal "
+          "shift, mask, sign, multiplication and addition. Nothing is looked up, stored or locked, and no change is detected.",
     "Y2": "the lock of a shared signal: per signal of the frame trylock, one store and unlock of a robust mutex between "
-          "processes, each in a System V segment of its own, as the library has them.",
+          "processes, each in a System V segment of its own, as in the library.",
     "Y3": "an expression as a C++ lambda: the same formula, compiled by the compiler, over the values that the signals' "
           "virtual `read` returns.",
     "a locked load": "trylock, one load and unlock, in the segments of the signals that are read.",
     "std::map::find": "the look-up of the same keys in a `std::map` of the same size, in the same order.",
     "muParser, LuaJIT": "the same formula, evaluated by these over the same signals; the faster of the two counts.",
     "a raw read": "a walk over the registry with the virtual `read` of each signal's raw value.",
-    "the bare system calls": "what the kernel is asked for to make and remove as many key files' segments, and nothing else.",
-    "the line reader": "a hand-written program that takes the lines of the log apart and does nothing with them.",
+    "the bare system calls": "the system calls that create and remove as many key files and segments, and nothing else.",
+    "the line reader": "a hand-written program that parses the lines of the log and does nothing with them.",
 }
 
 DECODING = {

@@ -1,5 +1,7 @@
 /// @file
 /// The record of a shared signal, wherever it lies, and its lock; the same for every kind of record.
+///
+/// Internal: a base of `ShmSignal` and of `CANSignal`.
 #pragma once
 
 #include "qzsignal/Export.h"

@@ -1,5 +1,7 @@
 /// @file
 /// The System V segment that holds one shared record: its key file, creation, attachment and removal.
+///
+/// Internal: a base of `SharedRecord`.
 #pragma once
 
 #include "qzsignal/Export.h"

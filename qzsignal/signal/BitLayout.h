@@ -1,5 +1,7 @@
 /// @file
 /// Where a signal's bits lie in an 8-byte payload, and how to take them out.
+///
+/// Internal: a base of `ShmSignal` and of `CANSignal`.
 #pragma once
 
 #include "qzsignal/Export.h"

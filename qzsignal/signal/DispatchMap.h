@@ -1,5 +1,7 @@
 /// @file
 /// The signals of one kind, filed under the keys of the messages that feed them.
+///
+/// Internal: the type of the containers in which signals are filed.
 #pragma once
 
 #include "qzsignal/signal/KeyIndex.h"

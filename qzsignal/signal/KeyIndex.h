@@ -1,5 +1,7 @@
 /// @file
 /// A hash table from keys to entries.
+///
+/// Internal: a member of `DispatchMap`.
 #pragma once
 
 #include <cstddef>

@@ -6,13 +6,14 @@ source "$1"
 
 library=$prefix/$libdir/libqzsignal.so
 
-# Each symbol is reduced to what it belongs to: a class or namespace, or an output operator with its operand. Symbols of
-# any other form stay as they are, and so fail the comparison.
+# Each symbol is reduced to its line in the list of public names. Symbols of any other form stay as they are, and so fail
+# the comparison.
 owners=$("$nm" --dynamic --defined-only --demangle "$library" | cut -d ' ' -f 3- | sed -E '
-    s/^(vtable|typeinfo|typeinfo name) for ([A-Za-z_0-9]+)$/\2/
+    s/^([A-Za-z_0-9]+)$/variable \1/
+    s/^(vtable|typeinfo|typeinfo name) for ([A-Za-z_0-9]+)$/class \2/
     s/^operator<<\(std::ostream&, ([A-Za-z_0-9]+) const&\)$/operator<< \1/
-    s/^([A-Za-z_0-9]+)::.*/\1/' | LC_ALL=C sort --unique)
-expect_same "exported names" "$owners" "$(LC_ALL=C sort "$source_dir/public-names.txt")"
+    s/^([A-Za-z_0-9]+)::.*/class \1/' | LC_ALL=C sort --unique)
+expect_same "exported names" "$owners" "$(grep '^[^#]' "$public_names" | LC_ALL=C sort)"
 
 needed=$("$readelf" --dynamic "$library" | sed -n 's/.*(NEEDED).*\[\(.*\)\]/\1/p')
 expect_same "libraries needed at run time" \

@@ -8,7 +8,7 @@ rm -rf "$work_dir"
 DESTDIR=$destdir "$cmake" --install "$build_dir" --prefix /opt/qzsignal
 
 expected=$(
-    for header in ${public_headers//;/ }; do
+    for header in ${installed_headers//;/ }; do
         echo "$includedir/$header"
     done
     echo "$libdir/libqzsignal.so"
