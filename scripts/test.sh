@@ -87,8 +87,8 @@ prepare() {
             wrapper+=("ASAN_OPTIONS=$asan_options" UBSAN_OPTIONS=halt_on_error=1:print_stacktrace=1)
             ;;
         tsan)
-            # A robust mutex may be unlocked by somebody who does not hold it, which it refuses; the library asks for
-            # just that to tell one from a plain mutex. The sanitizer takes it for a mistake.
+            # A robust mutex refuses to be unlocked by a thread that does not hold it. Accesses that went on without the
+            # lock try that, and tests; the sanitizer takes it for a mistake.
             wrapper+=(TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1:report_mutex_bugs=0)
             # Kernels that spread mappings widely put some where the sanitizer's shadow memory has to be.
             if ! sanitizer_runs thread env; then
