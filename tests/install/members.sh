@@ -31,7 +31,7 @@ while read -r symbol; do
     fi
 done < <(LC_ALL=C comm -23 <(names "$build_dir/qzsignal/libqzsignal_internal.a") \
     <(names --dynamic "$prefix/$libdir/libqzsignal.so"))
-# Otherwise the two were not read as they should be.
+# Otherwise the lists were not parsed.
 [[ $hidden -gt 0 ]]
 
 # Inline functions are compiled even if nothing calls them, and of templates all members.
