@@ -90,12 +90,11 @@ std::vector<std::string> dump(void const* record, std::size_t size) {
     for (std::size_t line = 0; line < size; line += 16) {
         std::ostringstream out;
         out << std::setfill('0') << std::setw(3) << line << ' ' << std::hex;
-        for (std::size_t i = line; i < std::min(line + 16, size); ++i) {
+        for (std::size_t i = line; i < std::min(line + 16, size); ++i)
             if (i - qzsignal::recordMutexOffset < sizeof(pthread_mutex_t))
                 out << " ..";
             else
                 out << ' ' << std::setw(2) << unsigned{bytes[i]};
-        }
         lines.push_back(out.str());
     }
     return lines;

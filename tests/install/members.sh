@@ -23,7 +23,8 @@ while read -r symbol; do
     if [[ $name == *::* && $class != qzsignal ]]; then
         pattern="(class|struct) ([A-Z_]+ )*$class\b[^;]*$"
     else
-        pattern="[A-Za-z_>&*] ?\b$function\("
+        # Functions of a namespace are not indented, unlike members.
+        pattern="^[A-Za-z_][A-Za-z_0-9:<>,&* ]*[ &*]$function\("
     fi
     if grep --recursive --extended-regexp --quiet -- "$pattern" qzsignal; then
         echo "declared in an installed header, but not exported: $symbol"
