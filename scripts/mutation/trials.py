@@ -131,8 +131,12 @@ class Build:
         result = {}
         for entry in run(["ninja", "-t", "deps"], cwd=self.folder).strip().split("\n\n"):
             first, *paths = entry.splitlines()
-            result[first.split(":")[0]] = {path.strip().removeprefix(f"{self.source}/").removeprefix(
-                f"{self.folder}/generated/") for path in paths}
+            # A compiler cache may have made them relative to the folder of the build.
+            paths = [os.path.normpath(self.folder / path.strip()) for path in paths]
+            result[first.split(":")[0]] = {path.removeprefix(f"{self.source}/").removeprefix(f"{self.folder}/generated/")
+                                           for path in paths}
+        if not any(name.startswith("qzsignal/") for names in result.values() for name in names):
+            sys.exit("mutate.py: no object is known to depend on a file of the library")
         return result
 
     def stages(self, folder):
