@@ -1,5 +1,5 @@
-// What a shared record gives when several processes want it all the time: one writes and others read, each as fast as
-// it can, once through the library, whose lock is polled, and once under a plain mutex that blocks.
+// Throughput and waits on a shared record under contention: one process writes and others read, each as fast as it can,
+// once through the library, whose lock is polled, and once with a plain mutex that blocks.
 //
 // Prints its results to standard output in the form of Google Benchmark's, one entry per round.
 #include "benchmarks/support/LatencyHistogram.h"
@@ -37,7 +37,7 @@ using Clock = std::chrono::steady_clock;
 using Seconds = std::chrono::duration<double>;
 
 constexpr unsigned mostReaders = 3;
-constexpr std::chrono::seconds patience(60); // with processes that are to start
+constexpr std::chrono::seconds patience(60); // until all processes have started
 
 [[noreturn]] void stop(std::string const& problem) {
     std::cerr << "qzsignal_contention: " << problem << std::endl;
@@ -56,7 +56,7 @@ baseSignalDef_t definition(std::string const& name) {
     return definition;
 }
 
-// The same signal in the same record, with the same work under the lock, which is another.
+// The same signal in the same record, with the same work under another lock.
 class BlockingSignal {
 public:
     static void define(shmSignalData_t& record) {
@@ -109,7 +109,7 @@ private:
 // What one process has done.
 struct Work {
     std::uint64_t d_calls;
-    double d_sum; // of all values, so that each has to be there
+    double d_sum; // of all values, so that none is optimised away
     LatencyHistogram d_times;
 };
 
@@ -138,7 +138,7 @@ public:
 
     void becomeStandardOutput() const { dup2(d_descriptor, STDOUT_FILENO); }
 
-    // Empties it, too.
+    // Also empties it.
     std::uint64_t countLines() {
         std::uint64_t lines = 0;
         std::vector<char> block(1 << 16);
@@ -197,9 +197,8 @@ void readIn(Arena& arena, Work& work, bool timed, Signal& signal) {
     });
 }
 
-// Gives the process a processor of its own, as far as there are enough: the first takes the first one, and so on
-// around. Left to itself, the system at times keeps them all on one, where they wait for the processor and hardly for a
-// lock.
+// Binds the process to a core of its own, as far as there are enough, and otherwise in turn. Without that, the system
+// sometimes keeps all of them on one core, where they wait for the core and hardly ever for a lock.
 void takeProcessor(std::size_t number) {
     cpu_set_t allowed;
     if (sched_getaffinity(0, sizeof allowed, &allowed) != 0)
@@ -296,7 +295,7 @@ nlohmann::json round(std::string const& lock, unsigned readers, Seconds duration
     return entry;
 }
 
-// What each time is too long by: that of a call that does nothing.
+// The time that reading the clock adds to each time: that of a call that does nothing.
 nlohmann::json clockEntry() {
     LatencyHistogram times;
     for (int i = 0; i < 1'000'000; ++i) {

@@ -1,4 +1,4 @@
-// What a frame costs from the message to the values of all its signals.
+// The cost of a frame, from the message to the values of all its signals.
 #include "benchmarks/support/Drive.h"
 #include "benchmarks/support/Keep.h"
 #include "benchmarks/support/LockedRecords.h"
@@ -21,7 +21,7 @@ using qzbench::LockedRecords;
 using qzbench::TableDecoder;
 using qzbench::Traffic;
 
-// True if the table gives the values that the library gives: otherwise it measures something else.
+// True if the table gives the same values as the library; otherwise it would measure something else.
 bool agrees(TableDecoder const& decoder, Traffic const& traffic) {
     qzbench::Signals const signals = qzbench::defineAll(false);
     double phys = 0.0;

@@ -27,8 +27,8 @@ std::string pathOf(canSignalDef_t const& definition) {
     return "/tmp/" + definition.instance;
 }
 
-// Definitions of shared signals that nobody else has. Their key files are there, as after the first start of a device:
-// to make a file takes longer than all the rest.
+// Definitions of shared signals that no other process has. Their key files exist, as after the first start of a device:
+// creating a file takes longer than all the rest.
 Definitions sharedDefinitions(std::size_t count) {
     Definitions all = qzbench::numberedDefinitions(count, 5);
     for (std::size_t i = 0; i < count; ++i)
@@ -43,7 +43,7 @@ void removeKeyFiles(Definitions const& all) {
         std::remove(pathOf(definition).c_str());
 }
 
-// What a local signal takes of the heap, its place in the registry and in its frame included.
+// Heap memory of a local signal, including its entry in the registry and its place in its frame.
 void heapPerSignal(benchmark::State& state) {
     std::size_t const count = qzbench::drive().definitions.size();
     std::size_t taken = 0;
@@ -72,9 +72,9 @@ void defineShared(benchmark::State& state) {
 }
 BENCHMARK(defineShared)->Name("define/shared")->Arg(4000)->Unit(benchmark::kMillisecond);
 
-// The yardstick: the eight system calls alone that a shared signal needs, as strace counts them. To open its key file,
-// look whether it is one, and close it; to ask for its key; to get, attach, detach and remove a segment. And the first
-// touch of the segment, for which the system makes a page.
+// The yardstick: only the eight system calls that a shared signal needs, as strace counts them: open its key file,
+// check and close it; get its key; get, attach, detach and remove a segment. And the first access to the segment, for
+// which the system allocates a page.
 void systemCalls(benchmark::State& state) {
     Definitions const all = sharedDefinitions(static_cast<std::size_t>(state.range(0)));
     std::vector<std::string> paths;

@@ -1,4 +1,4 @@
-// What an expression costs: its value, beside other ways to the same value, and its compilation.
+// The cost of an expression: of its value, compared with other ways to the same value, and of its compilation.
 #include "benchmarks/support/Evaluators.h"
 #include "benchmarks/support/Formulas.h"
 #include "benchmarks/support/Keep.h"
@@ -66,7 +66,7 @@ private:
 template <std::size_t count, typename Function>
 FormulaSignals(qzbench::Formula<count, Function> const&, Kind) -> FormulaSignals<count>;
 
-// Every way has to come to the yardstick's value before its time is taken.
+// Every way has to reach the yardstick's value before it is timed.
 template <typename Evaluator>
 void measure(benchmark::State& state, Evaluator& evaluator, double expected) {
     if (evaluator.value() != expected) {
@@ -113,7 +113,7 @@ void compile(benchmark::State& state) {
 }
 BENCHMARK(compile)->Name("expression/compile");
 
-// A sum of many operands. What one of them costs does not depend on their number.
+// A sum of many operands. The cost of one does not depend on their number.
 void compileLong(benchmark::State& state) {
     auto const operands = static_cast<std::size_t>(state.range(0));
     std::string text = "1";

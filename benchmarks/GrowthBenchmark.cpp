@@ -32,7 +32,7 @@ void decode(benchmark::State& state) {
 }
 BENCHMARK(decode)->Name("growth/decode")->RangeMultiplier(10)->Range(10, 10'000);
 
-// Every frame is looked up in turn, in no order; each carries one signal.
+// Every frame is looked up in turn, in no particular order; each carries one signal.
 void lookUp(benchmark::State& state) {
     Definitions const all = numberedDefinitions(static_cast<std::size_t>(state.range(0)), 1);
     Signals const signals = defined(all);

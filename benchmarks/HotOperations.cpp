@@ -1,5 +1,5 @@
-// Runs one of the operations that programs do for every frame and every value, as often as it is told. It measures
-// nothing: scripts/instructions.py counts the instructions, as the difference of two runs of different length.
+// Runs one of the operations that programs perform for every frame and every value, the given number of times. It
+// measures nothing: scripts/instructions.py counts the instructions, as the difference of two runs of different length.
 #include "qzsignal/can/CANSignal.h"
 #include "qzsignal/can/CANSignalExt.h"
 #include "qzsignal/expression/ExpParser.h"
@@ -21,8 +21,8 @@
 
 namespace {
 
-// How many frames those operations take turns on that have to find the right one among many. COUNT is a multiple of it,
-// so that each of them has the same share in every run.
+// Frames that the operations which find one among many go through in turn. COUNT is a multiple of it, so that each has
+// the same share in every run.
 constexpr unsigned long frames = 1000;
 
 // The nine signals of a frame without a gap: both byte orders, signed and unsigned, flags and numbers of several bytes.
@@ -111,7 +111,7 @@ bool noneModified(Signals const& signals) {
     return std::none_of(signals.begin(), signals.end(), [](auto const& signal) { return signal->isModified(); });
 }
 
-// The operations: each prepares the same whatever the count, and returns whether it has done what it is called.
+// The operations: each prepares the same whatever the count, and returns whether it has done what its name says.
 
 template <bool shared>
 bool decodeUnchanged(unsigned long count) {

@@ -1,10 +1,10 @@
-// A plugin for QEMU's user mode that counts the instructions which a program of one thread executes, the run-time
+// A plugin for QEMU's user mode that counts the instructions that a single-threaded program executes, run-time
 // libraries included. scripts/instructions.py builds it for the host, whatever target the program is for.
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
 
-// What it uses of the emulator's plugin interface, version 1. Debian packages no header of it.
+// The part of the emulator's plugin interface, version 1, that is used here. Debian packages no header for it.
 extern "C" {
 struct qemu_plugin_tb;   // a block of instructions that is being translated
 struct qemu_plugin_insn; // one of them

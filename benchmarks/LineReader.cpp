@@ -1,7 +1,7 @@
-// The yardstick of the commands that read logs: a program that takes candump's lines apart and does nothing with them.
+// The yardstick of the commands that read logs: a program that parses candump's lines and does nothing with them.
 //
 // One pass: the file in blocks, memchr to each line's end, and from a line the time, the identifier and the payload, by
-// a table of the hexadecimal digits. It knows this one form of a line and gives up at any other.
+// a table of the hexadecimal digits. It accepts this one form of a line and gives up at any other.
 #include <array>
 #include <cerrno>
 #include <cstdint>
@@ -33,7 +33,7 @@ constexpr std::array<std::uint16_t, 256> makeHexDigits() {
 
 constexpr std::array<std::uint16_t, 256> hexDigits = makeHexDigits();
 
-// What is read; all numbers are added up so that none can be left out.
+// What is read; all numbers are added up so that none is optimised away.
 struct Sums {
     std::uint64_t d_lines = 0;
     std::uint64_t d_times = 0;
@@ -82,7 +82,7 @@ Sums readFile(char const* path) {
         stop(std::string(path) + ": " + std::strerror(errno));
     Sums sums;
     std::vector<char> buffer(1 << 17);
-    std::size_t kept = 0; // bytes of a line whose end is still to come
+    std::size_t kept = 0; // bytes of a line whose end has not been read yet
     ssize_t count = 0;
     while ((count = read(file, buffer.data() + kept, buffer.size() - kept)) > 0) {
         char const* line = buffer.data();

@@ -1,4 +1,4 @@
-// Finding what is filed under a frame's key, beside the ordered map alone.
+// Looking up what is filed under a frame's key, compared with the ordered map alone.
 #include "benchmarks/support/Keep.h"
 #include "benchmarks/support/NumberedSignals.h"
 
@@ -13,8 +13,7 @@ namespace {
 
 using qzbench::Record;
 
-// Frames that are filed, and as many that are not. No signal is filed under them, so that looking them up is all that
-// is done.
+// Frames that are filed, and as many that are not. No signal is filed under them, so that only the look-up takes time.
 class FiledFrames {
 public:
     explicit FiledFrames(std::size_t count) {
@@ -31,7 +30,7 @@ public:
         return 0x8000000080000000 + identifier; // extended, channel 0
     }
 
-    // Identifiers in an order drawn by chance, so many that no processor learns it.
+    // Identifiers in random order, so many that no processor learns it.
     std::vector<std::uint32_t> drawn(bool filed) const {
         std::mt19937 random(2015);
         std::vector<std::uint32_t> result(1 << 16);
@@ -44,8 +43,8 @@ private:
     std::vector<std::uint32_t> d_filed;
 };
 
-// Frames come in one buffer, as they do from a bus: what is measured is the look-up, and not the fetching of thousands
-// of frames from memory.
+// Frames come in one buffer, as from a bus, so that the look-up is measured and not the fetching of thousands of frames
+// from memory.
 template <typename LookUp>
 void lookUp(benchmark::State& state, std::vector<std::uint32_t> const& identifiers, LookUp lookUp) {
     for (auto _ : state)

@@ -1,4 +1,4 @@
-// What reading a signal's value costs.
+// The cost of reading a signal's value.
 #include "benchmarks/support/Drive.h"
 #include "benchmarks/support/Keep.h"
 #include "benchmarks/support/LockedRecords.h"

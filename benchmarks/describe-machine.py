@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Prints, as JSON, what the page on performance tells about a run: the machine, the compiler, the date, and what was measured.
+"""Prints, as JSON, what the page on performance states about a run: the machine, the compiler, the date, and what was measured.
 """
 
 import argparse
@@ -18,16 +18,16 @@ def processor():
 
 
 def caches():
-    """Of the first core, as the kernel knows them; empty if it does not."""
-    told = []
+    """Those of the first core, as the kernel reports them; empty if it does not."""
+    result = []
     for index in sorted(pathlib.Path("/sys/devices/system/cpu/cpu0/cache").glob("index*")):
         level, kind, size = ((index / name).read_text().strip() for name in ("level", "type", "size"))
-        told.append(f"L{level} {size}" + (f" ({kind.lower()})" if kind != "Unified" else ""))
-    return ", ".join(told)
+        result.append(f"L{level} {size}" + (f" ({kind.lower()})" if kind != "Unified" else ""))
+    return ", ".join(result)
 
 
 def compiler(build):
-    """Compiler and flags, from what CMake keeps."""
+    """Compiler and flags, from the cache of CMake."""
     cache = (build / "CMakeCache.txt").read_text()
     entry = {name: re.search(rf"^{name}:\w+=(.*)$", cache, re.MULTILINE)[1]
              for name in ("CMAKE_CXX_COMPILER", "CMAKE_BUILD_TYPE", "CMAKE_CXX_FLAGS_RELEASE")}

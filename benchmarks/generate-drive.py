@@ -13,7 +13,7 @@ import random
 
 MESSAGES = 331
 SENT = 53  # of the messages; those with many signals are sent
-UNKNOWN = 18  # further identifiers on the bus, which nobody defines
+UNKNOWN = 18  # further identifiers on the bus, without definitions
 SIGNALS = 2150
 DURATION = 27_000_000  # microseconds
 START = 1_700_000_000_000_000
@@ -97,13 +97,13 @@ def write_definitions(path, rng):
 
 def write_drive(path, sent, unknown, rng):
     frames = []
-    everybody = sent + unknown
-    rng.shuffle(everybody)
-    for number, identifier in enumerate(everybody):
+    identifiers = sent + unknown
+    rng.shuffle(identifiers)
+    for number, identifier in enumerate(identifiers):
         period = PERIODS[number % len(PERIODS)]
         payload = rng.getrandbits(64)
         for time in range(rng.randrange(period), DURATION, period):
-            # Of a usual frame only a few bits change: a counter, and now and then a value.
+            # Usually only a few bits of a frame change: a counter, and sometimes a value.
             payload = payload & ~0xF | (payload + 1) & 0xF
             if rng.random() < 0.2:
                 payload ^= rng.getrandbits(8) << rng.randrange(56)

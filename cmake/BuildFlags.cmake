@@ -14,7 +14,7 @@ if(CMAKE_SIZEOF_VOID_P EQUAL 4 AND CMAKE_SYSTEM_PROCESSOR MATCHES "^(i.86|x86|x8
     target_compile_options(qzsignal_build_flags INTERFACE -msse2 -mfpmath=sse)
 endif()
 
-# 32-bit targets refuse large files, and files and folders with large inode numbers, without it.
+# Without it, 32-bit targets refuse large files, and files and folders with large inode numbers.
 target_compile_definitions(qzsignal_build_flags INTERFACE _FILE_OFFSET_BITS=64)
 
 if(QZSIGNAL_SANITIZE)
@@ -23,7 +23,7 @@ if(QZSIGNAL_SANITIZE)
     target_link_options(qzsignal_build_flags INTERFACE -fsanitize=${QZSIGNAL_SANITIZE})
 endif()
 
-# Counts the branches that an input takes, for the fuzzers to aim at.
+# Counts the branches that an input takes, which guides the fuzzers.
 if(QZSIGNAL_FUZZ)
     target_compile_options(qzsignal_build_flags INTERFACE -fsanitize=fuzzer-no-link)
 endif()

@@ -14,7 +14,7 @@ function(qzsignal_header_package target header)
     target_include_directories(${target} SYSTEM INTERFACE ${links})
 endfunction()
 
-# They run on the host; of what they bring, only the base class of the scanner is compiled, and nothing is linked.
+# These run on the host; only the base class of the scanner is compiled into the library, and nothing is linked.
 find_package(FLEX 2.6 REQUIRED)
 find_package(BISON 3.8 REQUIRED)
 qzsignal_header_package(flexlexer FlexLexer.h)
@@ -43,7 +43,7 @@ if(QZSIGNAL_BUILD_BENCHMARKS)
     pkg_check_modules(muparser REQUIRED IMPORTED_TARGET muparser)
 endif()
 
-# Of the documentation; what needs them is left out where they are missing.
+# For the documentation; targets and tests that need them are left out where they are missing.
 if(PROJECT_IS_TOP_LEVEL)
     find_package(Doxygen QUIET)
     find_program(QZSIGNAL_MANDOC mandoc DOC "Checks the form of the manual page")

@@ -1,5 +1,5 @@
-# What `cmake --install` lays down: library, headers, the command with its page, and the files by which CMake and pkg-config find
-# them. The result can be moved: all paths in it are relative to where it lies.
+# What `cmake --install` installs: library, headers, the command with its manual page, and the files by which CMake and
+# pkg-config find them. The result is relocatable: all its paths are relative.
 
 include(CMakePackageConfigHelpers)
 

@@ -1,4 +1,4 @@
-// Reads a signal that another process defines, now or later: it needs nothing but the name.
+// Reads a signal that another process defines, now or later: it needs only the name.
 //
 //     reader [VALUES]        ends after so many values; default 10
 #include "qzsignal/shm/ShmSignal.h"

@@ -1,5 +1,5 @@
-// Feeds signals of every kind from a trace stream. A look at each serialized record tells whether it is worth being
-// made a message object of; most are not.
+// Feeds signals of every kind from a trace stream. A pre-filter on each serialized record decides whether a message
+// object is worth creating; for most records it is not.
 #include "qzsignal/can/CANSignal.h"
 #include "qzsignal/can/CANSignalExt.h"
 #include "qzsignal/flexray/FlexRaySignal.h"
@@ -19,8 +19,8 @@ namespace {
 
 using Bytes = std::vector<unsigned char>;
 
-// A record, and what the trace library finds in the rest of it: that library makes message objects of records. The few
-// lines of each `feed` below stand for it.
+// A record, and what the trace library, which turns records into message objects, finds in the rest of it. The few
+// lines of each `feed` below stand in for that library.
 struct Delivery {
     Bytes record;
     Bytes payload;
@@ -34,7 +34,8 @@ unsigned long long feedCan(Delivery const& delivery) {
     frame.identifier = static_cast<std::uint32_t>(delivery.record[20] << 8 | delivery.record[21]);
     frame.length = static_cast<unsigned char>(delivery.payload.size());
     std::copy(delivery.payload.begin(), delivery.payload.end(), frame.payload);
-    // The self-contained kind takes the payload as a number, first byte most significant, and does not say what it fed.
+    // The self-contained kind takes the payload as a number, first byte most significant, and does not report what it
+    // fed.
     unsigned long long payload = 0;
     for (unsigned char const byte : frame.payload)
         payload = payload << 8 | byte;
@@ -52,7 +53,7 @@ unsigned long long feedFlexRay(Delivery const& delivery) {
     return FlexRaySignal::decodeMessage(frame);
 }
 
-// The library looks LIN frames up without the tag of the definitions' keys, and finds none; the pre-filter does.
+// The library looks up LIN frames without the tag in the keys of definitions, and finds none; the pre-filter does.
 unsigned long long feedLin(Delivery const& delivery) {
     LINTraceMessage frame;
     frame.timestamp = delivery.timestamp;

@@ -10,7 +10,7 @@
 
 namespace {
 
-// Stands for the bus: an engine that speeds up from 800 to 4800 revolutions per minute, again and again.
+// Stands in for the bus: an engine that speeds up from 800 to 4800 revolutions per minute, again and again.
 CANExtTraceMessage nextFrame(unsigned number) {
     unsigned const quarterTurns = 3200 + number * 16 % 16000;
     CANExtTraceMessage frame;

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Measures what the library and the command cost, and writes docs/performance.md with its plots.
+# Measures the performance of the library and the command, and writes docs/performance.md with its plots.
 set -euo pipefail
 
 usage="Usage: scripts/bench.sh [--quick] [--output DIR]
@@ -9,7 +9,7 @@ performance and its plots. The results stay in build/benchmarks/results. That ta
 machine that should have nothing else to do.
 
 Options:
-  --quick       measure hardly at all, to see that everything works; nothing is written without --output
+  --quick       measure only briefly, to see that everything works; nothing is written without --output
   --output DIR  write page and plots into DIR instead of docs"
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
@@ -40,7 +40,7 @@ while [[ $# -gt 0 ]]; do
     shift
 done
 
-# Debian's own, which its matplotlib belongs to.
+# Debian's own Python, for which its matplotlib is packaged.
 python=/usr/bin/python3
 build=$root/build/benchmarks
 results=$build/results
@@ -48,7 +48,7 @@ scratch=$(mktemp -d)
 
 running= # the measurement, if there is one
 
-# What an interrupted measurement leaves: segments, of which there are not many more to be had. Shared signals leave their
+# Removes what an interrupted measurement leaves: segments, of which the kernel allows few. Shared signals leave their
 # key files in /tmp in any case; these are of the generated drive and of other benchmarks.
 clean_up() {
     if [[ -n $running ]]; then
@@ -77,7 +77,7 @@ if [[ -n $quick ]]; then
 fi
 output=${output:-$root/docs}
 
-# Sets `load`, and sees to it that there is enough of what the benchmarks take.
+# Sets `load`, and checks that the machine has enough of what the benchmarks take.
 check_machine() {
     read -r load _ </proc/loadavg
     if ! awk -v load="$load" 'BEGIN { exit !(load < 0.5) }'; then
@@ -93,7 +93,7 @@ check_machine() {
     fi
 }
 
-# Runs a command, in such a way that the script can be interrupted meanwhile.
+# Runs a command so that the script can still be interrupted.
 run() {
     local status=0
     "$@" &
@@ -103,7 +103,7 @@ run() {
     return "$status"
 }
 
-# Runs a command on one core: the last one, as systems have interrupts and their own work on the first one rather.
+# Runs a command on one core: the last one, as interrupts and system work tend to be on the first.
 run_pinned() {
     local core
     core=$("$python" -c 'import os; print(max(os.sched_getaffinity(0)))')
@@ -138,7 +138,7 @@ run_pinned "$build/benchmarks/qzsignal_benchmarks" --benchmark_out="$results/tim
     cat "$scratch/messages" >&2
     exit 1
 }
-# Such as a segment that could not be had: what was measured then is something else.
+# For example a segment that was not available: then something else was measured.
 if grep --fixed-strings '[ERROR]' "$scratch/messages" >&2; then
     exit 1
 fi

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Prints the line coverage of the library's files by the tests; fails if too much of it is not reached.
+# Prints the line coverage of the library's files by the tests; fails if it is too low.
 set -euo pipefail
 
 minimum=95 # percent of all lines of the library
@@ -11,7 +11,7 @@ cd "$root"
 
 cmake --preset coverage
 cmake --build --preset coverage --parallel "$jobs"
-# Counts of earlier runs would hide what the tests do not reach any more.
+# Counts of earlier runs would hide what the tests no longer reach.
 find build/coverage -name '*.gcda' -delete
 ctest --preset coverage --parallel "$jobs" </dev/null
 

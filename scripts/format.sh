@@ -39,7 +39,7 @@ trap 'rm -rf "$scratch"' EXIT
     echo "RemoveBracesLLVM: true"
 } >"$scratch/without-braces"
 
-# Two passes: removing braces in the same pass as the layout breaks lines at other places than the layout alone does.
+# Two passes, since a pass that also removes braces breaks lines at other places.
 format() {
     clang-format --style="file:$1/without-braces" "$3" | clang-format --assume-filename="$3" >"$1/$$"
     if cmp --silent "$1/$$" "$3"; then

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Looks for inputs that a fuzz target fails on, one target after the other.
+# Searches for inputs that a fuzz target fails on, one target after the other.
 set -euo pipefail
 
 usage="Usage: scripts/fuzz.sh [--scratch] [--no-setup] [TARGET|all [SECONDS]]
@@ -18,7 +18,7 @@ all_targets=()
 for folder in "$root"/tests/fuzz/*/; do
     all_targets+=("$(basename "$folder")")
 done
-# Bytes of the longest inputs that are worth trying; of other targets, 2000.
+# Bytes of the longest inputs that are worth trying; 2000 for other targets.
 declare -A longest=([dbc]=4000 [records]=300 [shared]=600)
 
 scratch=
@@ -71,7 +71,7 @@ if setarch --addr-no-randomize true 2>/dev/null; then
     fixed=(setarch --addr-no-randomize)
 fi
 
-# Memory that was given back is soon used again: the targets make and drop large blocks with each input.
+# Freed memory is reused soon: the targets allocate and free large blocks with each input.
 export ASAN_OPTIONS=quarantine_size_mb=4 UBSAN_OPTIONS=print_stacktrace=1
 # The leak checker traces its own process, which a container or debugger may forbid.
 echo 'int main() {}' | clang++ -fsanitize=address -x c++ -o "$work/probe" -
@@ -80,7 +80,7 @@ if ! "${fixed[@]}" "$work/probe" >/dev/null 2>&1; then
     ASAN_OPTIONS+=:detect_leaks=0
 fi
 
-# Ends in a line on each target: passed, or FAILED and why.
+# Ends with a line for each target: passed, or FAILED and why.
 status=0
 for target in "${targets[@]}"; do
     learned=build/fuzz/corpus/$target

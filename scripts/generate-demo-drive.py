@@ -205,7 +205,7 @@ def position(car, _count):
     return struct.pack("<fHxx", car.distance, round(car.heading % 360 / 0.01))
 
 
-# Identifier as in DBC files (bit 31: extended), cycle in milliseconds, delay behind the step in microseconds, payload.
+# Identifier as in DBC files (bit 31: extended), cycle in milliseconds, delay after the step in microseconds, payload.
 MESSAGES = [
     (160, 10, 130, engine),
     (288, 20, 370, brake),

@@ -3,8 +3,8 @@
 same on every machine and in every run.
 
 Valgrind counts for x86-64, a plugin of QEMU's user mode for the other targets. Start-up and preparation cancel out: an
-operation's count is the difference of two runs with different numbers of repetitions. The loop around it, a few
-instructions, is part of it.
+operation's count is the difference of two runs with different numbers of repetitions. The few instructions of the
+loop around it are included.
 """
 
 import argparse
@@ -22,8 +22,8 @@ ROOT = pathlib.Path(__file__).resolve().parent.parent
 BOUNDS = ROOT / "benchmarks" / "instruction-bounds.txt"
 BOUNDED_TARGET = "x86-64"
 TOLERANCE = 0.05
-# The program takes multiples of 1,000. Names of signals have the number of the process in them, of which each digit
-# costs some 150 instructions: these do not show among so many repetitions.
+# The program takes multiples of 1,000. Names of signals contain the process id, each digit of which costs some 150
+# instructions: with so many repetitions this does not matter.
 REPETITIONS = (1000, 10000)
 
 # By the machine number in the program's header: target, and the emulator with its options; none where valgrind counts.
@@ -47,10 +47,10 @@ def stop(problem):
 
 
 def build_release():
-    """Builds the program with the library as it is installed; returns the folder."""
+    """Builds the program with the library as installed; returns the folder."""
     for step in (["--preset", "release"],
                  ["--build", "--preset", "release", "--parallel", str(os.cpu_count()), "--target", "hot_operations"]):
-        # The counts alone go to standard output.
+        # Only the counts go to standard output.
         if subprocess.run(["cmake", *step], cwd=ROOT, stdout=sys.stderr, check=False).returncode != 0:
             stop("the build failed")
     return ROOT / "build" / "release"
@@ -87,8 +87,8 @@ def number(pattern, text):
 def count_natively(*command):
     """Instructions of a run on this machine's own processor.
 
-    Valgrind shows programs those extensions of the processor that it knows, and by them the C library picks functions
-    such as memcpy. No operation calls any of these: the counts are the same with the extensions turned off by
+    Valgrind presents the extensions of the processor that it supports to programs, and the C library picks functions such
+    as memcpy by them. No operation calls any of these: the counts are the same with the extensions turned off by
     GLIBC_TUNABLES, and on the plain processor that QEMU emulates.
     """
     _, said = run("valgrind", "--command-line-only=yes", "--tool=callgrind", "--callgrind-out-file=/dev/null", *command)
@@ -96,7 +96,7 @@ def count_natively(*command):
 
 
 def build_counter(folder):
-    """The emulator's plugin, in the folder."""
+    """Builds the emulator's plugin in the folder."""
     counter = pathlib.Path(folder, "counter.so")
     run("g++", "-std=c++17", "-O2", "-shared", "-fPIC", "-Wall", "-Wextra", "-Werror", "-o", counter,
         ROOT / "benchmarks" / "InstructionCounter.cpp")
@@ -133,7 +133,7 @@ def write_bounds(path, operations):
 
 
 def verdict(count, bound):
-    """Whether an operation passes, and what is to be said about it; either number may be missing."""
+    """Whether an operation passes, and a text on it; either number may be missing."""
     if bound is None:
         return False, f"{count:.1f}, and no bound: --update records it"
     if count is None:
@@ -147,7 +147,7 @@ def verdict(count, bound):
 
 
 def check(operations, bounds):
-    """Prints a line on each operation; True if all pass."""
+    """Prints a line for each operation; True if all pass."""
     all_passed = True
     for name in [*operations, *(name for name in bounds if name not in operations)]:
         passed, text = verdict(operations.get(name), bounds.get(name))

@@ -7,7 +7,7 @@ set -euo pipefail
 
 usage="Usage: scripts/lint.sh [--no-setup]
 
-Prints a line for each check, 'passed ...' or 'FAILED ...', and what is wrong above it. scripts/format.sh repairs the format.
+Prints a line for each check, 'passed ...' or 'FAILED ...', after its findings. scripts/format.sh repairs the format.
 
 Options:
   --no-setup  do not look for missing packages"
@@ -37,7 +37,7 @@ status=0
 output=$(mktemp)
 trap 'rm -f "$output"' EXIT
 
-# Runs a check, which shows what it finds and fails if there is anything.
+# Runs a check: a command that prints its findings and fails if there are any.
 check() {
     local name=$1 start=$SECONDS
     shift
@@ -50,13 +50,13 @@ check() {
     fi
 }
 
-# The same with a check that the tree does not pass yet: it is shown, and counts for nothing.
+# The same for a check that the tree does not pass yet: findings are shown, but do not count.
 advise() {
     local name=$1
     shift
     if ! "$@" >"$output" 2>&1; then
         cat "$output"
-        echo "$name: $(wc -l <"$output") places to go over"
+        echo "$name: $(wc -l <"$output") findings, which do not count yet"
     fi
 }
 
@@ -65,7 +65,7 @@ files() {
     git ls-files --cached --others --exclude-standard "$@"
 }
 
-# Most of what the analyzer says is that it found something in headers of the system, which is not shown.
+# Without the lines on suppressed warnings from system headers.
 static_checks() {
     files 'qzsignal/*.cpp' 'tools/*.cpp' ':(glob)examples/*.cpp' |
         xargs --max-procs="$(nproc)" --max-args=1 clang-tidy --quiet -p build/dev 2> >(grep -v 'warnings\? generated' >&2)
@@ -75,7 +75,7 @@ scripts_check() {
     files '*.sh' .ci/run | xargs shellcheck --external-sources
 }
 
-# Helpers that are easily written twice: each pattern may occur in one file of the library and the command.
+# Helpers that tend to be written twice: each pattern may occur in only one file of the library and the command.
 one_place_each() {
     local pattern found result=0
     while read -r pattern; do
@@ -107,8 +107,8 @@ check library cmake --build --preset dev --parallel "$(nproc)" --target qzsignal
 check reference cmake --build --preset dev --target docs
 check man-page mandoc -Tlint -Wwarning docs/qzsignal.1
 
-# GCC's own analyzer is left out: that of GCC 12 takes `new` to return null, loses track in the standard library, and needs
-# 5 GB where CLI11 is used.
+# GCC's own analyzer is left out: in GCC 12 it assumes that `new` returns null, loses track inside the standard library, and
+# needs 5 GB where CLI11 is used.
 check clang-tidy static_checks
 
 exit "$status"

@@ -1,17 +1,17 @@
 #!/usr/bin/env python3
-"""Mutation testing of the library: changes one operator, number or statement at a time, and sees whether a test fails.
+"""Mutation testing of the library: changes one operator, number or statement at a time, and checks that a test fails.
 
-Everything happens in build/mutation, in a copy of the tree. Mutants are compiled without debug information: those whose
-object code stays the same, or that do not compile, are none. A mutant is caught if a test fails, crashes, runs out of
-memory or takes more than five times as long as usual. Programs that were built against a header before it was changed
-are users of the library as well: of the tests, only those of the header's own folder are compiled anew, and only if the
-others pass.
+Everything happens in build/mutation, in a copy of the tree. Mutants are compiled without debug information; those that do not
+compile, or whose object code is unchanged, do not count. A mutant is caught if a test fails, crashes, runs out of memory or
+takes more than five times as long as usual. Programs that were built against a header before it was changed use the library as
+well: of the tests, only those of the header's own folder are compiled again, and only if the others pass.
 
-Tests run in name spaces of their own, so that neither segments, key files nor processes of mutants are left behind.
+Tests run in namespaces of their own, so that neither segments, key files nor processes of mutants are left over.
 
-A mutant that survives and does what the original does is answered in tests/mutation/answered.txt, with the reason.
+A mutant that survives because it behaves like the original is answered in tests/mutation/answered.txt, with the reason.
 
-An interrupted run reports on what it has tried; --again goes on from there.
+An interrupted run reports on what it has tried; --again resumes it. With files or folders as arguments, only these are mutated:
+scripts/mutate.py qzsignal/shm/RecordLock.cpp qzsignal/shm/KeyFile.cpp
 """
 
 import argparse
@@ -79,7 +79,7 @@ def main():
     parser.add_argument("--sample", type=int, metavar="N", help="try N mutants of all files, picked at random")
     parser.add_argument("--seed", type=int, default=1, help="picks others (default: 1)")
     parser.add_argument("--again", action="store_true",
-                        help="go on where the last run ended, after another try of those that survived")
+                        help="resume the last run, after another try of the mutants that survived")
     parser.add_argument("--list", action="store_true", help="show the mutants and try none")
     parser.add_argument("--jobs", type=int, default=len(os.sched_getaffinity(0)), help="mutants at a time")
     parser.add_argument("--minimum", type=float, default=95, metavar="PERCENT",
@@ -96,7 +96,7 @@ def main():
                     if last.get(mutant.place(), "survived") != "survived"]
         done = {mutant for mutant, _ in outcomes}
         mutants = [mutant for mutant in mutants if mutant not in done]
-    # In any order, so that the first ones tell of all; but before them those that are tried again.
+    # In random order, so that the first ones represent all; but those that are tried again come first.
     random.Random(arguments.seed).shuffle(mutants)
     mutants.sort(key=lambda mutant: mutant.place() not in last)
     mutants = mutants[:arguments.sample]

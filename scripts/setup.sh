@@ -1,18 +1,18 @@
 #!/usr/bin/env bash
-# Installs the Debian packages that building, testing and checking need, as far as they are missing.
+# Installs missing Debian packages that building, testing and checking need.
 set -euo pipefail
 
 usage="Usage: scripts/setup.sh [GROUP...]
 
 Groups:
   base          compiler, build tools, libraries of the command and the tests (default)
-  benchmarks    what the benchmarks are built with, and what draws their results
+  benchmarks    libraries of the benchmarks, and the plotter of their results
   cross         compilers for i686 and PowerPC, and the emulator for the latter
   coverage      line coverage reports
-  docs          the reference of the public headers, and the check of the manual page
+  docs          generator of the API reference, checker of the manual page
   fuzz          compiler and run-time libraries of the fuzzers
-  instructions  what counts the instructions of x86-64 programs
-  lint          formatter and static checks
+  instructions  counter of the instructions of x86-64 programs
+  lint          formatter, static checks of C++ and of scripts
   valgrind      memory checker"
 
 base=(g++ cmake ninja-build pkg-config python3 flex bison libfl-dev libgtest-dev googletest libcli11-dev nlohmann-json3-dev)
@@ -60,7 +60,7 @@ fi
 
 missing=()
 for package in "${wanted[@]}"; do
-    # A package that was removed but has configuration files left is known to dpkg, yet not installed.
+    # A removed package whose configuration files remain is known to dpkg, but not installed.
     if [[ $(dpkg-query --show --showformat='${db:Status-Status}' "$package" 2>/dev/null) != installed ]]; then
         missing+=("$package")
     fi
@@ -79,7 +79,7 @@ if [[ $(id -u) -ne 0 ]]; then
 fi
 
 echo "Installing ${missing[*]}"
-# Another package manager may be at work in the background of a fresh machine; wait for it.
+# Another package manager may be running in the background of a fresh machine; wait for it.
 apt=("${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get -qq -o DPkg::Lock::Timeout=300 -o Acquire::Retries=3)
 "${apt[@]}" update
 "${apt[@]}" install --yes --no-install-recommends "${missing[@]}"

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# The one test command: builds and tests every target, or those named, and counts all tests in its last line.
+# The test command: builds and tests all targets, or those named, and reports the number of tests in its last line.
 set -euo pipefail
 
 all_targets=(dev i686 ppc asan tsan fuzz instructions lint)
@@ -7,13 +7,13 @@ usage="Usage: scripts/test.sh [--no-setup] [TARGET...]
 
 Targets (default: all but release):
   dev           x86-64, with debug information and a checked standard library
-  release       x86-64, what is installed
+  release       x86-64, as installed
   i686          32-bit x86
   ppc           32-bit big-endian PowerPC, under qemu-user
   asan          address and undefined-behaviour sanitizers
   tsan          thread sanitizer
-  fuzz          each fuzzer for ten seconds, from its corpus on
-  instructions  what hot operations of the release cost, against recorded bounds
+  fuzz          each fuzzer for ten seconds, starting from its corpus
+  instructions  instruction counts of hot operations in the release build, against recorded bounds
   lint          format, static checks, scripts, comments and pages
 
 Options:
@@ -42,7 +42,7 @@ if [[ ${#targets[@]} -eq 0 ]]; then
     targets=("${all_targets[@]}")
 fi
 
-# Tests must not depend on who started them.
+# Tests must not depend on how they were started.
 exec </dev/null
 
 if [[ $setup == yes ]]; then
@@ -73,7 +73,7 @@ sanitizer_runs() {
         "$@" "$scratch/probe" >/dev/null 2>&1
 }
 
-# Sets `wrapper`, the command under which ctest runs, to what the target needs around its tests.
+# Sets `wrapper`, the command that ctest runs under, to what the target's tests need.
 prepare() {
     wrapper=(env)
     case $1 in
@@ -90,7 +90,7 @@ prepare() {
             # A robust mutex refuses to be unlocked by a thread that does not hold it. Accesses that went on without the
             # lock try that, and tests; the sanitizer takes it for a mistake.
             wrapper+=(TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1:report_mutex_bugs=0)
-            # Kernels that spread mappings widely put some where the sanitizer's shadow memory has to be.
+            # Kernels that randomise addresses widely place mappings where the sanitizer's shadow memory has to be.
             if ! sanitizer_runs thread env; then
                 wrapper+=(setarch --addr-no-randomize)
             fi
@@ -98,8 +98,8 @@ prepare() {
     esac
 }
 
-# Prints "passed failed skipped" for a result file of ctest. A test that did not run counts as failed unless it said
-# itself that it is to be skipped: its program may be missing, or what it needs may have failed.
+# Prints "passed failed skipped" for a result file of ctest. A test that did not run counts as failed unless it was
+# skipped on purpose: its program may be missing, or a test that it depends on may have failed.
 count() {
     python3 - "$1" <<'PYTHON'
 import sys
@@ -123,7 +123,7 @@ failed=0
 skipped=0
 summary=()
 
-# Adds to the totals and to the summary. The lines of the summary deliberately do not look like the closing line.
+# Adds to the totals and to the summary, whose lines deliberately differ in form from the closing line.
 report() {
     local target=$1 seconds=$2 note=$6
     passed=$((passed + $3))
@@ -151,7 +151,7 @@ run() {
     fi
     local target_passed target_failed target_skipped note=
     read -r target_passed target_failed target_skipped <<<"$counts"
-    # Such as a test program that could not be asked for its tests.
+    # For example, a test program that could not list its tests.
     if [[ $status -ne 0 && $target_failed -eq 0 ]]; then
         target_failed=1
         note="ctest ended with status $status"
@@ -159,8 +159,8 @@ run() {
     report "$target" $((SECONDS - start)) "$target_passed" "$target_failed" "$target_skipped" "$note"
 }
 
-# Runs a command that prints a line on each of its tests, beginning with "passed" or "FAILED". `trouble` is what to say
-# if it fails without one.
+# Runs a command that prints a line for each of its tests, beginning with "passed" or "FAILED". `trouble` is the note if
+# it fails without such a line.
 run_command() {
     local target=$1 trouble=$2 start=$SECONDS results=$scratch/$1 status=0
     shift 2

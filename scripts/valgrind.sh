@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Runs the tests with every program under valgrind's memory checker; fails if it finds anything in any process. Arguments
-# are passed on to ctest, such as -R NAME.
+# Runs the tests with every program under valgrind's memory checker; fails if it reports an error in any process. Arguments
+# are passed on to ctest, for example -R NAME.
 set -euo pipefail
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)

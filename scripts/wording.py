@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Finds phrases that have a plainer word, listed in scripts/wording.txt, in comments, pages, messages and help texts.
+"""Finds phrases that have a plainer word (scripts/wording.txt) in comments, pages, messages and help texts.
 
 Without arguments, all files of the tree are read, new ones included. Prints one line for each place, and fails if there
 are any. Of C++ files, comments are read, and of those of the command also its texts; other files are read as they are.
@@ -15,7 +15,7 @@ LIST = "scripts/wording.txt"
 KINDS = {".h", ".cpp", ".l", ".y", ".md", ".sh", ".py", ".cmake", ".txt", ".1", ".in", ".tidy", ".clang-tidy"}
 # Recordings, definition files and texts of the expression language are data.
 DATA = re.compile(r"tests/(data|fuzz/\w+/corpus|expression/cases)/(?!README)")
-# A comment or a text, whichever begins first, so that neither is taken for the other.
+# A comment or a string literal, whichever begins first, so that neither is mistaken for the other.
 CPP = re.compile(r"""//[^\n]*|/\*.*?\*/|"(?:\\.|[^"\\\n])*"|'(?:\\.|[^'\\\n])*'""", re.S)
 
 
@@ -26,7 +26,7 @@ def read_list():
 
 
 def prose(name, text):
-    """The text with everything that is not prose blanked out, line by line."""
+    """The text with everything but prose replaced by spaces, line by line."""
     if pathlib.Path(name).suffix not in (".h", ".cpp", ".l", ".y"):
         return text
     result, end = [], 0

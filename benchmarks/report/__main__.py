@@ -31,7 +31,7 @@ def main():
     except results.UnusableResults as problem:
         sys.exit(f"report: {problem}")
 
-    import plots  # takes a while, and is in vain without all results
+    import plots  # takes a while, and is needless without all results
 
     arguments.output.mkdir(parents=True, exist_ok=True)
     plots.write(measured, arguments.output)

@@ -22,7 +22,7 @@ STYLE = {
     "legend.frameon": False,
     "savefig.facecolor": "white",
 }
-COLOURS = ["#0072b2", "#d55e00", "#009e73", "#cc79a7", "#e69f00", "#56b4e9"]  # told apart by all eyes
+COLOURS = ["#0072b2", "#d55e00", "#009e73", "#cc79a7", "#e69f00", "#56b4e9"]  # distinguishable for all eyes
 GOOD, BAD, GREY = "#0072b2", "#d55e00", "#999999"
 
 

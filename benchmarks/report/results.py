@@ -11,7 +11,7 @@ UNITS = {"ns": 1e-9, "us": 1e-6, "ms": 1e-3, "s": 1.0}
 
 
 class UnusableResults(Exception):
-    """There is no page without what is missing, or has failed."""
+    """Results are missing or have failed; there is no page without them."""
 
 
 @dataclasses.dataclass(frozen=True)
@@ -31,7 +31,7 @@ class Figure:
         return Figure(statistics.median(samples), low, high, len(samples))
 
     def __truediv__(self, other):
-        """The ratio of the medians; its spread has room for both figures being off at once, in opposite directions."""
+        """The ratio of the medians; its spread allows for both figures being off at once, in opposite directions."""
         return Figure(self.median / other.median, self.low / other.high, self.high / other.low,
                       min(self.samples, other.samples))
 
@@ -69,7 +69,7 @@ class Results:
                 self._samples.setdefault((name, counter), []).append(value)
 
     def samples(self, benchmark, counter):
-        """All samples of a counter. What is not there is noted, and stands as 1 until `check` tells."""
+        """All samples of a counter. A missing one is noted and counts as 1 until `check` reports it."""
         if (benchmark, counter) not in self._samples:
             self._missing.append(f"{benchmark} ({counter})")
             return [1.0]
@@ -82,7 +82,7 @@ class Results:
         return max(self.samples(benchmark, counter))
 
     def check(self):
-        """Tells of all that was asked for and is not there."""
+        """Reports everything that was asked for and is missing."""
         if self._missing:
             raise UnusableResults("not measured: " + ", ".join(dict.fromkeys(self._missing)))
 

@@ -1,4 +1,4 @@
-"""What is to be reached, and what the page shows besides: tables of benchmark names, and nothing else.
+"""What is to be reached, and what else the page shows: tables of benchmark names, and nothing else.
 
 A further target is one more row of TARGETS. A benchmark is named as it calls itself, with the counter that holds its seconds
 per frame, signal and so on; the counter "time" is the time of one iteration.
@@ -29,13 +29,13 @@ class Times:
         return min(figures, key=lambda figure: figure.median)
 
     def used(self, measured, yardstick):
-        """Which part of what is allowed was used."""
+        """The part of the limit that was used."""
         return (measured / yardstick) * (1 / self.factor)
 
 
 @dataclasses.dataclass(frozen=True)
 class Absolute:
-    """A limit that is no multiple of a yardstick. One may stand beside it all the same."""
+    """A limit that is not a multiple of a yardstick; one may be shown with it nevertheless."""
 
     seconds: float
     text: str
@@ -66,7 +66,7 @@ class Target:
 
 @dataclasses.dataclass(frozen=True)
 class Outcome:
-    """A target and what became of it in a run."""
+    """A target and its result in a run."""
 
     target: Target
     measured: Figure
@@ -83,7 +83,7 @@ class Outcome:
         return self.used.median <= 1
 
     def verdict(self):
-        """Close: the quartiles lie on both sides of the limit."""
+        """Close: the quartiles are on both sides of the limit."""
         close = ", close" if self.used.low <= 1 < self.used.high else ""
         return ("yes" if self.met() else "**no**") + close
 
@@ -104,7 +104,7 @@ def per_second(least, text, yardstick, benchmark):
     return Absolute(1 / least, text, yardstick, benchmark, rate=True)
 
 
-# What counts as growing by nothing, or with the number of signals alone, while more and more of them leave the caches.
+# The growth that counts as none, or as proportional, while more and more signals miss the caches.
 FLAT = 2.0
 
 # Name in the benchmarks, and on the page.
@@ -189,12 +189,12 @@ EVALUATORS = {"qzsignal": "ExpParser", "yardstick": "Y3: C++ lambda", "muparser"
 
 @dataclasses.dataclass(frozen=True)
 class Growth:
-    """Benchmarks `benchmark`/N that tell how a cost grows with the number N of signals."""
+    """Benchmarks `benchmark`/N that show how a cost grows with the number N of signals."""
 
     what: str
     benchmark: str
     counter: str
-    each: bool  # the counter tells what each of the N signals costs, not the whole
+    each: bool  # the counter is the cost of each of the N signals, not of all
 
 
 GROWTH = [

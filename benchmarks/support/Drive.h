@@ -10,8 +10,8 @@
 
 namespace qzbench {
 
-// Where its files lie: those that QZSIGNAL_DRIVE_DBC and QZSIGNAL_DRIVE_LOG name, such as of a real car, or else those
-// that generate-drive.py wrote.
+// The paths of its files: those that QZSIGNAL_DRIVE_DBC and QZSIGNAL_DRIVE_LOG name, such as of a real car, or else
+// those that generate-drive.py wrote.
 std::string definitionFile();
 std::string logFile();
 

@@ -1,5 +1,5 @@
-// Ways to evaluate a formula over signals. Each reads all its signals anew for every value, in order; one that has no
-// value makes the formula's 0.
+// Ways to evaluate a formula over signals. Each reads all its signals for every value, in order; if one has no value,
+// the formula's is 0.
 #pragma once
 
 #include "benchmarks/support/Formulas.h"
@@ -47,7 +47,7 @@ private:
 
 // The yardstick: the formula as a C++ lambda over the same signals' virtual `read(double&, unsigned long long&)`, all
 // in one function that the compiler sees as a whole. All signals are read before anything is computed, as the library
-// reads them, so that it neither gains nor loses by an `&&` whose left side decides.
+// does, so that it neither gains nor loses by an `&&` whose left side decides.
 template <std::size_t count, typename Function>
 class Lambda {
 public:
@@ -76,7 +76,7 @@ public:
         d_parser.SetExpr(formula.text);
         d_parser.Eval(); // compiles it
     }
-    MuParser(MuParser const&) = delete; // the parser knows where the variables are
+    MuParser(MuParser const&) = delete; // the parser has the addresses of the variables
     MuParser& operator=(MuParser const&) = delete;
 
     double value() { return readAll(d_signals, d_values) ? d_parser.Eval() : 0.0; }
@@ -98,7 +98,7 @@ public:
         for (char const* const name : formula.names)
             names += (names.empty() ? "" : ", ") + std::string(name);
         std::string const chunk = "return function(" + names + ") return " + formula.lua + " end";
-        luaL_openlibs(d_lua); // switches its compiler on, too
+        luaL_openlibs(d_lua); // also switches its compiler on
         if (luaL_loadstring(d_lua, chunk.c_str()) != 0 || lua_pcall(d_lua, 0, 1, 0) != 0) {
             std::cerr << "qzsignal_benchmarks: " << lua_tostring(d_lua, -1) << std::endl;
             std::exit(66);

@@ -10,7 +10,7 @@
 namespace qzbench {
 
 // Counts of times in nanoseconds. Times below 32 have a class each; from there on each power of two is cut into 32
-// classes of equal width, so that a class is never wider than a 32nd of the times in it. Can lie in shared memory.
+// classes of equal width, so that a class is never wider than a 32nd of the times in it. Can be in shared memory.
 class LatencyHistogram {
 public:
     void note(std::uint64_t time) {

@@ -17,8 +17,8 @@ namespace qzbench {
 
 using Definitions = std::vector<canSignalDef_t>;
 
-// Local signals of 8 bits each, `perFrame` (up to 8) to a frame. Frames have extended identifiers, far apart from each
-// other, as ten thousand of them would find no room among the others.
+// Local signals of 8 bits each, `perFrame` (up to 8) to a frame. Frames have extended identifiers that are far apart,
+// as there are too few standard ones for ten thousand frames.
 inline Definitions numberedDefinitions(std::size_t count, std::size_t perFrame) {
     Definitions result(count);
     for (std::size_t i = 0; i < result.size(); ++i) {
@@ -52,7 +52,7 @@ inline CANExtTraceMessage frameOf(canSignalDef_t const& definition) {
 
 using Record = std::array<unsigned char, qzsignal::record::canEnd>;
 
-// Such a frame, of an extended identifier, before any message is made of it.
+// The serialized record of such a frame, with an extended identifier.
 inline void setIdentifier(Record& record, std::uint32_t identifier) {
     for (unsigned i = 0; i < 4; ++i)
         record[qzsignal::record::canIdentifier + i] =

@@ -1,4 +1,4 @@
-// The yardstick of decoding: what a program does that knows its table by heart and keeps nothing.
+// The yardstick of decoding: the work of a program that has the definitions built in and keeps nothing.
 #pragma once
 
 #include "benchmarks/support/Drive.h"
@@ -10,7 +10,7 @@
 
 namespace qzbench {
 
-// One signal: all that is known before the first frame.
+// One signal: everything that can be computed before the first frame.
 struct TableRow {
     std::uint64_t d_mask;
     std::uint64_t d_sign; // highest bit of a signed signal; 0 of an unsigned one
@@ -21,8 +21,8 @@ struct TableRow {
 };
 
 // Decodes frames by a table, straight to doubles: per frame one 8-byte load and byte swap, per signal shift, mask,
-// sign, multiplication and addition. Nothing is stored, nothing locked, and no change noticed. The rows of a frame are
-// at hand without a look-up, one behind the other.
+// sign, multiplication and addition. Nothing is stored or locked, and no change is detected. The rows of a frame are
+// consecutive and found without a look-up.
 class TableDecoder {
 public:
     TableDecoder();

@@ -12,7 +12,7 @@ Traffic::Traffic(Payloads payloads) {
         if (!places.emplace(frame.identifier, d_messages.size()).second)
             continue;
         CANExtTraceMessage message = frame;
-        message.length = sizeof message.payload; // a short frame changes no signal behind its end
+        message.length = sizeof message.payload; // a short frame changes no signal past its end
         d_messages.push_back(message);
         if (payloads == Payloads::Inverted)
             for (unsigned char& byte : message.payload)

@@ -8,8 +8,8 @@
 
 namespace qzbench {
 
-// One message per identifier stands for all its frames, so that what is measured is the decoding, and not the fetching
-// of a long recording from memory.
+// One message per identifier stands for all its frames, so that the decoding is measured and not the fetching of a long
+// recording from memory.
 class Traffic {
 public:
     enum class Payloads {

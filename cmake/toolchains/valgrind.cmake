@@ -1,5 +1,5 @@
 # This machine, with every program that a test starts under valgrind's memory checker. Each process, forked ones included,
-# has a log of its own, which stays empty unless something is found: nobody looks at the exit status of one that is killed.
+# has a log of its own, which stays empty unless there is an error: the exit status of a killed process shows none.
 set(valgrind_logs ${CMAKE_BINARY_DIR}/logs)
 file(MAKE_DIRECTORY ${valgrind_logs})
 set(CMAKE_CROSSCOMPILING_EMULATOR

@@ -6,8 +6,7 @@ import re
 
 SUFFIXES = (".cpp", ".h", ".l", ".y")
 
-# What is none of our business: comments, directives, static assertions, hints to the compiler. Texts have one rule of
-# their own.
+# Left alone: comments, directives, static assertions, hints to the compiler. Texts have a rule of their own.
 TEXT = r'"(?:\\.|[^"\\\n])*"'
 SKIPPED = re.compile(r"//[^\n]*|/\*.*?\*/|^[ \t]*#(?:\\\n|[^\n])*|\bstatic_assert\b.*?;|\btemplate <[^\n]*>$"
                      r"|'(?:\\.|[^'\\\n])*'|" + TEXT, re.S | re.M)
@@ -30,7 +29,7 @@ def next_number(match):
             f"0{int(digits, 8) + 1:o}" if digits[0] == "0" and len(digits) > 1 else str(int(digits) + 1)) + match[2]
 
 
-# Output, which cannot be turned round: a mutant would not compile.
+# Output, whose operator has no counterpart: a mutant would not compile.
 STREAM = re.compile(r'^\s*<<|"|\bout\b|std::(?:hex|dec)')
 
 # A call, an assignment or a jump is deleted if it ends where its line ends, and begins where a statement may begin.
@@ -39,7 +38,7 @@ STATEMENT_BEGINS = re.compile(r"(?:\A|[;{}):]|\belse)\s*\Z")
 
 CHOICE = r"(?:[^?:;,()]|::|\((?:[^()]|\([^()]*\))*\))"  # of two; brackets are whole
 
-# Binary operators have blanks around them, which tells them from brackets of templates, references and pointers.
+# Binary operators have spaces around them, unlike brackets of templates, references and pointers.
 RULES = [(re.compile(pattern, re.M), replacement) for pattern, replacement in (
     (r"(?<=\s)(?:<<|>>|[<>=!]=|[<>]|&&|\|\||[-+*/%&|^]|[-+|&]=)(?=\s)|\+\+|--|\b(?:true|false|std::min|std::max)\b",
      lambda match: SWAPS[match[0]]),
@@ -56,7 +55,7 @@ RULES = [(re.compile(pattern, re.M), replacement) for pattern, replacement in (
 
 @dataclasses.dataclass(frozen=True)
 class Mutant:
-    """One change: what is between two places of a file's text is replaced."""
+    """One change: replaces the text between two places of a file."""
 
     path: str
     text: str = dataclasses.field(repr=False)
@@ -71,7 +70,7 @@ class Mutant:
         return self.text.count("\n", 0, self.begin) + 1
 
     def key(self):
-        """File, and the lines as they were and as they became: what tells mutants apart while other lines change."""
+        """File, and the lines before and after: identifies a mutant while other lines change."""
         first = self.text.rfind("\n", 0, self.begin) + 1
         last = self.text.find("\n", self.end)
         around = self.text[first:self.begin], self.text[self.end:last]
@@ -79,13 +78,13 @@ class Mutant:
                              for part in (self.text[first:last], around[0] + self.new + around[1])))
 
     def place(self):
-        """What tells mutants apart as long as nothing changes."""
+        """Identifies a mutant as long as the file does not change."""
         path, before, after = self.key()
         return f"{path}:{self.line()}", before, after
 
 
 def code_of(path, text):
-    """The text with blanks in place of all that is not code."""
+    """The text with spaces in place of all that is not code."""
     def blank(span):
         return re.sub(r"[^\n]", " ", span)
 
@@ -113,7 +112,7 @@ def mutants_of(path, text):
             line = code[code.rfind("\n", 0, match.start()) + 1:].partition("\n")[0]
             if match[0] == "<<" and STREAM.search(line):
                 continue
-            # What stays is taken from the text: the code does not have its strings.
+            # The unchanged parts are taken from the text, as `code` has no strings.
             new = replacement(match) if callable(replacement) else re.sub(
                 r"\\(\d)", lambda group, match=match: text[slice(*match.span(int(group[1])))], replacement)
             found.setdefault((match.start(), match.end(), new), Mutant(path, text, match.start(), match.end(), new))

@@ -25,7 +25,7 @@ def run(command, **options):
     return done.stdout
 
 
-# In the name spaces, before the command: an empty /tmp, in which the copy of the tree is if it was there before.
+# Inside the namespaces, before the command: an empty /tmp, with the copy of the tree if that is below /tmp.
 IN_A_BOX = """\
 mount -t tmpfs tmpfs "$1" && chmod 1777 "$1" || exit 99
 case $2 in /tmp/*) mkdir -p "$1/${2#/tmp/}" && mount --bind "$2" "$1/${2#/tmp/}" ;; esac
@@ -45,7 +45,7 @@ class Stage:
     seconds: float = 60.0
 
     def failure(self, program, folder):
-        """None if the tests pass within the limit, else the reason. The folder may have a shared library for them."""
+        """None if the tests pass within the limit, else the reason. The folder may contain the shared library that they use."""
         limit = 5 * self.seconds + 3
         (folder / "box").mkdir(exist_ok=True)
         as_root = [] if os.geteuid() == 0 else ["--map-root-user"]
@@ -66,14 +66,14 @@ class Stage:
 
 
 class Build:
-    """The copy of the tree without a mutant, what it is built with, and how its tests are run."""
+    """The copy of the tree without a mutant: how it is built, and how its tests are run."""
 
     PROGRAMS = ("unit/unit_tests", "unit/failing_calls_tests", "unit/allocation_tests", "docs/docs_tests",
                 "expression/expression_tests", "process/process_tests")
     SHARED = "qzsignal/libqzsignal.so"
-    # They take seconds, and have neighbours that fail as well.
+    # They take seconds, and other tests fail on the same mutants.
     LEFT_OUT = "KilledWriterTest.readersNever*:RestartTest.lock*Stranger*"
-    # They wait, or watch each single instruction, and so come last.
+    # They wait, or step through single instructions, and so come last.
     LATE = "*KeptLock*:*lockLeftHeld*:*WhatIsKept*:Killed*"
 
     def __init__(self):
@@ -99,7 +99,7 @@ class Build:
         self.links = {target: self.link_command(target) for target in (self.SHARED, *targets)}
 
     def precompiled(self):
-        """A header with all that the library includes of the system, which is most of what a compiler reads."""
+        """A header with all system headers that the library includes, which are most of what the compiler reads."""
         header = SCRATCH / "standard-headers.h"
         lines = {line for path in (self.source / "qzsignal").rglob("*.*") for line in path.read_text().splitlines(True)
                  if re.match("#include <(?!FlexLexer)", line)}
@@ -110,7 +110,7 @@ class Build:
         return header
 
     def precompile(self, header):
-        """One form for what can be part of a shared library, and one for the tests."""
+        """One variant for position-independent code, one for the tests."""
         for kind in ("qzsignal_objects", "unit_tests"):
             result = pathlib.Path(f"{header}.gch", kind)
             if not result.is_file():
@@ -127,16 +127,20 @@ class Build:
         return shlex.split(line.replace(": &&", "").replace("&& :", ""))
 
     def dependencies(self):
-        """By object, the files of the tree that it is made of."""
+        """By object file, the files of the tree that it depends on."""
         result = {}
         for entry in run(["ninja", "-t", "deps"], cwd=self.folder).strip().split("\n\n"):
             first, *paths = entry.splitlines()
-            result[first.split(":")[0]] = {path.strip().removeprefix(f"{self.source}/").removeprefix(
-                f"{self.folder}/generated/") for path in paths}
+            # A compiler cache may have made them relative to the folder of the build.
+            paths = [os.path.normpath(self.folder / path.strip()) for path in paths]
+            result[first.split(":")[0]] = {path.removeprefix(f"{self.source}/").removeprefix(f"{self.folder}/generated/")
+                                           for path in paths}
+        if not any(name.startswith("qzsignal/") for names in result.values() for name in names):
+            sys.exit("mutate.py: no object is known to depend on a file of the library")
         return result
 
     def stages(self, folder):
-        """The tests for mutants of a folder, in the order in which they probably fail."""
+        """The tests for mutants of a folder, those that are likely to fail first."""
         unit, *others = (f"tests/{program}" for program in self.PROGRAMS)
         suites = sorted({suite for file in (self.source / "tests" / "unit" / folder).glob("*.cpp")
                          for suite in re.findall(r"^(?:TYPED_)?TEST(?:_F|_P)?\((\w+),", file.read_text(), re.M)})
@@ -168,7 +172,7 @@ class Worker:
             (self.folder / name).mkdir(parents=True)
 
     def change(self, mutant):
-        """Writes the changed file, and what is generated from it. Returns the one that is compiled; None on failure."""
+        """Writes the changed file and what is generated from it. Returns the name of the file to compile; None on failure."""
         shutil.rmtree(self.folder / "changed")
         file = self.folder / "changed" / mutant.path
         file.parent.mkdir(parents=True)
@@ -180,7 +184,7 @@ class Worker:
         return str(pathlib.Path(mutant.path).with_name(name))
 
     def compile(self, outputs, name):
-        """Compiles those objects that are made of the file; False if that fails."""
+        """Compiles the objects that depend on the file; False if that fails."""
         for output in outputs:
             if name not in self.build.headers.get(output, ()):
                 continue
@@ -198,13 +202,13 @@ class Worker:
         """Links a program of tests, or the shared library, with the changed objects. Returns its path, or None."""
         command = self.build.links[target]
         place = command.index("-o") + 1
-        # A library has the name by which programs look for it.
+        # A library gets the name that programs look for.
         names = [word.rpartition(",")[2] for word in command if "-soname," in word]
         result = self.folder / (names[0] if names else pathlib.Path(target).name)
         words = []
         for word in command[1:place] + [result] + command[place + 1:]:
             words += self.build.objects if str(word).endswith("libqzsignal_internal.a") else [word]
-        # Of functions that several objects have, the first one counts.
+        # Where several objects define a function, the first one is linked.
         changed = [self.objects[word] for word in words if word in self.objects]
         words = [word for word in words if word not in self.objects]
         return result if quietly([command[0], *changed, *words], self.build.folder) else None
@@ -214,7 +218,7 @@ class Worker:
         programs = {}
         for stage in stages:
             if stage.target not in programs:
-                # These stay, and use the shared library.
+                # These are not built again; they use the shared library.
                 is_outside = "process_tests" in stage.target
                 linked = self.link(Build.SHARED if is_outside else stage.target)
                 programs[stage.target] = self.build.folder / stage.target if linked and is_outside else linked
@@ -241,7 +245,7 @@ class Worker:
 
 
 def time_of(stage, build):
-    """Seconds that the tests take without a mutant, which they have to pass."""
+    """Seconds that the tests take, and have to pass in, without a mutant."""
     begin = time.monotonic()
     failure = stage.failure(build.folder / stage.target, SCRATCH)
     if failure:

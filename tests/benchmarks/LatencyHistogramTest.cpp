@@ -14,7 +14,7 @@ TEST(LatencyHistogram, holdsNothingAtFirst) {
     EXPECT_EQ(histogram.quantile(0.5), 0U);
 }
 
-// A short time, and one that is alone or the longest, comes back as it was.
+// Short times, a single time and the longest one are exact.
 TEST(LatencyHistogram, keepsTimesOfEveryLength) {
     std::uint64_t const times[] = {0, 1, 31, 32, 33, 1000, 0xFFFFFFFF, 0x100000000, UINT64_MAX};
     for (std::uint64_t const time : times) {

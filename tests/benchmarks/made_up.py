@@ -1,4 +1,4 @@
-"""Results that nobody has measured, of all benchmarks that the page asks for; for the tests of the report."""
+"""Invented results of all benchmarks that the page needs, for the tests of the report."""
 
 import pathlib
 import sys
@@ -29,7 +29,7 @@ def document(*entries):
 
 
 def complete():
-    """All that the page asks for, twice; each time is a microsecond, and less in every second repetition."""
+    """Everything that the page needs, twice; each time is a microsecond, and less in every second repetition."""
     names = {(name, "frame") for name in targets.DECODING} | {("yardstick/decode", "signal")}
     for target in targets.TARGETS:
         names.add((target.benchmark, target.counter))

@@ -12,7 +12,7 @@ spec.loader.exec_module(measure_commands)
 
 DEFINITIONS = """\
 BO_ 16 Rare: 8 Gateway
- SG_ Seldom : 7|8@0+ (1,0) [0|1] ""  Car
+ SG_ Rarely : 7|8@0+ (1,0) [0|1] ""  Car
 
 BO_ 32 Usual: 8 Gateway
  SG_ First : 7|8@0+ (1,0) [0|1] ""  Car

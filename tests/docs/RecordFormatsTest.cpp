@@ -1,4 +1,4 @@
-// The page on record formats tells the truth.
+// The page on record formats is true.
 #include "qzsignal/can/CANSignal.h"
 #include "qzsignal/can/CANSignalExt.h"
 #include "qzsignal/flexray/FlexRaySignal.h"
@@ -27,7 +27,7 @@ namespace {
 
 constexpr char page[] = "docs/record-formats.md";
 
-// Which of the page's examples is this host's; empty if none.
+// Which of the page's examples is for this host; empty if none.
 #if defined(__powerpc__) && !defined(__powerpc64__) && __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__
 constexpr char host[] = "powerpc";
 #elif defined(__x86_64__) && defined(__LP64__)
@@ -90,12 +90,11 @@ std::vector<std::string> dump(void const* record, std::size_t size) {
     for (std::size_t line = 0; line < size; line += 16) {
         std::ostringstream out;
         out << std::setfill('0') << std::setw(3) << line << ' ' << std::hex;
-        for (std::size_t i = line; i < std::min(line + 16, size); ++i) {
+        for (std::size_t i = line; i < std::min(line + 16, size); ++i)
             if (i - qzsignal::recordMutexOffset < sizeof(pthread_mutex_t))
                 out << " ..";
             else
                 out << ' ' << std::setw(2) << unsigned{bytes[i]};
-        }
         lines.push_back(out.str());
     }
     return lines;
@@ -168,7 +167,7 @@ TEST(RecordFormats, exampleOfCANSignalIsTheRecordByteForByte) {
     shmdt(record);
 }
 
-// What a pre-filter says of each of the page's records, by the record's description.
+// The result of a pre-filter for each of the page's records, by the record's description.
 std::map<std::string, bool> verdicts(bool (*signalsInUse)(unsigned char const*, unsigned char const*)) {
     std::map<std::string, bool> result;
     std::vector<std::string> const lines = Page(page).block("records");

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Reader and writer meet by the signal's name alone, whoever comes first.
+# Reader and writer meet by the signal's name alone, whichever starts first.
 set -euo pipefail
 read -r -a emulator <<<"$1"
 

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# The installed command finds the installed library without help.
+# The installed command finds the installed library by itself.
 set -euo pipefail
 # shellcheck source-path=SCRIPTDIR source=settings.sh.in
 source "$1"

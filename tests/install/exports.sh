@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# The shared library offers the public names and nothing else, and asks for the C and C++ run-time libraries alone.
+# The shared library exports the public names and nothing else, and needs only the C and C++ run-time libraries.
 set -euo pipefail
 # shellcheck source-path=SCRIPTDIR source=settings.sh.in
 source "$1"
@@ -18,5 +18,5 @@ expect_same "exported names" "$owners" "$(grep '^[^#]' "$public_names" | LC_ALL=
 needed=$("$readelf" --dynamic "$library" | sed -n 's/.*(NEEDED).*\[\(.*\)\]/\1/p')
 expect_same "libraries needed at run time" \
     "$(grep -v -E '^(libstdc\+\+|libgcc_s|libc|libm|libpthread|ld|ld-linux[-a-z0-9_]*)\.so\.[0-9]+$' <<<"$needed")" ""
-# Otherwise the list above was not read as it should be.
+# Otherwise the list was not parsed.
 grep --quiet "^libstdc++" <<<"$needed"

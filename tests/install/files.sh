@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Installs the build, and checks that exactly the files are there that should be. The other tests use the result.
+# Installs the build and checks that exactly the expected files are there. The other tests use the result.
 set -euo pipefail
 # shellcheck source-path=SCRIPTDIR source=settings.sh.in
 source "$1"

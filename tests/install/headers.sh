@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Every installed header compiles on its own, cleanly, with nothing else of ours in reach.
+# Every installed header compiles on its own, without warnings, against the installed headers alone.
 set -euo pipefail
 # shellcheck source-path=SCRIPTDIR source=settings.sh.in
 source "$1"
@@ -9,7 +9,7 @@ checked=0
 cd "$prefix/$includedir"
 while read -r header; do
     checked=$((checked + 1))
-    # Twice: the second time has to be harmless.
+    # Twice, to check the include guard.
     printf '#include "%s"\n' "$header" "$header" |
         "$compiler" -std=c++17 -Wall -Wextra -Wpedantic -Werror -fsyntax-only -I . -x c++ - || {
         echo "$header does not compile on its own"

@@ -23,7 +23,8 @@ while read -r symbol; do
     if [[ $name == *::* && $class != qzsignal ]]; then
         pattern="(class|struct) ([A-Z_]+ )*$class\b[^;]*$"
     else
-        pattern="[A-Za-z_>&*] ?\b$function\("
+        # Functions of a namespace are not indented, unlike members.
+        pattern="^[A-Za-z_][A-Za-z_0-9:<>,&* ]*[ &*]$function\("
     fi
     if grep --recursive --extended-regexp --quiet -- "$pattern" qzsignal; then
         echo "declared in an installed header, but not exported: $symbol"
@@ -31,7 +32,7 @@ while read -r symbol; do
     fi
 done < <(LC_ALL=C comm -23 <(names "$build_dir/qzsignal/libqzsignal_internal.a") \
     <(names --dynamic "$prefix/$libdir/libqzsignal.so"))
-# Otherwise the two were not read as they should be.
+# Otherwise the lists were not parsed.
 [[ $hidden -gt 0 ]]
 
 # Inline functions are compiled even if nothing calls them, and of templates all members.

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# An outside program is built with a plain call of the compiler, by what pkg-config says, and runs.
+# A program outside the tree is built with a plain compiler call and the flags from pkg-config, and runs.
 set -euo pipefail
 # shellcheck source-path=SCRIPTDIR source=settings.sh.in
 source "$1"

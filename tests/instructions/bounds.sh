@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# The counts are told, recorded and compared with what was recorded. In place of valgrind and the emulator stand scripts
-# that make the counts up, for a program of two operations.
+# Counts are reported, recorded and compared with the recorded ones. Scripts that invent the counts of a program with two
+# operations stand in for valgrind and the emulator.
 set -euo pipefail
 script=$1
 
@@ -40,7 +40,7 @@ chmod +x counters/*
 PATH=$scratch/counters:$PATH
 export first=100 second=2000
 
-# Runs the script. Fails with what it said unless it ends with the given status and says all of the texts.
+# Runs the script. Fails, with its output, unless it ends with the given status and prints all of the texts.
 expect() {
     local status=0 expected=$1 options=$2
     shift 2
@@ -76,7 +76,7 @@ PYTHON
 expect 0 "x86 --update"
 expect 0 "x86 --check" "passed  first: 100.0 of 100.0" "passed  second: 2000.0 of 2000.0"
 
-# Five percent above are none too many, six are.
+# Five percent above the bound pass, six fail.
 first=105
 expect 0 "x86 --check" "passed  first: 105.0 of 100.0"
 first=106
@@ -84,13 +84,13 @@ expect 1 "x86 --check" "FAILED  first: 106.0, 6.0% above the bound of 100.0" "pa
 expect 0 "x86 --update"
 expect 0 "x86 --check" "passed  first: 106.0 of 106.0"
 
-# A bound that has become too high is told.
+# A bound that has become too high is reported.
 second=1900
 expect 0 "x86 --check" "passed  second: 1900.0, 5.0% below the bound of 2000.0: lower the bound"
 second=1901
 expect 0 "x86 --check" "passed  second: 1901.0 of 2000.0"
 
-# Bounds and operations are the same ones.
+# Each operation has a bound, and each bound an operation.
 sed -i '/^second/d' "$bounds"
 expect 1 "x86 --check" "passed  first" "FAILED  second: 1901.0, and no bound"
 echo "third 5.0" >>"$bounds"

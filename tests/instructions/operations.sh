@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Every hot operation runs, and finds that it has done what it is called; what is no operation is refused.
+# Every hot operation runs and checks that it has done what its name says; an unknown operation is refused.
 set -euo pipefail
 read -r -a emulator <<<"$1"
 program=("${emulator[@]}" "$2")
