@@ -3,10 +3,7 @@
 #pragma once
 
 #include "qzsignal/Export.h"
-#include "qzsignal/shm/RecordLock.h"
 #include "qzsignal/shm/SharedRecord.h"
-#include "qzsignal/signal/BaseSignal.h"
-#include "qzsignal/signal/BitLayout.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -48,7 +45,7 @@ QZSIGNAL_EXPORT std::ostream& operator<<(std::ostream& out, canSignal_t const& d
 namespace qzsignal {
 
 /// The shared record of a `CANSignal`: a format between processes, in the host's byte order. Offsets are those of a
-/// 32-bit target; on a 64-bit host the mutex is larger and everything behind it moves alike.
+/// 32-bit target; on a 64-bit host the mutex is larger and everything after it shifts by the same amount.
 struct canSignalData_t {
     std::uint32_t size;        ///<   0  bytes of the record; written last by its creator, so 0 means: not there yet
     pthread_mutex_t mutex;     ///<   4  guards what follows while a value is read or written
@@ -60,8 +57,8 @@ struct canSignalData_t {
     canValue_t type;           ///<  96  value type
     std::uint8_t startbit;     ///< 100  start bit as in the definition
     std::uint8_t bits;         ///< 101  length in bits, 1..64
-    std::uint8_t pending;      ///< 102  internal, as the next: not 0 while a changed value is being stored
-    std::uint8_t lastValueTop; ///< 103  most significant byte of the value before
+    std::uint8_t pending;      ///< 102  internal: whether and how the record is being changed; see RecordMark.h
+    std::uint8_t lastValueTop; ///< 103  internal: most significant byte of the value before
     alignas(8) double scale;   ///< 104  physical value = raw value * scale + offset
     double offset;             ///< 112  added to the scaled raw value
     std::uint8_t endian;       ///< 120  non-zero: big endian
@@ -98,9 +95,7 @@ static_assert(offsetof(canSignalData_t, timestamp) == 136 + alignedRecordShift, 
 /// A signal that was built from a definition is filed under its bus and identifier and fed by `decodeMessage`; one
 /// opened by name reads what another process writes. Building, feeding and destroying happen on one thread of a
 /// process.
-class QZSIGNAL_EXPORT CANSignal : public BaseSignal,
-                                  protected qzsignal::SharedRecord<qzsignal::canSignalData_t>,
-                                  protected qzsignal::BitLayout {
+class QZSIGNAL_EXPORT CANSignal : public qzsignal::SharedRecord<CANSignal, qzsignal::canSignalData_t, std::int8_t> {
 public:
     /// The signals of each bus and identifier in order of construction: one vector for each of 16 buses times 2048
     /// identifiers, bus by bus.
@@ -146,11 +141,6 @@ public:
     /// few layouts is anything there.
     unsigned long long encode(unsigned long long raw) const;
 
-    char const* getUnit() const override;
-    double getScaleFactor() const override;
-    double getOffset() const override;
-    unsigned char getBits() const override;
-
     /// How the raw value is understood.
     /// Deliberate: unsigned, whatever the type of the value.
     signalValue_t getType() const override;
@@ -168,16 +158,14 @@ public:
     bool write(unsigned long long payload, unsigned long long timestamp) override;
 
     /// The same with the payload that `encode` makes of a physical value's raw value: rounded half up if it is an
-    /// integer, and kept within 64 bits.
+    /// integer, up to 2^64 - 1; negative integers are two's complement if the type is signed, otherwise 0. Tries to
+    /// attach first, without a warning, since the record tells how to encode.
     bool write(double const& phys, unsigned long long timestamp);
 
     /// Writes a payload into all signals of a frame; of bus and identifier the low 4 and 11 bits count. A signal's
     /// `write` must not build or destroy signals.
     static void decodeMessage(unsigned char bus, unsigned short id, unsigned long long payload,
                               unsigned long long timestamp);
-
-    /// True if the last `write` of this object changed the signal's bits.
-    bool isModified() const override;
 
     /// Writes the description.
     /// Deliberate: to standard output, whatever the stream.
@@ -187,15 +175,12 @@ public:
     void clear() override;
 
 protected:
-    /// The same as `lock`, unless somebody else holds the lock; then it returns false.
+    /// The same as `lock`, unless the lock is held already; then it returns false.
     bool tryLock();
-
-    std::size_t d_index; ///< in the table; behind its end: not filed
 
 private:
     CANSignal(char const* name, bool owner, bool shared);
 
-    void settle(qzsignal::LockOutcome outcome);
-    void store(std::uint64_t value, std::uint64_t timestamp);
-    std::string description() const;
+    qzsignal::ByteOrder byteOrder() const { return qzsignal::byteOrder(d_data->endian != 0); }
+    [[gnu::cold]] void traceAccess(char const* access) const;
 };

@@ -2,7 +2,7 @@
 #include "qzsignal/can/CANSignalExt.h"
 
 #include "qzsignal/PrintedForm.h"
-#include "qzsignal/shm/HotAccess.h"
+#include "qzsignal/shm/ShmSignalTake.h"
 #include "qzsignal/signal/Dispatch.h"
 #include "qzsignal/signal/MessageKey.h"
 #include "qzsignal/signal/Printing.h"
@@ -23,6 +23,7 @@ qzsignal::DispatchMap<CANSignalExt> CANSignalExt::canMessageContainer;
 
 CANSignalExt::CANSignalExt(canSignalDef_t const& definition, bool shared)
     : ShmSignal(definition, shared), d_definition(definition) {
+    noteClass();
     messageId = qzsignal::canKey(definition.channel, definition.msgId, definition.extended);
     canMessageContainer.file(messageId, this);
     if (debugging())
@@ -57,7 +58,7 @@ unsigned long long CANSignalExt::decodeMessage(CANExtTraceMessage const& message
     std::uint64_t const raw = qzsignal::rawWord(message.payload, message.length); // the same for all of its signals
     unsigned long long const timestamp = message.timestamp;
     unsigned long long const served = qzsignal::deliver(
-        canMessageContainer, key, label, [raw, timestamp](CANSignalExt& signal) { take(signal, raw, timestamp); });
+        canMessageContainer, key, label, [raw, timestamp](CANSignalExt& signal) { signal.take(raw, timestamp); });
     if (served == 0 && debuggingAbove(1))
         debugLine("CANSignalExt::decodeMessage: CAN message not in canMessageContainer: ", message);
     return served;

@@ -1,6 +1,8 @@
 /// @file
-/// The operations of expression programs that compute, one row each. Callers have no need of this list: `ExpParser`
-/// declares a member for each row, and the library makes everything else of it.
+/// The operations of expression programs that compute, one row each. The library makes everything of an operation from
+/// its row.
+///
+/// Internal: `ExpParser` declares a member for each row.
 #pragma once
 
 /// Calls ROW(name, operands, result) for each operation. It replaces that many elements of the stack by one result: `a`

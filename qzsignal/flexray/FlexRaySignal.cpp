@@ -3,7 +3,7 @@
 
 #include "qzsignal/PrintedForm.h"
 #include "qzsignal/flexray/FlexRayIdTable.h"
-#include "qzsignal/shm/HotAccess.h"
+#include "qzsignal/shm/ShmSignalTake.h"
 #include "qzsignal/signal/Diagnostics.h"
 #include "qzsignal/signal/Dispatch.h"
 #include "qzsignal/signal/MessageKey.h"
@@ -56,6 +56,7 @@ qzsignal::DispatchMap<FlexRaySignal> FlexRaySignal::frMessageContainer;
 
 FlexRaySignal::FlexRaySignal(flexRaySignalDef_t const& definition, bool shared)
     : ShmSignal(definition, shared), d_definition(definition) {
+    noteClass();
     if (frIdArray == nullptr)
         frIdArray = qzsignal::newFlexRayTable();
     messageId = fillFlexRayIdArray();
@@ -136,7 +137,7 @@ unsigned long long FlexRaySignal::decodeMessage(FlexRayExtTraceMessage const& me
             // The part of the signal's bytes that is in the payload; the rest, and a ninth byte, read as zero.
             std::size_t const start = std::min<std::size_t>(signal.d_definition.startByte, payload.size());
             std::size_t const size = std::min<std::size_t>(signal.d_definition.byteSize, payload.size() - start);
-            take(signal, qzsignal::rawWord(payload.data() + start, size), message.timestamp);
+            signal.take(qzsignal::rawWord(payload.data() + start, size), message.timestamp);
         });
     if (served == 0 && debugging())
         debugLine("FlexRaySignal::decodeMessage: id = ", key, " not found");

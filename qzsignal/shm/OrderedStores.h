@@ -1,4 +1,4 @@
-// Stores into a shared record that a process may be killed between: which of them were made, and which were not.
+// Stores into a shared record that a process may be killed between, and loads of it without its lock.
 #pragma once
 
 #include <atomic>
@@ -7,10 +7,14 @@
 
 namespace qzsignal {
 
-// What is on either side of it reaches the record in this order. That is all it takes for the owner's death: whoever
-// takes the lock over sees everything that the owner did before it died.
+// The stores on either side of it reach the record in this order, for the process that takes the lock over from a dead
+// owner as well as for one that looks at the record without the lock.
 inline void keepOrder() {
+#ifdef __SANITIZE_THREAD__ // which does not know fences
     std::atomic_signal_fence(std::memory_order_seq_cst);
+#else
+    std::atomic_thread_fence(std::memory_order_acq_rel);
+#endif
 }
 
 // Stores all 64 bits or, if the process is killed, none: in one instruction. The field is aligned to its size.
@@ -25,6 +29,22 @@ inline void storeWhole(std::uint64_t& field, std::uint64_t bits) {
         __atomic_store_n(&field, bits, __ATOMIC_RELAXED);
     else
         field = bits; // a processor that cannot do it
+#endif
+}
+
+// Loads what one such store left, never halves of two.
+inline std::uint64_t loadWhole(std::uint64_t const& field) {
+#if defined(__powerpc__) && !defined(__powerpc64__) && !defined(_SOFT_FLOAT) && !defined(__NO_FPRS__)
+    double number;
+    asm volatile("lfd%U1%X1 %0,%1" : "=f"(number) : "m"(field));
+    std::uint64_t bits;
+    std::memcpy(&bits, &number, sizeof bits);
+    return bits;
+#else
+    if constexpr (__atomic_always_lock_free(sizeof field, nullptr))
+        return __atomic_load_n(&field, __ATOMIC_RELAXED);
+    else
+        return field; // a processor that cannot do it
 #endif
 }
 

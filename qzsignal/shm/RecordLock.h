@@ -1,7 +1,5 @@
 /// @file
 /// The lock in a shared record: how it is made, waited for, and recovered from a process that died.
-///
-/// Internal: `SharedRecord` needs it.
 #pragma once
 
 #include <pthread.h>

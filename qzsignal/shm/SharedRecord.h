@@ -1,129 +1,129 @@
 /// @file
-/// The record of a shared signal, wherever it lies, and its lock; the same for every kind of record.
+/// What the signals with a shared record have in common.
 ///
 /// Internal: a base of `ShmSignal` and of `CANSignal`.
 #pragma once
 
 #include "qzsignal/Export.h"
-#include "qzsignal/shm/RecordLock.h"
-#include "qzsignal/shm/SharedSegment.h"
+#include "qzsignal/signal/BaseSignal.h"
+#include "qzsignal/signal/BitLayout.h"
 
 #include <cstddef>
 #include <cstdint>
 #include <pthread.h>
-#include <string>
+#include <sys/types.h>
 
 namespace qzsignal {
+
+class RecordResetLock;
+template <typename Signal>
+class RecordLock;
 
 // Patterns that catch the eye in a dump.
 constexpr std::uint64_t unwrittenValue = 0x00000000AAAAAAAA;     ///< what a record holds before a value was written
 constexpr std::uint64_t unwrittenTimestamp = 0x0000000055555555; ///< the same for its time
 
-/// Bytes by which what follows the mutex lies further behind on this host than on a 32-bit target, whose mutex ends at
-/// byte 28.
+/// Every shared record begins with a size word and a mutex; this is the offset of the mutex in all of them.
+constexpr std::size_t recordMutexOffset = alignof(pthread_mutex_t) > sizeof(std::uint32_t) ? alignof(pthread_mutex_t)
+                                                                                           : sizeof(std::uint32_t);
+
+/// Bytes by which what follows the mutex is further on in the record on this host than on a 32-bit target, whose mutex
+/// ends at byte 28.
 constexpr std::size_t recordShift = recordMutexOffset + sizeof(pthread_mutex_t) - 28;
 /// The same for 8-byte fields, with the padding that they need on top; it is the same for all of them.
 constexpr std::size_t alignedRecordShift = (recordShift + 7) / 8 * 8;
 
-/// What was found out about a signal whose class has no `write` of its own, and stays so until the signal is cleared or
-/// gets another record.
-enum class Shortcut : std::uint8_t {
-    None,   ///< nothing
-    Local,  ///< its record is the one in the object, for the process alone; that holds a value, all of it from the
+/// How a payload is stored in a signal whose class has no `write` of its own, as long as it has the same record and is
+/// not cleared.
+enum class FeedPath : std::uint8_t {
+    Full,   ///< by `write`
+    Local,  ///< in the record in the object: it is for the process alone, holds a value, and all of that is in the
             ///< payload
-    Shared, ///< its record is shared, and does not have to be waited for any more
+    Locked, ///< in a shared record that is attached
 };
 
-/// The part of a shared signal that knows which record is in use: the one in the segment once there is a segment, the
-/// one in the object before and otherwise. `Record` has `size` and `mutex` where all records have them, and the flag
-/// `used`.
-template <typename Record>
-class QZSIGNAL_EXPORT SharedRecord : protected SharedSegment {
+/// A signal with a record, and what does not depend on the kind of record: which record is in use, the segment, the
+/// lock, the layout. `Record` has `size` and `mutex` where all records have them, and `used`, `pending`, `unit`,
+/// `type`, `startbit`, `bits`, `scale`, `offset`, `endian` and `timestamp`. `Signal` is the one class that derives from
+/// it directly.
+template <typename Signal, typename Record, typename StartByte>
+class QZSIGNAL_EXPORT SharedRecord : public BaseSignal {
+public:
+    char const* getUnit() const override { return d_data->unit; }
+    double getScaleFactor() const override { return d_data->scale; }
+    double getOffset() const override { return d_data->offset; }
+    unsigned char getBits() const override { return d_data->bits; }
+    signalValue_t getType() const override { return static_cast<signalValue_t>(d_data->type); }
+    bool isModified() const override { return d_modified; }
+
 protected:
-    /// For a creator (`owner`) or somebody who still waits for the creator. `family` stays where it is.
-    SharedRecord(RecordFamily const& family, bool owner, bool shared)
-        : SharedSegment(owner), d_family(family), d_shared(shared), d_waiting(!owner) {
-        static_assert(offsetof(Record, size) == 0 && offsetof(Record, mutex) == recordMutexOffset,
-                      "the segment looks for them there");
-        initRecordMutex(d_localData.mutex);
-    }
-
-    /// Creates the segment, if the record is meant to be shared, and has `fill` write the record, all but its size and
-    /// its lock. Readers that are attached to a record of an earlier run see it change as a whole.
-    template <typename Fill>
-    void defineRecord(std::string const& instance, Fill fill) {
-        RecordResetLock lock;
-        if (d_shared)
-            createRecord(instance, lock);
-        d_data->used = 0;
-        withdrawRecord(d_data->size);
-        fill(*d_data);
-        publishRecord(d_data->size, d_family);
-    }
-
-    /// Creates the segment. False if it cannot be had; the record in the object is in use then.
-    bool createRecord(std::string const& instance) {
-        RecordResetLock lock;
-        return createRecord(instance, lock);
-    }
-
-    /// Attaches to the segment that its creator has made. False if it is not there yet, or attaching fails.
-    bool attachRecord(std::string const& instance) {
-        void* const record = attach(d_family, instance);
-        if (record == nullptr)
-            return false;
-        d_data = static_cast<Record*>(record);
-        d_waiting = false;
-        d_valid = true;
-        return true;
-    }
-
-    /// Detaches from the segment, if there is one, and removes it if it is ours.
-    void releaseRecord(std::string const& instance) {
-        release(d_family, instance, d_shared, d_data != &d_localData ? d_data : nullptr);
-    }
-
-    /// Opens an access to the record; one that is not shared has nothing to lock.
-    LockOutcome lockRecord(std::string const& instance) {
-        if (!d_shared)
-            return LockOutcome::Locked;
-        // Who is to be named in a report is not looked at before there is one.
-        int const result = pthread_mutex_trylock(&d_data->mutex);
-        return __builtin_expect(result == 0, 1) ? LockOutcome::Locked
-                                                : lockRecordAfter(result, d_data->mutex, d_family.d_label, instance);
-    }
-
-    /// The same, but does not wait for somebody else who holds the lock.
-    LockOutcome tryLockRecord(std::string const& instance) {
-        return d_shared ? qzsignal::tryLockRecord(d_data->mutex, d_family.d_label, instance) : LockOutcome::Locked;
-    }
-
-    /// Closes the access.
-    void unlockRecord(std::string const& instance) {
-        if (!d_shared)
-            return;
-        int const result = pthread_mutex_unlock(&d_data->mutex);
-        if (__builtin_expect(result != 0, 0))
-            unlockFailed(result, d_family.d_label, instance);
-    }
+    // Types and order of these are part of the interface, down to `d_waiting`.
+    Record d_localData{};          ///< used in local mode, before attachment, and if there is no segment
+    bool d_owner;                  ///< created the segment and removes it
+    bool d_valid = false;          ///< the record in use is initialised or attached
+    key_t d_key = -1;              ///< key from ftok
+    int d_shmId = -1;              ///< segment id; -1: none
+    bool d_shared;                 ///< the record is meant to be shared, so every access takes its lock
+    Record* d_data = &d_localData; ///< the record in use
+    bool d_modified = false;       ///< the last write of this object changed the value
+    std::uint8_t d_lsbBit = 0;     ///< as in `BitLayout`, as all up to the mask
+    StartByte d_startByte = 0;     ///< payload byte that holds the lowest bit
+    std::uint8_t d_bytes = 0;      ///< payload bytes the signal touches
+    std::uint8_t d_shift = 0;      ///< position of the lowest bit in its byte
+    std::uint64_t d_maksBits = 0;  ///< a low one per bit of the value
+    std::uint64_t d_signBit = 0;   ///< the value's highest bit
+    std::uint64_t d_rawMask = 0;   ///< the signal's bits in a raw word
+    bool d_waiting;                ///< opened by name and not attached yet; every access tries again
+    // Additions follow.
+    ValueCut d_cut;                       ///< what the layout comes to for most signals
+    bool d_locked = false;                ///< this object holds the lock of the record in use
+    FeedPath d_feedPath = FeedPath::Full; ///< how `ShmSignal::take` stores a payload
 
 private:
-    RecordFamily const& d_family;
+    friend Signal;
+    friend class RecordLock<Signal>;
 
-    bool createRecord(std::string const& instance, RecordResetLock& lock) {
-        void* const record = create(d_family, instance, lock);
-        d_data = record != nullptr ? static_cast<Record*>(record) : &d_localData;
-        d_shortcut = Shortcut::None;
-        return record != nullptr;
-    }
+    // For a definer (`owner`), or for a process that waits for the definer.
+    SharedRecord(char const* instance, char const* signal, bool owner, bool shared);
 
-protected:
-    Record d_localData{};                 ///< used in local mode, before attachment, and if there is no segment
-    Record* d_data = &d_localData;        ///< the record in use
-    bool d_shared;                        ///< the record is meant to be shared, so every access takes its lock
-    bool d_waiting;                       ///< opened by name and not attached yet; every access tries again
-    bool d_modified = false;              ///< the last write of this object changed the value
-    Shortcut d_shortcut = Shortcut::None; ///< what of an access need not be asked any more
+    // Creates the segment, if the record is meant to be shared, and fills the record. Readers that are attached to a
+    // record of an earlier run see it change as a whole.
+    template <typename Definition>
+    void define(Definition const& definition);
+
+    bool createSharedMemory();
+    bool create(RecordResetLock& lock);
+
+    // Attaches to the segment that its definer has made, and computes the layout. False if it is not there yet, or
+    // attaching fails; that is reported unless it is to be `quiet`.
+    bool attach(bool quiet);
+
+    // Gives the lock back if this object holds it, detaches, and removes the segment if it is ours.
+    void release();
+
+    void cInit();
+    BitLayout layout() const;
+
+    // The same for the functions of records: each member is read only where it is needed.
+    struct LayoutInUse {
+        SharedRecord const& d_signal;
+
+        std::uint64_t own(std::uint64_t rawWord) const { return rawWord & d_signal.d_rawMask; }
+        bool differs(std::uint64_t a, std::uint64_t b) const { return own(a ^ b) != 0; }
+        std::uint64_t value(std::uint64_t rawWord, ByteOrder order, bool isSigned) const {
+            if (__builtin_expect(d_signal.d_cut.isInside(order), 1))
+                return d_signal.d_cut.value(rawWord, isSigned);
+            return d_signal.valueOutside(rawWord, order, isSigned);
+        }
+    };
+    LayoutInUse layoutInUse() const { return {*this}; }
+    [[gnu::cold]] std::uint64_t valueOutside(std::uint64_t rawWord, ByteOrder order, bool isSigned) const;
+
+    void lock();
+    bool tryLock();
+    void unlock();
+    [[gnu::cold]] void lockAfter(int result);
+    void recover();
 };
 
 } // namespace qzsignal

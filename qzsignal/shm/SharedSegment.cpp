@@ -3,6 +3,7 @@
 
 #include "qzsignal/shm/KeyFile.h"
 #include "qzsignal/shm/RecordLock.h"
+#include "qzsignal/shm/SharedRecord.h"
 #include "qzsignal/signal/Diagnostics.h"
 
 #include <cerrno>
@@ -13,16 +14,12 @@ namespace qzsignal {
 
 namespace {
 
-std::uint32_t& sizeWord(void* record) {
-    return *static_cast<std::uint32_t*>(record);
-}
-
 pthread_mutex_t& recordMutex(void* record) {
     return *reinterpret_cast<pthread_mutex_t*>(static_cast<unsigned char*>(record) + recordMutexOffset);
 }
 
-bool initialised(void* record, RecordFamily const& family) {
-    return __atomic_load_n(&sizeWord(record), __ATOMIC_ACQUIRE) == family.d_size;
+bool initialised(void const* record, RecordFamily const& family) {
+    return __atomic_load_n(static_cast<std::uint32_t const*>(record), __ATOMIC_ACQUIRE) == family.d_size;
 }
 
 // A segment that we may not even ask is taken as large enough: attaching then fails, and tells why.
@@ -31,8 +28,8 @@ bool largeEnough(int shmId, RecordFamily const& family) {
     return shmctl(shmId, IPC_STAT, &status) == -1 || status.shm_segsz >= family.d_size;
 }
 
-void* attached(int shmId) {
-    void* const address = shmat(shmId, nullptr, 0);
+void* attached(int shmId, int flags = 0) {
+    void* const address = shmat(shmId, nullptr, flags);
     return address != reinterpret_cast<void*>(-1) ? address : nullptr;
 }
 
@@ -46,70 +43,94 @@ void warnWaiting(RecordFamily const& family, std::string const& instance, char c
 
 } // namespace
 
-void* SharedSegment::create(RecordFamily const& family, std::string const& instance, RecordResetLock& lock) {
+CreatedSegment createSegment(RecordFamily const& family, std::string const& instance, key_t& key, int& shmId,
+                             RecordResetLock& lock) {
     std::string const path = keyPath(instance);
     makeKeyFile(instance);
-    d_key = keyOfInstance(instance);
-    if (d_key == -1) {
+    key = keyOfInstance(instance);
+    if (key == -1) {
         errorLine(family.d_label, ": ", instance, ": Missing File (", path, ")");
-        return nullptr;
+        return {};
     }
-    d_shmId = shmget(d_key, family.d_size, IPC_CREAT | family.d_permissions);
-    if (d_shmId == -1) {
+    int const id = shmget(key, family.d_size, IPC_CREAT | family.d_permissions);
+    if (id == -1) {
         reportFailure(family, "::ctor: shmget", instance);
-        return nullptr;
+        return {};
     }
-    void* const record = attached(d_shmId);
+    shmId = id;
+    void* const record = attached(shmId);
     if (record == nullptr) {
         reportFailure(family, "::ctor: shmat", instance);
-        return nullptr;
+        return {true, nullptr};
     }
     lock.take(recordMutex(record));
-    return record;
+    return {true, record};
 }
 
-void* SharedSegment::attach(RecordFamily const& family, std::string const& instance) {
+void* attachSegment(RecordFamily const& family, std::string const& instance, key_t& key, int& shmId, Waiting waiting) {
+    bool const reported = waiting == Waiting::Reported;
     std::string const path = keyPath(instance);
-    d_key = keyOfInstance(instance);
-    if (d_key == -1) {
-        warnWaiting(family, instance, "key", path);
+    shmId = -1;
+    key = keyOfInstance(instance);
+    if (key == -1) {
+        if (reported)
+            warnWaiting(family, instance, "key", path);
         return nullptr;
     }
-    void* record = nullptr;
-    d_shmId = shmget(d_key, 0, 0);
-    if (d_shmId != -1 && largeEnough(d_shmId, family)) {
-        record = attached(d_shmId);
+    int const id = shmget(key, 0, 0);
+    if (id != -1 && largeEnough(id, family)) {
+        void* const record = attached(id);
         if (record == nullptr) {
-            reportFailure(family, ": shmat", instance);
-            d_shmId = -1;
+            if (reported)
+                reportFailure(family, ": shmat", instance);
             return nullptr;
         }
-        if (initialised(record, family) && canBeLocked(recordMutex(record)))
+        if (initialised(record, family) && canBeLocked(recordMutex(record))) {
+            shmId = id;
             return record;
-        // Somebody else's record, or one whose creator is not done: none that we may read.
+        }
+        // Another program's record, or one whose creator is not done: none that we may read.
         shmdt(record);
     }
-    d_shmId = -1;
-    warnWaiting(family, instance, "shared memory region id", path);
+    if (reported)
+        warnWaiting(family, instance, "shared memory region id", path);
     return nullptr;
 }
 
-void SharedSegment::release(RecordFamily const& family, std::string const& instance, bool shared, void* record) {
+void* attachReadOnly(RecordFamily const& family, std::string const& instance) {
+    key_t const key = keyOfInstance(instance);
+    // Asking for leave to write tells whether there is one: a record that may be written has a lock to be taken.
+    int const id = key != -1 && shmget(key, 0, 0600) == -1 && errno == EACCES ? shmget(key, 0, 0) : -1;
+    if (id == -1 || !largeEnough(id, family))
+        return nullptr;
+    void* const record = attached(id, SHM_RDONLY);
+    if (record == nullptr || initialised(record, family))
+        return record;
+    shmdt(record);
+    return nullptr;
+}
+
+void detachSegment(RecordFamily const& family, std::string const& instance, void* record) {
+    if (shmdt(record) == -1)
+        reportFailure(family, "::dtor: shmdt", instance);
+}
+
+void releaseSegment(RecordFamily const& family, std::string const& instance, bool shared, bool owner, int shmId,
+                    void* record) {
     char const* end = " deleted";
-    if (shared && d_shmId < 0) {
+    if (shared && shmId < 0) {
         end = " deleted (no shared memory found)";
     } else if (shared) {
-        if (record != nullptr && shmdt(record) == -1)
-            reportFailure(family, "::dtor: shmdt", instance);
-        if (d_owner && shmctl(d_shmId, IPC_RMID, nullptr) == -1)
+        detachSegment(family, instance, record);
+        if (owner && shmctl(shmId, IPC_RMID, nullptr) == -1)
             reportFailure(family, "::dtor: shmctl", instance);
-        end = d_owner ? ", shared memory and mutex deleted" : " deleted (shared memory still exists).";
+        end = owner ? ", shared memory and mutex deleted" : " deleted (shared memory still exists).";
     }
     if (debugging())
         debugLine(family.d_label, " ", instance, end);
 }
 
-void SharedSegment::withdrawRecord(std::uint32_t& size) {
+void withdrawRecord(std::uint32_t& size) {
     __atomic_store_n(&size, 0, __ATOMIC_RELEASE);
 #ifndef __SANITIZE_THREAD__ // which knows no fences
     // What is done to the record from here on must not overtake the store.
@@ -117,7 +138,7 @@ void SharedSegment::withdrawRecord(std::uint32_t& size) {
 #endif
 }
 
-void SharedSegment::publishRecord(std::uint32_t& size, RecordFamily const& family) {
+void publishRecord(std::uint32_t& size, RecordFamily const& family) {
     __atomic_store_n(&size, static_cast<std::uint32_t>(family.d_size), __ATOMIC_RELEASE);
 }
 

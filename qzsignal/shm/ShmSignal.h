@@ -3,10 +3,7 @@
 #pragma once
 
 #include "qzsignal/Export.h"
-#include "qzsignal/shm/RecordLock.h"
 #include "qzsignal/shm/SharedRecord.h"
-#include "qzsignal/signal/BaseSignal.h"
-#include "qzsignal/signal/BitLayout.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -14,7 +11,7 @@
 #include <pthread.h>
 
 /// The shared record: a format between processes, in the host's byte order. Offsets are those of a 32-bit target; on a
-/// 64-bit host the mutex is larger and everything behind it moves alike.
+/// 64-bit host the mutex is larger and everything after it shifts by the same amount.
 struct shmSignalData_t {
     std::uint32_t size;    ///<   0  bytes of the record; written last by its creator, so 0 means: not there yet
     pthread_mutex_t mutex; ///<   4  guards what follows while a value is read or written
@@ -29,7 +26,7 @@ struct shmSignalData_t {
     alignas(8) double scale;           ///< 104  physical value = value * scale + offset
     double offset;                     ///< 112  added to the scaled value
     std::uint8_t endian;               ///< 120  non-zero: big endian
-    std::uint8_t pending;              ///< 121  internal: a changed value is being stored; readers need not know it
+    std::uint8_t pending;              ///< 121  internal: whether and how the record is being changed; see RecordMark.h
     alignas(8) std::uint64_t rawValue; ///< 128  last payload that changed the value, byte 0 most significant
     std::uint64_t value;               ///< 136  decoded raw value, sign-extended
     double phys;                       ///< 144  physical value, valid while `conv` is set
@@ -66,9 +63,8 @@ static_assert(offsetof(shmSignalData_t, timestamp) == 152 + alignedRecordShift, 
 /// there: until then their accesses fail with a warning each, and the first one after attaches. Reading and writing
 /// take the record's lock; creating, clearing, printing and the getters do not. One thread of a process uses the
 /// object.
-class QZSIGNAL_EXPORT QZSIGNAL_CACHE_ALIGNED ShmSignal : public BaseSignal,
-                                                         protected qzsignal::SharedRecord<shmSignalData_t>,
-                                                         protected qzsignal::BitLayout {
+class QZSIGNAL_EXPORT QZSIGNAL_CACHE_ALIGNED ShmSignal
+    : public qzsignal::SharedRecord<ShmSignal, shmSignalData_t, std::uint8_t> {
 public:
     /// Defines the signal, in a shared segment or (`shared` false) in the object. A record that another run left behind
     /// is initialised anew, under readers that are attached to it. If the segment cannot be had, that is reported and
@@ -96,12 +92,6 @@ public:
     /// Computes the record's `phys` from its `value`. Takes no lock.
     void physical();
 
-    char const* getUnit() const override;
-    double getScaleFactor() const override;
-    double getOffset() const override;
-    unsigned char getBits() const override;
-    signalValue_t getType() const override;
-
     /// @{
     /// Both return false, and leave their arguments alone, if no value was written yet or the segment is not there. The
     /// physical value is computed once per new value, by whoever reads it first.
@@ -119,8 +109,7 @@ public:
     /// The first eight of `length` payload bytes; missing ones count as zero.
     bool write(unsigned char const* data, unsigned int length, unsigned long long timestamp);
 
-    /// True if the last `write` of this object changed the signal's bits, or it was cleared since.
-    bool isModified() const override;
+    // `isModified` is true if the last `write` of this object changed the signal's bits, or it was cleared since.
 
     void print(std::ostream& out) const override;
 
@@ -138,35 +127,32 @@ protected:
     void unlock();
     /// @}
 
-    /// The same as `lock`, unless somebody else holds the lock; then it returns false.
+    /// The same as `lock`, unless the lock is held already; then it returns false.
     bool tryLock();
-
-    /// The virtual `write` of a signal that is at least of this class, for those who have many to feed.
-    template <typename Signal>
-    static void take(Signal& signal, unsigned long long raw, unsigned long long timestamp);
-
-    /// The record's physical value, computed unless somebody did so since the value changed. The lock is held.
-    double convertedOnce();
 
 private:
     friend class qzsignal::RecordLock<ShmSignal>;
+    friend class CANSignalExt;
+    friend class FlexRaySignal;
+
+    // What `write(raw, timestamp)` does, for the classes that feed many signals: without the virtual call if there is
+    // no class derived from the one that called `noteClass`. In ShmSignalTake.h.
+    void take(unsigned long long raw, unsigned long long timestamp);
+    void takeFully(unsigned long long raw, unsigned long long timestamp);
+
+    // Called by the constructor of a class that feeds its signals by `take`, and has no `write` of its own.
+    void noteClass() { d_class = dynamicClass(); }
+    void const* dynamicClass() const;
 
     template <typename Number>
     [[gnu::noinline]] bool readAs(Number& number, unsigned long long& timestamp);
-    template <typename Number>
-    [[gnu::cold]] bool readTraced(Number& number, unsigned long long& timestamp);
-    template <typename Number>
-    bool readRecord(Number& number, unsigned long long& timestamp);
-    [[gnu::cold]] void decodeTraced();
-    [[gnu::noinline]] bool writeLocked(unsigned long long raw, unsigned long long timestamp);
-    [[gnu::cold]] bool writeTraced(unsigned long long raw, unsigned long long timestamp);
-    void update(std::uint64_t raw, std::uint64_t timestamp);
-    void acquire();
-    void giveBack();
-    void findShortcut();
-    void settle();
-    void store(std::uint64_t raw, std::uint64_t timestamp);
-    void describe(std::ostream& out, std::uint64_t timestamp) const;
+    [[gnu::cold]] void traceDecoded() const;
+    [[gnu::cold]] void tracePhysical() const;
+    [[gnu::cold]] void traceAccess(char const* access, std::uint64_t timestamp) const;
+
+    // The table of virtual functions that the object had in the constructor of the class that called `noteClass`: that
+    // of a derived class is another one. It serves where a derived class is built without type information.
+    void const* d_class = nullptr;
 };
 
 /// Writes the description as labels and values, without an end of line. Leaves the stream in hexadecimal with '0' as

@@ -1,9 +1,6 @@
 // Bit arithmetic on raw words: shifts only, so that it is the same on every host.
 #include "qzsignal/signal/BitLayout.h"
 
-#include "qzsignal/signal/Diagnostics.h"
-#include "qzsignal/signal/Printing.h"
-
 namespace qzsignal {
 
 namespace {
@@ -39,12 +36,12 @@ void BitLayout::set(unsigned startBit, unsigned bits, ByteOrder order) {
     d_maksBits = lowOnes(bits);
     d_signBit = bits >= 1 && bits <= 64 ? std::uint64_t{1} << (bits - 1) : 0;
 
-    // From the value's lowest bit to the upper end of the word that `valueInside` cuts it from.
+    // From the value's lowest bit to the upper end of the word that it is cut from.
     unsigned const room = big ? 8 * d_startByte + 8U - d_shift : 64U - d_lsbBit;
-    d_order = order;
-    d_inside = bits >= 1 && bits <= room && d_lsbBit < 64;
-    d_above = static_cast<std::uint8_t>(d_inside ? room - bits : 0);
-    d_unused = static_cast<std::uint8_t>(d_inside ? 64 - bits : 0);
+    d_cut.d_order = order;
+    d_cut.d_inside = bits >= 1 && bits <= room && d_lsbBit < 64;
+    d_cut.d_above = static_cast<std::uint8_t>(d_cut.d_inside ? room - bits : 0);
+    d_cut.d_unused = static_cast<std::uint8_t>(d_cut.d_inside ? 64 - bits : 0);
 
     d_rawMask = 0;
     std::uint64_t const placed = d_maksBits << d_shift;
@@ -54,11 +51,6 @@ void BitLayout::set(unsigned startBit, unsigned bits, ByteOrder order) {
         if (byte < payloadBytes)
             d_rawMask |= (placed >> (8 * i) & 0xff) << bytePosition(byte);
     }
-
-    if (debugging())
-        debugLine("d_lsbBit=", unsigned{d_lsbBit}, ",d_startByte=", unsigned{d_startByte},
-                  ",d_bytes=", unsigned{d_bytes}, ",d_shift=", unsigned{d_shift}, ",d_maksBits=", std::hex, d_maksBits,
-                  ",d_signBit=", d_signBit, ",d_rawMask=", Hex16{d_rawMask});
 }
 
 std::uint64_t BitLayout::extract(std::uint64_t rawWord, ByteOrder order) const {
@@ -69,27 +61,10 @@ std::uint64_t BitLayout::extract(std::uint64_t rawWord, ByteOrder order) const {
     } else if (d_startByte < payloadBytes) {
         word = rawWord >> bytePosition(d_startByte);
     } else if (d_startByte < 2 * payloadBytes - 1) {
-        // The lowest bits lie behind the payload, where only zeros are.
+        // The lowest bits are past the payload, where only zeros are.
         word = rawWord << (8 * (d_startByte - payloadBytes + 1));
     }
     return word >> d_shift & d_maksBits;
-}
-
-void BitLayout::traceExtraction(char const* label, char const* instance, std::uint64_t rawWord, unsigned startBit,
-                                unsigned bits, ByteOrder order, std::uint64_t value) const {
-    std::ostringstream bytes;
-    bytes << std::hex << std::setfill('0');
-    for (unsigned byte = 0; byte < payloadBytes; ++byte)
-        bytes << (byte == 0 ? "" : "-") << std::setw(2) << (rawWord >> bytePosition(byte) & 0xff);
-    debugLine(label, "::decode: ", instance, ": ", bytes.str());
-    traceResult(label, "decode", startBit, bits, order, "item", value);
-}
-
-void BitLayout::traceResult(char const* label, char const* operation, unsigned startBit, unsigned bits, ByteOrder order,
-                            char const* name, std::uint64_t result) const {
-    debugLine(label, "::", operation, ": ", order == ByteOrder::Big ? "big" : "little", " endian, bits = ", bits,
-              ", startbit = ", startBit, ", maskBits = ", std::hex, d_maksBits, ", signBit = ", d_signBit, ", ", name,
-              " = ", Hex16{result});
 }
 
 } // namespace qzsignal

@@ -1,10 +1,8 @@
 /// @file
-/// Where a signal's bits lie in an 8-byte payload, and how to take them out.
+/// Where a signal's bits are in an 8-byte payload, and how to extract them.
 ///
-/// Internal: a base of `ShmSignal` and of `CANSignal`.
+/// Internal: `ShmSignal` and `CANSignal` have a member of it.
 #pragma once
-
-#include "qzsignal/Export.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -39,7 +37,27 @@ inline std::uint64_t rawWord(unsigned char const* payload, std::size_t length) {
     return word;
 }
 
-/// Where a signal's bits lie in an 8-byte payload.
+/// Cuts the value of a signal that has bits, all of them in the payload, in the same few steps for all such signals:
+/// kinds of signals mix on a bus, and which comes next is unpredictable.
+struct ValueCut {
+    std::uint8_t d_above = 0;              ///< bits of a word that are above the value
+    std::uint8_t d_unused = 0;             ///< bits of a word that the value does not need
+    ByteOrder d_order = ByteOrder::Little; ///< what they were computed for
+    bool d_inside = false;                 ///< it is such a signal
+
+    /// True if it is such a signal in this order.
+    bool isInside(ByteOrder order) const { return d_inside && d_order == order; }
+
+    /// The value, sign-extended if it `isSigned`.
+    std::uint64_t value(std::uint64_t rawWord, bool isSigned) const {
+        // In little-endian order, the word that has byte 0 as its least significant one.
+        std::uint64_t const word = d_order == ByteOrder::Big ? rawWord : __builtin_bswap64(rawWord);
+        std::uint64_t const top = word << d_above;
+        return isSigned ? static_cast<std::uint64_t>(static_cast<std::int64_t>(top) >> d_unused) : top >> d_unused;
+    }
+};
+
+/// Where a signal's bits are in an 8-byte payload.
 ///
 /// Bit n is bit n % 8 of payload byte n / 8; bit 0 is the least significant. A little-endian signal is placed by its
 /// lowest bit and grows upward; a big-endian one by its highest bit and grows downward, then into the next byte:
@@ -48,21 +66,18 @@ inline std::uint64_t rawWord(unsigned char const* payload, std::size_t length) {
 ///     b..0 are bits 11..0 of the value                     ba987654  3210----
 ///
 /// Bits beyond the payload are left out of the mask and read as zero. In brackets: the values of this example.
-struct QZSIGNAL_EXPORT BitLayout {
-    std::uint8_t d_lsbBit = 0;             ///< bit number of the value's lowest bit (12)
-    std::uint8_t d_startByte = 0;          ///< payload byte that holds it (1)
-    std::uint8_t d_bytes = 0;              ///< payload bytes the signal touches (2)
-    std::uint8_t d_shift = 0;              ///< position of the lowest bit in its byte, 0..7 (4)
-    std::uint8_t d_above = 0;              ///< for `valueInside`: bits of a word that are above the value (0)
-    std::uint8_t d_unused = 0;             ///< for `valueInside`: bits of a word that the value does not need (52)
-    ByteOrder d_order = ByteOrder::Little; ///< what all this was computed for (Big)
-    bool d_inside = false;                 ///< the signal has bits, and all of them lie in the payload (true)
-    std::uint64_t d_rawMask = 0;           ///< the signal's bits in a raw word (0xfff0000000000000)
+struct BitLayout {
+    std::uint8_t d_lsbBit = 0;    ///< bit number of the value's lowest bit (12)
+    std::uint8_t d_startByte = 0; ///< payload byte that holds it (1)
+    std::uint8_t d_bytes = 0;     ///< payload bytes the signal touches (2)
+    std::uint8_t d_shift = 0;     ///< position of the lowest bit in its byte, 0..7 (4)
     // Deliberate: spelled and printed so; tools that read the debug output look for this word.
     std::uint64_t d_maksBits = 0; ///< a low one per bit of the value (0xfff)
     std::uint64_t d_signBit = 0;  ///< the value's highest bit (0x800)
+    std::uint64_t d_rawMask = 0;  ///< the signal's bits in a raw word (0xfff0000000000000)
+    ValueCut d_cut;               ///< (above 0, unused 52, big, inside)
 
-    /// Computes all of them. `bits` is 1..64; 0 gives an empty mask. Debug output gets a line with the result.
+    /// Computes all of them. `bits` is 1..64; 0 gives an empty mask.
     void set(unsigned startBit, unsigned bits, ByteOrder order);
 
     /// The value in `rawWord`, right-aligned; sign extension is left to the value's type.
@@ -73,28 +88,19 @@ struct QZSIGNAL_EXPORT BitLayout {
         return (value & d_signBit) != 0 ? value | ~d_maksBits : value;
     }
 
-    /// True if all bits of the signal, of which there are some, lie in a payload of this order.
-    bool isInside(ByteOrder order) const { return d_inside && d_order == order; }
-
-    /// The value of such a signal, sign-extended if it `isSigned`, in the same few steps for all of them: signals of
-    /// every kind mix on a bus, and which comes next cannot be foretold.
-    std::uint64_t valueInside(std::uint64_t rawWord, bool isSigned) const {
-        // In little-endian order, the word that has byte 0 as its least significant one.
-        std::uint64_t const word = d_order == ByteOrder::Big ? rawWord : __builtin_bswap64(rawWord);
-        std::uint64_t const top = word << d_above;
-        return isSigned ? static_cast<std::uint64_t>(static_cast<std::int64_t>(top) >> d_unused) : top >> d_unused;
+    /// The value in `rawWord`, sign-extended if it `isSigned`, of any layout.
+    std::uint64_t value(std::uint64_t rawWord, ByteOrder order, bool isSigned) const {
+        if (__builtin_expect(d_cut.isInside(order), 1))
+            return d_cut.value(rawWord, isSigned);
+        std::uint64_t const extracted = extract(rawWord, order);
+        return isSigned ? signExtend(extracted) : extracted;
     }
 
-    /// True if the two words differ in this signal's bits; a change of other signals' bits is none of ours.
-    bool differs(std::uint64_t a, std::uint64_t b) const { return ((a ^ b) & d_rawMask) != 0; }
+    /// The signal's own bits of a raw word.
+    std::uint64_t own(std::uint64_t rawWord) const { return rawWord & d_rawMask; }
 
-    /// Debug output gets the two lines on one extraction; `label` is the class and `instance` the signal it was for.
-    [[gnu::cold]] void traceExtraction(char const* label, char const* instance, std::uint64_t rawWord,
-                                       unsigned startBit, unsigned bits, ByteOrder order, std::uint64_t value) const;
-
-    /// Debug output gets the line on how `operation` made a number, `result`, that is called `name` there.
-    void traceResult(char const* label, char const* operation, unsigned startBit, unsigned bits, ByteOrder order,
-                     char const* name, std::uint64_t result) const;
+    /// True if the two words differ in this signal's bits; changes of other signals' bits do not count.
+    bool differs(std::uint64_t a, std::uint64_t b) const { return own(a ^ b) != 0; }
 };
 
 } // namespace qzsignal

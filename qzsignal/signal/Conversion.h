@@ -42,34 +42,30 @@ inline void convert(std::uint64_t value, signalValue_t type, double scale, doubl
     }
 }
 
-// The whole number below `number`, cut to the range of the integer; of no number, 0.
-template <typename Integer>
-Integer wholePart(double number) {
-    using Limits = std::numeric_limits<Integer>;
+// A number as an unsigned 64-bit integer: without its fraction, up to the largest one; of no number, 0. Negative
+// numbers are rounded down and give two's complement, down to -2^63.
+inline std::uint64_t truncated(double number) {
+    constexpr double tooLarge = 18446744073709551616.0; // 2^64
+    constexpr double smallest = -9223372036854775808.0; // -2^63
+    if (number >= 0)
+        return number < tooLarge ? static_cast<std::uint64_t>(number) : ~std::uint64_t{0};
     if (std::isnan(number))
         return 0;
-    double const whole = std::floor(number);
-    if (whole <= static_cast<double>(Limits::min()))
-        return Limits::min();
-    // One above the largest integer, which is itself too long for a double.
-    if (whole >= std::ldexp(1.0, Limits::digits))
-        return Limits::max();
-    return static_cast<Integer>(whole);
+    return static_cast<std::uint64_t>(static_cast<std::int64_t>(number > smallest ? std::floor(number) : smallest));
 }
 
 // The raw value that `phys` comes from: (phys - offset) / scale, of the two integer types rounded half up. Defined for
-// every number: integers stop at the ends of 64 bits, and what is no number becomes 0. A type that is none of the four
-// has raw value 0.
+// every number: both integer types reach up to 2^64 - 1; of the signed type, negative results are two's complement, of
+// the unsigned type they are 0; of no number, an integer is 0 and a floating-point type keeps the quotient's pattern. A
+// type that is none of the four has raw value 0.
 inline std::uint64_t unconvert(double phys, signalValue_t type, double scale, double offset) {
     static_assert(std::numeric_limits<float>::is_iec559, "what is too large for a float becomes infinite");
-    double quotient = (phys - offset) / scale;
-    if (std::isnan(quotient))
-        quotient = std::numeric_limits<double>::quiet_NaN(); // processors disagree on the sign of those they make
+    double const quotient = (phys - offset) / scale;
     switch (type) {
     case signalUnsigned:
-        return wholePart<std::uint64_t>(quotient + 0.5);
+        return quotient + 0.5 < 0 ? 0 : truncated(quotient + 0.5);
     case signalSigned:
-        return static_cast<std::uint64_t>(wholePart<std::int64_t>(quotient + 0.5));
+        return truncated(quotient + 0.5);
     case signalFloat:
         return fromBits<std::uint32_t>(static_cast<float>(quotient));
     case signalDouble:

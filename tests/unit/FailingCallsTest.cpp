@@ -233,7 +233,7 @@ TYPED_TEST(FailingCallsTest, definerReportsWhatFailed) {
         {"statx", 0, false, ""}, // of the file that was made; it is not emptied then
         {"statx", 1, true, this->missing()},
         {"shmget", 0, true, this->about("::ctor: shmget", ENOSPC)},
-        {"shmat", 0, true, this->about("::ctor: shmat", ENOMEM)},
+        {"shmat", 0, true, this->about("::ctor: shmat", ENOMEM) + this->about("::dtor: shmdt", EINVAL)},
         {"init", 0, false, ""}, // of the record inside; without robustness then
         {"init", 1, false, ""},
         {"trylock", 0, false, ""}, // the new record is filled without its lock

@@ -66,20 +66,6 @@ std::optional<key_t> keyOf(std::string const& instance) {
     return key != -1 ? std::optional<key_t>(key) : std::nullopt;
 }
 
-std::optional<RecordKind> recordKind(std::string const& instance) {
-    std::optional<key_t> const key = keyOf(instance);
-    // Too small for a size word is too small for a key's segment to be found.
-    int const segment = key ? shmget(*key, sizeof(std::uint32_t), 0) : -1;
-    void* const record = segment != -1 ? shmat(segment, nullptr, SHM_RDONLY) : reinterpret_cast<void*>(-1);
-    if (record == reinterpret_cast<void*>(-1))
-        return std::nullopt;
-    std::uint32_t const size = __atomic_load_n(static_cast<std::uint32_t const*>(record), __ATOMIC_ACQUIRE);
-    shmdt(record);
-    if (size == sizeof(shmSignalData_t))
-        return RecordKind::Shm;
-    return size == sizeof(qzsignal::canSignalData_t) ? std::optional<RecordKind>(RecordKind::Can) : std::nullopt;
-}
-
 bool segmentExists(std::string const& instance) {
     std::optional<key_t> const key = keyOf(instance);
     return key && shmget(*key, sizeof(shmSignalData_t), 0) != -1;

@@ -13,12 +13,6 @@ namespace qztool {
 // Key of the signal's key file; nothing if there is no such file.
 std::optional<key_t> keyOf(std::string const& instance);
 
-// The kinds of records that a shared signal can have.
-enum class RecordKind { Shm, Can }; // of a ShmSignal and all that derive from it; of a CANSignal
-
-// Kind of the signal's record, by the record's own size word; nothing if there is no record, or none that is finished.
-std::optional<RecordKind> recordKind(std::string const& instance);
-
 // True if a segment exists for the signal that is large enough for the record of a ShmSignal. The record may still be
 // unfinished.
 bool segmentExists(std::string const& instance);

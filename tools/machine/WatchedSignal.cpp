@@ -1,4 +1,4 @@
-// Looks at a shared signal through a reader that lives no longer than the look.
+// Looks at a shared signal through a view that lives no longer than the look.
 #include "tools/machine/WatchedSignal.h"
 
 #include <ostream>
@@ -8,8 +8,6 @@ namespace qztool {
 WatchedSignal::WatchedSignal(std::string const& name) : BaseSignal(name.c_str(), "") {}
 
 void WatchedSignal::look() {
-    // The reader enters the registry under the same name, and takes the entry with it.
-    instances.erase(instance);
     std::optional<SignalState> state = readSignal(instance, OnLock::GiveUp);
     d_locked = state && state->locked;
     if (!d_locked)

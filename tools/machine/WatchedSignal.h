@@ -14,7 +14,7 @@ namespace qztool {
 // whatever kind, whether its writer has started since, has started anew or is gone.
 class WatchedSignal : public BaseSignal {
 public:
-    // Found in the registry until the first look: expressions that name it are to be compiled before.
+    // Found in the registry, so that expressions that are compiled from now on use it.
     explicit WatchedSignal(std::string const& name);
 
     // Reads the shared signal. Somebody who keeps it locked is not waited for longer than half a second; what it held

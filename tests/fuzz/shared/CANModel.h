@@ -75,11 +75,13 @@ struct CANModel {
     // The lock came from an owner that died.
     static void settle(Record& record, ReferenceLayout& layoutInUse) {
         unsigned const mark = record.pending;
-        if (mark != 0 && (record.timestamp >> mark % 64 & 1) == mark / 64 % 2)
+        bool const isStored = mark == 127 || (mark > 127 && (record.timestamp >> mark % 64 & 1) != mark / 64 % 2);
+        if (mark > 127 && !isStored)
             record.value = aside(record);
-        record.pending = 0;
-        if (record.size == sizeof record && record.value != 0xAAAAAAAA)
+        if (isStored)
             record.used = 1;
+        if (mark > 125)
+            record.pending = 0;
         layoutInUse = layout(record);
     }
 
@@ -105,7 +107,7 @@ struct CANModel {
         putAside(record, record.value);
         record.value = value;
         record.timestamp = time;
-        record.pending = 0;
+        record.pending = nextMark(record.pending);
         record.used = 1;
         return true;
     }

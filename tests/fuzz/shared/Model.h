@@ -17,6 +17,11 @@ struct Reading {
     Word d_time = 0;
 };
 
+// The mark of a record that is whole: counted on.
+inline std::uint8_t nextMark(std::uint8_t mark) {
+    return static_cast<std::uint8_t>(mark < 125 ? mark + 1 : 0);
+}
+
 inline void putNumber(double& number, std::uint64_t bits) {
     std::memcpy(&number, &bits, sizeof number);
 }

@@ -299,7 +299,8 @@ private:
         ReferenceLayout layout = Model::layout(d_expected);
         lock(layout);
         double physical = 0;
-        Reading const expected = Model::readPhysical(d_expected, layout, physical);
+        Record seen = d_expected; // which looking does not change
+        Reading const expected = Model::readPhysical(seen, layout, physical);
         expect(state->value.has_value() == expected.d_there, "value there");
         if (!state->value)
             return;

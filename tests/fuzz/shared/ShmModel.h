@@ -74,15 +74,26 @@ struct ShmModel {
 
     // The lock came from an owner that died.
     static void settle(Record& record, ReferenceLayout& layoutInUse) {
-        if (record.pending == 0x5A && record.size == sizeof record) {
-            record.rawValue = record.value;
-            record.timestamp = bitsOf(record.phys);
-            record.used = 1;
-        }
-        record.pending = record.conv = 0;
-        record.phys = 0;
         layoutInUse = layout(record);
-        record.value = decoded(record, layoutInUse);
+        unsigned const mark = record.pending;
+        record.pending = nextMark(record.pending);
+        bool const isStored = mark == 127 || (mark > 127 && (record.timestamp >> mark % 64 & 1) != mark / 64 % 2);
+        if (isStored) {
+            record.used = 1;
+            record.conv = 0;
+        } else if (mark > 127) {
+            record.rawValue = record.value;
+        }
+        if (record.used != 0) {
+            Word const value = decoded(record, layoutInUse);
+            if (mark < 126 && value != record.value)
+                record.conv = 0;
+            record.value = value;
+        } else if (record.rawValue == 0xAAAAAAAA) {
+            record.value = 0xAAAAAAAA;
+        } else {
+            forget(record);
+        }
     }
 
     static Reading read(Record const& record, ReferenceLayout const&) {
@@ -95,6 +106,7 @@ struct ShmModel {
         if (record.conv == 0) {
             convert(record.value, record, record.phys);
             record.conv = 1;
+            record.pending = nextMark(record.pending);
         }
         physical = record.phys;
         return {true, true, record.value, record.timestamp};
@@ -107,12 +119,18 @@ struct ShmModel {
             return false;
         record.rawValue = payload;
         record.used = 1;
-        record.conv = record.pending = 0;
+        record.conv = 0;
+        record.pending = nextMark(record.pending);
         record.value = decoded(record, layout);
         return true;
     }
 
     static void clear(Record& record) {
+        forget(record);
+        record.pending = nextMark(record.pending);
+    }
+
+    static void forget(Record& record) {
         record.used = record.conv = 0;
         record.timestamp = record.rawValue = record.value = 0;
         record.phys = 0;
@@ -126,7 +144,10 @@ struct ShmModel {
 
     static std::string name(std::string const&, Record const& record) { return text(record.signal); }
 
-    static void print(Signal const& signal, Record const& record) {
+    static void print(Signal const& signal, Record record) {
+        ReferenceLayout unused = layout(record);
+        if (record.pending > 125)
+            settle(record, unused);
         std::string const found = printed(signal);
         std::string const first = text(record.signal) + " shmem=1,used=" + (record.used != 0 ? "yes" : "no") + ",conv=";
         expect(found.rfind(first, 0) == 0, "description", first, found);

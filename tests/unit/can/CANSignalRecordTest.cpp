@@ -355,6 +355,7 @@ TEST_F(CANSignalRecordTest, creatorRemovesTheSegmentAndLeavesTheKeyFile) {
 TEST_F(CANSignalRecordTest, failingDetachAndRemovalAreReported) {
     auto definer = std::make_unique<CANSignalProbe>(fullDefinition(d_name.name()), true);
     ASSERT_EQ(shmdt(definer->d_data), 0);
+    definer->d_data = &definer->d_localData; // where it finds its bus and identifier
     ASSERT_EQ(shmctl(definer->d_shmId, IPC_RMID, nullptr), 0);
     Capture errors(std::cerr);
     definer.reset();
@@ -364,12 +365,11 @@ TEST_F(CANSignalRecordTest, failingDetachAndRemovalAreReported) {
 
 TEST_F(CANSignalRecordTest, createSharedMemoryTellsWhetherThereIsASegment) {
     CANSignalProbe signal(fullDefinition(d_name.name()), true);
-    qzsignal::canSignalData_t* const first = signal.d_data;
+
     EXPECT_TRUE(signal.createSharedMemory());
     EXPECT_NE(signal.d_data, &signal.d_localData);
     EXPECT_EQ(pthread_mutex_trylock(&signal.d_data->mutex), 0) << "left unlocked";
     pthread_mutex_unlock(&signal.d_data->mutex);
-    shmdt(first);
     Capture const errors(std::cerr);
     CANSignalProbe failing(fullDefinition("no-such-folder/name"), false);
     EXPECT_FALSE(failing.createSharedMemory());

@@ -201,7 +201,12 @@ TEST_F(CANSignalTextTest, waitingIsShownWhenDebugging) {
         reader.write(1ULL, 2ULL);
         EXPECT_EQ(output.take(), "");
         reader.write(1.0, 2ULL);
-        EXPECT_EQ(output.take(), "[DEBUG] CANSignal::write physical value [DEBUG] CANSignal not valid\n\n");
+        EXPECT_EQ(output.take(), "[DEBUG] CANSignal::write physical value [DEBUG] CANSignal not valid\n\n"
+                                 "[DEBUG] CANSignal::encode: rawValue:" +
+                                     d_name.name() +
+                                     ": 0\n"
+                                     "[DEBUG] CANSignal::encode: little endian, bits = 0, startbit = 0, maskBits = 0, "
+                                     "signBit = 0, msg = 0000000000000000\n");
     }
     EXPECT_EQ(output.take(), "[DEBUG] CANSignal " + d_name.name() + " deleted (no shared memory found)\n" +
                                  "[DEBUG] ~BaseSignal: " + d_name.name() + " deleted\n");
@@ -280,6 +285,57 @@ TEST_F(CANSignalTextTest, unwrittenPhysicalReadShowsNoPhysicalValue) {
     BaseSignal::debug = 1;
     signal.readPhys();
     EXPECT_EQ(output.take().find("[DEBUG] a = "), std::string::npos);
+}
+
+// A derived class may print itself in another way; the lines show that.
+class PrintsItself : public CANSignal {
+public:
+    using CANSignal::CANSignal;
+    void print(std::ostream& out) const override { out << "itself"; }
+};
+
+TEST_F(CANSignalTextTest, accessesShowThePrintFormOfADerivedClass) {
+    PrintsItself signal(canDefinition("a"), false);
+    Capture output(std::cout);
+    BaseSignal::debug = 1;
+    unsigned long long raw = 0, timestamp = 0;
+    signal.read(raw, timestamp);
+    signal.write(5ULL << 56, 1ULL);
+    signal.write(5ULL << 56, 1ULL);
+    signal.write(1.0, 1ULL);
+    BaseSignal::debug = 0;
+    for (char const* const access : {"read", "write", "write (no change)", "write physical value"})
+        EXPECT_NE(output.text().find("[DEBUG] CANSignal::" + std::string(access) + " itself\n"), std::string::npos)
+            << access;
+    EXPECT_EQ(output.text().find("shmem="), std::string::npos);
+}
+
+// A derived class sees each payload once, also while it waits.
+class CountsWrites : public CANSignal {
+public:
+    using CANSignal::CANSignal;
+    using CANSignal::write;
+    bool write(unsigned long long payload, unsigned long long timestamp) override {
+        d_payloads.push_back(payload);
+        return CANSignal::write(payload, timestamp);
+    }
+    std::vector<unsigned long long> d_payloads;
+};
+
+TEST_F(CANSignalTextTest, physicalWriteWhileWaitingWarnsOnceAndWritesOnce) {
+    Capture errors(std::cerr);
+    CountsWrites reader(d_name.c_str());
+    errors.take();
+    EXPECT_FALSE(reader.write(1.0, 2ULL));
+    EXPECT_EQ(errors.take(), "[WARNING] CANSignal: " + d_name.name() + ": Waiting for key (" + d_name.path() + ")\n");
+    EXPECT_EQ(reader.d_payloads, (std::vector<unsigned long long>{0}));
+
+    canSignal_t definition = canDefinition(d_name.name(), 64); // of which all is placed
+    CANSignal const definer(definition, true);
+    errors.take();
+    EXPECT_TRUE(reader.write(3.0, 4ULL));
+    EXPECT_EQ(errors.text(), "");
+    EXPECT_EQ(reader.d_payloads, (std::vector<unsigned long long>{0, 3})) << "encoded by the record that is there now";
 }
 
 } // namespace

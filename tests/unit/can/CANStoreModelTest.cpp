@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <map>
@@ -111,7 +112,18 @@ protected:
 
     void end(std::size_t index) {
         Item& item = d_items[index];
+        // The signal leaves the entry that its record names. Where another definer has given the record to another
+        // frame, the program has to take it out.
+        CANSignal* const signal = item.d_signal.get();
+        std::vector<CANSignal*>& entry = CANSignal::canMessageVector[item.d_index];
+        bool const isOwnFrame =
+            item.d_record != nullptr &&
+            item.d_record->d_definition.bus % 16U * 2048 + item.d_record->d_definition.id % 2048U == item.d_index;
         item.d_signal.reset();
+        auto const place = std::find(entry.begin(), entry.end(), signal);
+        ASSERT_EQ(place == entry.end(), !item.d_definer || isOwnFrame);
+        if (place != entry.end())
+            entry.erase(place);
         auto const segment = d_segments.find(item.d_name);
         if (item.d_definer && item.d_shared && segment != d_segments.end() && segment->second == item.d_record)
             d_segments.erase(segment);
@@ -300,7 +312,8 @@ TEST_F(CANStoreModelTest, signalsDoWhatThePlainModelDoes) {
         if (action < 10 && step % 8 == 0)
             checkTable();
     }
-    d_items.clear();
+    while (!d_items.empty() && !HasFatalFailure())
+        end(d_items.size() - 1);
     EXPECT_TRUE(tableIsEmpty());
 }
 

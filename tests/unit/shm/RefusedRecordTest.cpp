@@ -69,8 +69,8 @@ protected:
         return std::make_unique<Signal>(d_name.c_str());
     }
 
-    // A definer that works although it got no segment, and leaves without a word.
-    void expectOwnRecord(std::unique_ptr<Signal> signal) {
+    // A definer that works although it got no segment, and says no more than `last` when it is destroyed.
+    void expectOwnRecord(std::unique_ptr<Signal> signal, std::string const& last = "") {
         EXPECT_EQ(signal->d_data, &signal->d_localData);
         EXPECT_TRUE(signal->d_shared);
         EXPECT_TRUE(signal->write(0x1200000000000000ULL, 5ULL));
@@ -79,7 +79,7 @@ protected:
         EXPECT_EQ(d_phys, 0x12);
         std::string const before = d_errors.text();
         signal.reset();
-        EXPECT_EQ(d_errors.text(), before);
+        EXPECT_EQ(d_errors.text(), before + last);
     }
 
     // A segment under the key of the name that somebody else has made.
@@ -244,7 +244,9 @@ TYPED_TEST(RefusedRecordTest, attachingThatFailsIsReportedAndTriedAgain) {
         auto definer = this->defined();
         none.reset();
         EXPECT_EQ(this->d_errors.take(), this->error("::ctor: shmat", "Cannot allocate memory"));
-        this->expectOwnRecord(std::move(definer)); // which is not detached from
+        // There is a segment, but nothing of it to detach from.
+        this->expectOwnRecord(std::move(definer), this->error("::dtor: shmdt", "Invalid argument"));
+        this->d_errors.take();
     }
     EXPECT_EQ(this->d_name.segmentId(), -1) << "the segment went all the same";
 

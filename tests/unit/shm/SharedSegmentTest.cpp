@@ -2,6 +2,7 @@
 #include "qzsignal/shm/SharedSegment.h"
 
 #include "qzsignal/shm/RecordLock.h"
+#include "qzsignal/shm/SharedRecord.h"
 #include "qzsignal/signal/BaseSignal.h"
 #include "tests/support/Capture.h"
 #include "tests/support/SharedName.h"
@@ -19,22 +20,24 @@ namespace {
 
 constexpr RecordFamily family = {"Label", 256, 0640};
 
-class Segment : public SharedSegment {
-public:
-    Segment(bool owner, bool shared) : SharedSegment(owner), d_shared(shared) {}
+// What a signal keeps of its segment.
+struct Segment {
+    Segment(bool owner, bool shared) : d_owner(owner), d_shared(shared) {}
 
-    void release(RecordFamily const& label, std::string const& instance, void* record) {
-        SharedSegment::release(label, instance, d_shared, record);
+    void* create(RecordFamily const& label, std::string const& instance, RecordResetLock& lock) {
+        return createSegment(label, instance, d_key, d_shmId, lock).d_record;
+    }
+    void* attach(RecordFamily const& label, std::string const& instance, Waiting waiting = Waiting::Reported) {
+        return attachSegment(label, instance, d_key, d_shmId, waiting);
+    }
+    void release(RecordFamily const& label, std::string const& instance, void* record) const {
+        releaseSegment(label, instance, d_shared, d_owner, d_shmId, record);
     }
 
-    using SharedSegment::attach;
-    using SharedSegment::create;
-    using SharedSegment::d_key;
-    using SharedSegment::d_shmId;
-    using SharedSegment::publishRecord;
-
-private:
+    bool d_owner;
     bool d_shared;
+    key_t d_key = -1;
+    int d_shmId = -1;
 };
 
 class SharedSegmentTest : public testing::Test {
@@ -57,7 +60,7 @@ protected:
         RecordResetLock lock;
         void* const record = segment.create(family, d_name.name(), lock);
         if (record != nullptr)
-            Segment::publishRecord(*static_cast<std::uint32_t*>(record), family);
+            publishRecord(*static_cast<std::uint32_t*>(record), family);
         return record;
     }
 
@@ -130,6 +133,28 @@ TEST_F(SharedSegmentTest, readerWaitsForTheKeyFile) {
     EXPECT_EQ(reader.attach(family, d_name.name()), nullptr);
     EXPECT_EQ(errors.text(), waiting("key"));
     EXPECT_FALSE(d_name.keyFileExists()) << "only creators make it";
+}
+
+TEST_F(SharedSegmentTest, quietReaderSaysNothing) {
+    Capture const errors(std::cerr);
+    Segment reader(false, true);
+    EXPECT_EQ(reader.attach(family, d_name.name(), Waiting::Quiet), nullptr);
+    foreignSegment(256, 7);
+    EXPECT_EQ(reader.attach(family, d_name.name(), Waiting::Quiet), nullptr);
+    EXPECT_EQ(errors.text(), "");
+}
+
+TEST_F(SharedSegmentTest, failedCreationLeavesTheFormerSegment) {
+    Segment creator(true, true);
+    void* const record = create(creator);
+    ASSERT_NE(record, nullptr);
+    int const id = creator.d_shmId;
+    Capture const errors(std::cerr);
+    EXPECT_EQ(creator.create(family, "no-such-folder/name", d_lock), nullptr);
+    EXPECT_EQ(creator.create({"Label", 8192, 0640}, d_name.name(), d_lock), nullptr);
+    EXPECT_EQ(creator.d_shmId, id);
+    creator.release(family, d_name.name(), record);
+    EXPECT_EQ(d_name.segmentId(), -1);
 }
 
 TEST_F(SharedSegmentTest, readerWaitsForTheSegment) {

@@ -350,12 +350,11 @@ TEST_F(ShmSignalRecordTest, textsWithoutEndAreReadNoFurtherThanTheirField) {
 
 TEST_F(ShmSignalRecordTest, createSharedMemoryTellsWhetherThereIsASegment) {
     ShmProbe writer(plainDefinition(d_name.name()), true);
-    shmSignalData_t* const first = writer.d_data;
+
     EXPECT_TRUE(writer.createSharedMemory());
     EXPECT_NE(writer.d_data, &writer.d_localData);
     EXPECT_EQ(pthread_mutex_trylock(&writer.d_data->mutex), 0) << "left unlocked";
     pthread_mutex_unlock(&writer.d_data->mutex);
-    shmdt(first);
     Capture const errors(std::cerr);
     ShmProbe failing(plainDefinition("no-such-folder/name"), false);
     EXPECT_FALSE(failing.createSharedMemory());

@@ -2,6 +2,7 @@
 #include "qzsignal/signal/BitLayout.h"
 
 #include "qzsignal/signal/BaseSignal.h"
+#include "qzsignal/signal/BitLayoutTrace.h"
 #include "tests/support/Capture.h"
 
 #include <gtest/gtest.h>
@@ -178,13 +179,13 @@ TEST(BitLayout, isEmptyUntilItIsSet) {
     EXPECT_EQ(layout.d_startByte, 0U);
     EXPECT_EQ(layout.d_bytes, 0U);
     EXPECT_EQ(layout.d_shift, 0U);
-    EXPECT_EQ(layout.d_above, 0U);
-    EXPECT_EQ(layout.d_unused, 0U);
+    EXPECT_EQ(layout.d_cut.d_above, 0U);
+    EXPECT_EQ(layout.d_cut.d_unused, 0U);
     EXPECT_EQ(layout.d_rawMask, 0U);
     EXPECT_EQ(layout.d_maksBits, 0U);
     EXPECT_EQ(layout.d_signBit, 0U);
     for (ByteOrder const order : orders)
-        EXPECT_FALSE(layout.isInside(order));
+        EXPECT_FALSE(layout.d_cut.isInside(order));
 }
 
 TEST(BitLayout, signExtensionRepeatsTheHighestBit) {
@@ -203,12 +204,12 @@ TEST(BitLayout, differsInItsOwnBitsOnly) {
 
 TEST(BitLayout, debugLineShowsAllMembers) {
     Capture output(std::cout);
+    traceLayout(layoutOf(7, 12, ByteOrder::Big));
+    EXPECT_EQ(output.take(), "[DEBUG] d_lsbBit=12,d_startByte=1,d_bytes=2,d_shift=4,d_maksBits=fff,d_signBit=800,"
+                             "d_rawMask=fff0000000000000\n");
     BaseSignal::debug = 1;
     layoutOf(7, 12, ByteOrder::Big);
     BaseSignal::debug = 0;
-    EXPECT_EQ(output.take(), "[DEBUG] d_lsbBit=12,d_startByte=1,d_bytes=2,d_shift=4,d_maksBits=fff,d_signBit=800,"
-                             "d_rawMask=fff0000000000000\n");
-    layoutOf(7, 12, ByteOrder::Big);
     EXPECT_EQ(output.take(), "");
 }
 

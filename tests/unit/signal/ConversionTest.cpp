@@ -87,7 +87,7 @@ TEST(Conversion, unconvertIsDefinedForEveryNumber) {
     constexpr double infinity = std::numeric_limits<double>::infinity();
     constexpr double none = std::numeric_limits<double>::quiet_NaN();
     constexpr double tiny = std::numeric_limits<double>::denorm_min();
-    constexpr std::uint64_t most = 0x7fffffffffffffff, least = 0x8000000000000000;
+    constexpr std::uint64_t most = ~std::uint64_t{0}, least = 0x8000000000000000;
     struct {
         double phys, scale;
         std::uint64_t fromUnsigned, fromSigned;
@@ -96,15 +96,15 @@ TEST(Conversion, unconvertIsDefinedForEveryNumber) {
         {infinity, 1, ~std::uint64_t{0}, most, 0x7f800000},
         {-infinity, 1, 0, least, 0xff800000},
         {none, 1, 0, 0, 0x7fc00000},
-        {-none, 1, 0, 0, 0x7fc00000},
+        {-none, 1, 0, 0, 0xffc00000},
         {1, 0, ~std::uint64_t{0}, most, 0x7f800000},
         {-1, 0, 0, least, 0xff800000},
-        {0, 0, 0, 0, 0x7fc00000},
         {1e308, 1, ~std::uint64_t{0}, most, 0x7f800000},
         {-1e308, 1, 0, least, 0xff800000},
         {1, tiny, ~std::uint64_t{0}, most, 0x7f800000},
-        {18446744073709549568.0, 1, 0xfffffffffffff800, most, 0x5f800000},
-        {9223372036854775808.0, 1, least, most, 0x5f000000},
+        {18446744073709549568.0, 1, 0xfffffffffffff800, 0xfffffffffffff800, 0x5f800000},
+        {9223372036854775808.0, 1, least, least, 0x5f000000},
+        {1e19, 1, 10000000000000000000U, 10000000000000000000U, 0x5f0ac723},
         {-9223372036854775808.0, 1, 0, least, 0xdf000000},
         {-9223372036854774784.0, 1, 0, 0x8000000000000400, 0xdf000000},
         {tiny, 1, 0, 0, 0},
@@ -115,9 +115,22 @@ TEST(Conversion, unconvertIsDefinedForEveryNumber) {
         EXPECT_EQ(unconvert(each.phys, signalFloat, each.scale, 0), each.fromFloat) << each.phys;
         EXPECT_EQ(unconvert(each.phys, static_cast<signalValue_t>(4), each.scale, 0), 0U) << each.phys;
     }
-    EXPECT_EQ(unconvert(0, signalDouble, 0, 0), 0x7ff8000000000000U);
-    EXPECT_EQ(unconvert(-none, signalDouble, 1, 0), 0x7ff8000000000000U);
+    EXPECT_EQ(unconvert(-none, signalDouble, 1, 0), 0xfff8000000000000U);
     EXPECT_EQ(unconvert(-infinity, signalDouble, 1, 0), 0xfff0000000000000U);
+}
+
+// What a processor makes of 0 / 0 is its own business.
+TEST(Conversion, noNumberKeepsThePatternOfTheQuotient) {
+    double volatile zero = 0;
+    EXPECT_EQ(unconvert(0, signalDouble, 0, 0), bitsOf(zero / zero));
+    double payload = 0;
+    for (std::uint64_t const bits : {0x7ff8123456789abcU, 0xfff8123456789abcU}) {
+        std::memcpy(&payload, &bits, sizeof payload);
+        EXPECT_EQ(unconvert(payload, signalDouble, 1, 0), bits);
+        EXPECT_EQ(unconvert(payload, signalFloat, 1, 0), (bits >> 32 & 0x80000000) | 0x7fc091a2U);
+        EXPECT_EQ(unconvert(payload, signalUnsigned, 1, 0), 0U);
+        EXPECT_EQ(unconvert(payload, signalSigned, 1, 0), 0U);
+    }
 }
 
 } // namespace

@@ -1,4 +1,4 @@
-// Feeding by the short way: it must not show.
+// Feeding by the short path: it must not show.
 #include "qzsignal/can/CANSignalExt.h"
 #include "qzsignal/trace/CANExtTraceMessage.h"
 #include "tests/support/Capture.h"
@@ -13,12 +13,10 @@
 
 namespace {
 
-// What is protected in a signal, as pointers to members: a signal of a derived class does not go the short way.
+// What is protected in a signal, as pointers to members: a signal of a derived class does not take the short path.
 struct Inner : CANSignalExt {
     static constexpr shmSignalData_t* CANSignalExt::*data = &Inner::d_data;
     static constexpr shmSignalData_t CANSignalExt::*localData = &Inner::d_localData;
-    static constexpr std::uint64_t CANSignalExt::*rawMask = &Inner::d_rawMask;
-    static constexpr qzsignal::Shortcut CANSignalExt::*shortcut = &Inner::d_shortcut;
 };
 
 canSignalDef_t definition(std::string const& instance) {
@@ -41,7 +39,7 @@ void feed(std::uint8_t first, std::uint8_t second, unsigned long long timestamp)
     ASSERT_NE(CANSignalExt::decodeMessage(message), 0U);
 }
 
-class HotAccessTest : public testing::Test {
+class ShmSignalTakeTest : public testing::Test {
 protected:
     void TearDown() override { BaseSignal::debug = 0; }
 
@@ -57,7 +55,7 @@ protected:
     }
 };
 
-TEST_F(HotAccessTest, unchangedAndChangedPayloadsFollowEachOther) {
+TEST_F(ShmSignalTakeTest, unchangedAndChangedPayloadsFollowEachOther) {
     for (bool const shared : {false, true}) {
         SharedName const name;
         CANSignalExt signal(definition(name.name()), shared);
@@ -76,7 +74,7 @@ TEST_F(HotAccessTest, unchangedAndChangedPayloadsFollowEachOther) {
     }
 }
 
-TEST_F(HotAccessTest, writeOfADerivedClassSeesEveryPayload) {
+TEST_F(ShmSignalTakeTest, writeOfADerivedClassSeesEveryPayload) {
     std::vector<Written> written;
     Noting<CANSignalExt> const signal(definition("a"), written);
     for (unsigned long long time = 1; time <= 4; ++time)
@@ -85,7 +83,7 @@ TEST_F(HotAccessTest, writeOfADerivedClassSeesEveryPayload) {
     EXPECT_EQ(written.back(), (Written{&signal, 0x0501000000000000, 4}));
 }
 
-TEST_F(HotAccessTest, debugThatIsTurnedOnLaterShowsEachAccess) {
+TEST_F(ShmSignalTakeTest, debugThatIsTurnedOnLaterShowsEachAccess) {
     for (bool const shared : {false, true}) {
         SharedName const name;
         CANSignalExt signal(definition(name.name()), shared);
@@ -104,7 +102,7 @@ TEST_F(HotAccessTest, debugThatIsTurnedOnLaterShowsEachAccess) {
     }
 }
 
-TEST_F(HotAccessTest, clearedSignalHasNoValueUntilItIsFedAgain) {
+TEST_F(ShmSignalTakeTest, clearedSignalHasNoValueUntilItIsFedAgain) {
     CANSignalExt signal(definition("a"), false);
     feed(5, 1, 1);
     feed(5, 1, 2);
@@ -115,7 +113,7 @@ TEST_F(HotAccessTest, clearedSignalHasNoValueUntilItIsFedAgain) {
     expectReads(signal, 5, 3);
 }
 
-TEST_F(HotAccessTest, layoutThatIsComputedAnewIsFollowed) {
+TEST_F(ShmSignalTakeTest, layoutThatIsComputedAnewIsFollowed) {
     CANSignalExt signal(definition("a"), false);
     feed(5, 6, 1);
     feed(5, 6, 2);
@@ -129,7 +127,7 @@ TEST_F(HotAccessTest, layoutThatIsComputedAnewIsFollowed) {
     expectReads(signal, 7, 4);
 }
 
-TEST_F(HotAccessTest, layoutThatRunsBeyondThePayloadIsFollowed) {
+TEST_F(ShmSignalTakeTest, layoutThatRunsBeyondThePayloadIsFollowed) {
     CANSignalExt signal(definition("a"), false);
     feed(5, 6, 1);
     feed(5, 6, 2);
@@ -144,7 +142,7 @@ TEST_F(HotAccessTest, layoutThatRunsBeyondThePayloadIsFollowed) {
     expectReads(signal, 0xa, 3);
 }
 
-TEST_F(HotAccessTest, physicalValueIsConvertedOnce) {
+TEST_F(ShmSignalTakeTest, physicalValueIsConvertedOnce) {
     CANSignalExt signal(definition("a"), false);
     feed(5, 1, 1);
     feed(5, 1, 2);
@@ -154,7 +152,7 @@ TEST_F(HotAccessTest, physicalValueIsConvertedOnce) {
     EXPECT_EQ((signal.*Inner::localData).conv, 1U);
 }
 
-TEST_F(HotAccessTest, recordThatIsSharedLaterIsTheOneThatIsWritten) {
+TEST_F(ShmSignalTakeTest, recordThatIsSharedLaterIsTheOneThatIsWritten) {
     SharedName const name;
     CANSignalExt signal(definition(name.name()), false);
     feed(5, 1, 1);
@@ -164,17 +162,6 @@ TEST_F(HotAccessTest, recordThatIsSharedLaterIsTheOneThatIsWritten) {
     EXPECT_NE(signal.*Inner::data, &(signal.*Inner::localData));
     EXPECT_EQ((signal.*Inner::data)->rawValue, 0x0601000000000000U);
     EXPECT_EQ((signal.*Inner::localData).rawValue, 0x0501000000000000U);
-}
-
-TEST_F(HotAccessTest, whatAnUnchangedPayloadNeedsLiesInOneCacheLine) {
-    if (sizeof(void*) != 8)
-        GTEST_SKIP() << "the order of the members is chosen for 64-bit hosts";
-    CANSignalExt signal(definition("a"), false);
-    auto const line = [](void const* member) { return reinterpret_cast<std::uintptr_t>(member) / 64; };
-    shmSignalData_t const& record = signal.*Inner::localData;
-    EXPECT_EQ(line(&record.rawValue), line(&record.timestamp));
-    EXPECT_EQ(line(&record.rawValue), line(&(signal.*Inner::rawMask)));
-    EXPECT_EQ(line(&record.rawValue), line(&(signal.*Inner::shortcut)));
 }
 
 } // namespace

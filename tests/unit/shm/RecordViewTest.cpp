@@ -1,0 +1,104 @@
+// Records as those see them that only look.
+#include "qzsignal/shm/RecordView.h"
+
+#include "tests/support/Capture.h"
+#include "tests/support/RecordFamilies.h"
+#include "tests/support/SharedName.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <thread>
+
+namespace qzsignal {
+namespace {
+
+constexpr std::chrono::milliseconds soon(20);
+
+class RecordViewTest : public testing::Test {
+protected:
+    void TearDown() override { EXPECT_EQ(d_errors.text() + d_output.text(), "") << "views say nothing"; }
+
+    SharedName d_name;
+    Capture d_errors{std::cerr};
+    Capture d_output{std::cout};
+};
+
+TEST_F(RecordViewTest, thereIsNothingToLookAt) {
+    EXPECT_FALSE(RecordView(d_name.name()).kind());
+    EXPECT_TRUE(BaseSignal::instances.empty());
+}
+
+TEST_F(RecordViewTest, kindsAreToldApart) {
+    {
+        ShmProbe const signal(plainDefinition(d_name.name()), true);
+        EXPECT_EQ(RecordView(d_name.name()).kind(), RecordKind::Shm);
+    }
+    CANSignalProbe const signal(canDefinition(d_name.name()), true);
+    EXPECT_EQ(RecordView(d_name.name()).kind(), RecordKind::Can);
+}
+
+TEST_F(RecordViewTest, readsAndLooksWithoutARegistryEntryOrATrace) {
+    baseSignalDef_t definition = plainDefinition(d_name.name());
+    definition.unit = "V";
+    definition.scale = 0.5;
+    definition.type = signalSigned;
+    ShmProbe signal(definition, true);
+    RecordView const view(d_name.name());
+    EXPECT_FALSE(view.read(soon)->value);
+    signal.write(word(0xfe, 0xff), 7);
+    EXPECT_EQ(signal.d_data->conv, 0);
+    for (RecordContent const& content : {*view.read(soon), view.read(), view.look()}) {
+        EXPECT_EQ(content.signal, "Plain");
+        EXPECT_EQ(content.unit, "V");
+        EXPECT_EQ(content.type, signalSigned);
+        ASSERT_TRUE(content.value);
+        EXPECT_EQ(content.value->raw, 0xfffffffffffffffeU);
+        EXPECT_EQ(content.value->physical, -1.0);
+        EXPECT_EQ(content.value->timestamp, 7U);
+    }
+    EXPECT_EQ(signal.d_data->conv, 0) << "looking changes nothing";
+    EXPECT_EQ(BaseSignal::getInstance(d_name.name().c_str()), &signal);
+}
+
+TEST_F(RecordViewTest, payloadOfTheStoreIsDecoded) {
+    canSignal_t definition = canDefinition(d_name.name());
+    definition.scale = 2;
+    CANSignalProbe signal(definition, true);
+    signal.write(word(0x34, 0x12), 8);
+    RecordContent const content = *RecordView(d_name.name()).read(soon);
+    ASSERT_TRUE(content.value);
+    EXPECT_EQ(content.value->raw, 0x1234U);
+    EXPECT_EQ(content.value->physical, 0x2468);
+    EXPECT_EQ(content.value->timestamp, 8U);
+}
+
+TEST_F(RecordViewTest, waitsForTheLockNoLongerThanAsked) {
+    ShmProbe signal(plainDefinition(d_name.name()), true);
+    signal.write(word(1), 1);
+    RecordView const view(d_name.name());
+    signal.lock();
+    EXPECT_FALSE(view.read(soon));
+    EXPECT_TRUE(view.look().value) << "looking takes no lock";
+    signal.unlock();
+    EXPECT_TRUE(view.read(soon));
+    EXPECT_TRUE(signal.tryLock()) << "it was given back";
+    signal.unlock();
+}
+
+TEST_F(RecordViewTest, letsGoOfTheSegment) {
+    ShmProbe const signal(plainDefinition(d_name.name()), true);
+    auto const attached = [&signal] {
+        shmid_ds status{};
+        shmctl(signal.d_shmId, IPC_STAT, &status);
+        return status.shm_nattch;
+    };
+    {
+        RecordView const view(d_name.name());
+        EXPECT_EQ(attached(), 2U);
+    }
+    EXPECT_EQ(attached(), 1U);
+}
+
+} // namespace
+} // namespace qzsignal
