@@ -7,7 +7,7 @@
 
 // Most payloads change nothing. A signal for the process alone has then nothing to do but to note the time.
 inline void ShmSignal::take(unsigned long long raw, unsigned long long timestamp) {
-    if (d_feedPath == qzsignal::FeedPath::Local && !qzsignal::debugging()) {
+    if (__builtin_expect(d_feedPath == qzsignal::FeedPath::Local, 1) && !qzsignal::debugging()) {
         d_modified = layoutInUse().differs(raw, d_localData.rawValue);
         if (d_modified) {
             d_localData.rawValue = raw;
