@@ -1,12 +1,10 @@
 // What is done to the record of a `CANSignal`.
 #include "qzsignal/can/CANRecord.h"
 
+#include "qzsignal/PrintedForm.h"
 #include "qzsignal/shm/RecordText.h"
 #include "qzsignal/signal/Conversion.h"
 #include "qzsignal/signal/Printing.h"
-
-#include <locale>
-#include <sstream>
 
 namespace qzsignal {
 
@@ -66,8 +64,7 @@ void settle(canSignalData_t& record) {
 
 // In one piece, so that it does not matter which stream it ends up in, nor in which format that is.
 std::string describe(canSignalData_t const& record, bool shared, void const* address) {
-    std::ostringstream out;
-    out.imbue(std::locale::classic());
+    TextStream out;
     out << "[DEBUG] " << textOf(record.name) << " shmem=" << (shared ? 1 : 0) << ",used=" << unsigned{record.used}
         << ",bus=" << unsigned{record.bus} << ",id=" << record.id << ",unit=" << textOf(record.unit)
         << ",type=" << typeName(record.type) << ",startbit=" << unsigned{record.startbit}

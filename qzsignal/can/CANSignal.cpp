@@ -1,6 +1,7 @@
 // Filing, feeding and the locked accesses of self-contained CAN signals.
 #include "qzsignal/can/CANSignal.h"
 
+#include "qzsignal/PrintedForm.h"
 #include "qzsignal/can/CANRecord.h"
 #include "qzsignal/shm/SharedRecordAccess.h"
 #include "qzsignal/signal/Conversion.h"
@@ -211,12 +212,13 @@ void CANSignal::traceAccess(char const* access) const {
 }
 
 std::ostream& operator<<(std::ostream& out, canValue_t const& type) {
-    return out << qzsignal::typeName(type);
+    return qzsignal::printTypeName(out, type);
 }
 
 std::ostream& operator<<(std::ostream& out, canSignal_t const& definition) {
-    return out << std::dec << "[INFO] " << definition.name << ",bus=" << definition.bus << ",id=" << definition.id
-               << ",unit=" << definition.unit << ",type=" << definition.type << ",startbit=" << definition.startbit
-               << ",bits=" << definition.bits << ",scale=" << definition.scale << ",offset=" << definition.offset
-               << ",endian=" << qzsignal::endianName(definition.endian);
+    return qzsignal::printForm(out, std::dec, "[INFO] ", definition.name, ",bus=", definition.bus,
+                               ",id=", definition.id, ",unit=", definition.unit, ",type=", definition.type,
+                               ",startbit=", definition.startbit, ",bits=", definition.bits,
+                               ",scale=", definition.scale, ",offset=", definition.offset,
+                               ",endian=", qzsignal::endianName(definition.endian));
 }

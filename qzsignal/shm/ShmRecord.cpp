@@ -1,6 +1,7 @@
 // The rarer of what is done to the record of a `ShmSignal`.
 #include "qzsignal/shm/ShmRecord.h"
 
+#include "qzsignal/PrintedForm.h"
 #include "qzsignal/shm/RecordText.h"
 #include "qzsignal/signal/Printing.h"
 
@@ -81,12 +82,12 @@ void settle(shmSignalData_t& record) {
 
 void describe(std::ostream& out, shmSignalData_t const& record, bool shared, std::uint64_t timestamp,
               void const* address) {
-    out << std::dec << textOf(record.signal) << " shmem=" << (shared ? 1 : 0) << ",used=" << yesNo(record.used != 0)
-        << ",conv=" << yesNo(record.conv != 0) << ",unit=" << textOf(record.unit) << ",type=" << record.type
-        << ",startbit=" << record.startbit << ",bits=" << unsigned{record.bits} << ",scale=" << record.scale
-        << ",offset=" << record.offset << ",endian=" << endianName(record.endian != 0) << ",rawValue=0x"
-        << Hex16{record.rawValue} << ",value=0x" << Hex16{record.value} << ",phys=" << record.phys << ",timestamp=0x"
-        << std::hex << timestamp << ",addr=" << address;
+    printForm(out, std::dec, textOf(record.signal), " shmem=", shared ? 1 : 0, ",used=", yesNo(record.used != 0),
+              ",conv=", yesNo(record.conv != 0), ",unit=", textOf(record.unit), ",type=", record.type,
+              ",startbit=", record.startbit, ",bits=", unsigned{record.bits}, ",scale=", record.scale,
+              ",offset=", record.offset, ",endian=", endianName(record.endian != 0), ",rawValue=0x",
+              Hex16{record.rawValue}, ",value=0x", Hex16{record.value}, ",phys=", record.phys, ",timestamp=0x",
+              std::hex, timestamp, ",addr=", address);
 }
 
 } // namespace qzsignal

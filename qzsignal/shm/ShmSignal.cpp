@@ -1,13 +1,13 @@
 // Definition, attachment and the locked accesses of a shared signal.
 #include "qzsignal/shm/ShmSignal.h"
 
+#include "qzsignal/PrintedForm.h"
 #include "qzsignal/shm/RecordText.h"
 #include "qzsignal/shm/SharedRecordAccess.h"
 #include "qzsignal/shm/ShmRecord.h"
 #include "qzsignal/signal/Diagnostics.h"
 
 #include <cstring>
-#include <sstream>
 #include <type_traits>
 
 namespace {
@@ -185,15 +185,14 @@ void ShmSignal::tracePhysical() const {
 }
 
 void ShmSignal::traceAccess(char const* access, std::uint64_t timestamp) const {
-    std::ostringstream description;
-    description.imbue(std::locale::classic());
+    qzsignal::TextStream description;
     qzsignal::describe(description, *d_data, d_shared, timestamp, d_data);
     debugLine("ShmSignal::", access, description.str());
 }
 
 std::ostream& operator<<(std::ostream& out, ShmSignal const& signal) {
     if (!signal.d_valid)
-        return out << "ShmSignal not valid" << std::endl;
+        return qzsignal::printForm(out, "ShmSignal not valid\n").flush();
     shmSignalData_t const record = qzsignal::snapshot(*signal.d_data);
     qzsignal::describe(out, record, signal.d_shared, record.timestamp, signal.d_data);
     return out;

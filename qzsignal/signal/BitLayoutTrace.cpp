@@ -1,10 +1,9 @@
 // Debug lines on layouts.
 #include "qzsignal/signal/BitLayoutTrace.h"
 
+#include "qzsignal/PrintedForm.h"
 #include "qzsignal/signal/Diagnostics.h"
 #include "qzsignal/signal/Printing.h"
-
-#include <sstream>
 
 namespace qzsignal {
 
@@ -27,8 +26,7 @@ void traceLayout(BitLayout const& layout) {
 
 void traceDecoded(LayoutUse const& use, std::uint64_t rawWord, std::uint64_t value) {
     constexpr unsigned payloadBytes = 8;
-    std::ostringstream bytes;
-    bytes.imbue(std::locale::classic());
+    TextStream bytes;
     bytes << std::hex << std::setfill('0');
     for (unsigned byte = 0; byte < payloadBytes; ++byte)
         bytes << (byte == 0 ? "" : "-") << std::setw(2) << (rawWord >> (8 * (payloadBytes - 1 - byte)) & 0xff);

@@ -1,6 +1,7 @@
 // Printed forms and diagnostics of all kinds are the same whatever locale and width the program has set.
 #include "qzsignal/PrintedForm.h"
 
+#include "qzsignal/can/CANSignal.h"
 #include "qzsignal/can/CANSignalExt.h"
 #include "qzsignal/input/InputSignal.h"
 #include "qzsignal/input/InputSignalExt.h"
@@ -78,6 +79,18 @@ inputSignalDef_t input() {
     return definition;
 }
 
+canSignal_t storeDefinition() {
+    canSignal_t definition;
+    definition.name = "store";
+    definition.bus = 15;
+    definition.id = 2047;
+    definition.startbit = 12;
+    definition.bits = 40;
+    definition.scale = 12345.5;
+    definition.offset = -0.25;
+    return definition;
+}
+
 CANExtTraceMessage frame() {
     CANExtTraceMessage message;
     message.channel = 17;
@@ -103,6 +116,8 @@ void visitForms(Visit const& visitor) {
     visit(visitor, "linSignalDef_t", numbered(linDefinition("", 1234567)));
     visit(visitor, "flexRaySignalDef_t", flexRay());
     visit(visitor, "inputSignalDef_t", numbered(inputSignalDef_t()));
+    visit(visitor, "canSignal_t", storeDefinition());
+    visit(visitor, "ShmSignal", ShmSignal(numbered(baseSignalDef_t()), false));
     visit(visitor, "CANExtTraceMessage", frame());
     {
         CANSignalExt signal(canDefinition(), false);
@@ -255,6 +270,19 @@ TEST_F(PrintedFormsTest, debugLinesOfDispatchDoNotDependOnTheGlobalLocale) {
         InputSignal::decodeMessage(analogMessage(3, 12345, 1234567));
         unsigned long long value = 0, timestamp = 0;
         analog.read(value, timestamp);
+        baseSignalDef_t field = numbered(baseSignalDef_t());
+        field.startbit = 4;
+        field.bits = 40;
+        ShmSignal shared(field, false);
+        double phys = 0;
+        for (unsigned i = 0; i < 2; ++i)
+            shared.write(0x123456789ABCDEF0, 1234567 + i); // changed, then unchanged
+        shared.read(phys, timestamp);
+        CANSignal store(storeDefinition(), false);
+        CANSignal::decodeMessage(15, 2047, 0x123456789ABCDEF0, 1234567);
+        store.read(value, timestamp);
+        store.read(phys, timestamp);
+        store.write(-123456.5, 1234568);
         BaseSignal::debug = 0;
     };
     std::string const expected = outputOf(run);
