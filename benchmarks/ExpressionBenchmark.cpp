@@ -104,7 +104,8 @@ bool measureAll(std::string const& name, Formula const& formula, Kind kind) {
     measureAll("expression/comparison/input", qzbench::comparison, Kind::Input) &&
     measureAll("expression/twenty-operators/input", qzbench::twentyOperators, Kind::Input) &&
     measureAll("expression/signal/input", qzbench::signalAlone, Kind::Input) &&
-    measureAll("expression/condition/shared", qzbench::sharedCondition, Kind::Shared);
+    measureAll("expression/condition/shared", qzbench::sharedCondition, Kind::Shared) &&
+    measureAll("expression/repeated/shared", qzbench::repeatedShared, Kind::Shared);
 
 void compile(benchmark::State& state) {
     FormulaSignals const signals(qzbench::condition, Kind::Local);

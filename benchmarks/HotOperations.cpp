@@ -256,6 +256,21 @@ bool evaluateCondition(unsigned long count) {
     return evaluate("a + b * 3 > 5 && c == pressed", count);
 }
 
+// Three shared signals that are named four times each.
+bool evaluateRepeated(unsigned long count) {
+    Frame const frame(true);
+    auto const name = [&frame](std::size_t signal) { return frame.d_names[signal]->name(); };
+    std::string const a = name(0), b = name(1), c = name(4);
+    ExpParser expression(("(" + a + " - " + b + ") * (" + c + " + " + a + ") - (" + b + " - " + c + ") / (" + a +
+                          " + " + b + ") > " + c + " * " + a + " - " + b + " * " + c)
+                             .c_str(),
+                         false);
+    expression.getValue(); // computes the physical values
+    for (unsigned long i = 0; i < count; ++i)
+        expression.getValue();
+    return frame.isSharedAsTold() && expression.isWritten();
+}
+
 bool evaluateSignal(unsigned long count) {
     return evaluate("x", count);
 }
@@ -291,6 +306,7 @@ constexpr Operation operations[] = {
     {"read/shared/physical", read<double, true>},
     {"read/shared/raw", read<unsigned long long, true>},
     {"evaluate/condition", evaluateCondition},
+    {"evaluate/repeated", evaluateRepeated},
     {"evaluate/signal", evaluateSignal},
     {"timeout/signal", checkTimeout},
 };

@@ -64,4 +64,17 @@ inline constexpr Formula sharedCondition{
     condition.compute,
 };
 
+// Twenty operators over three shared signals that are named twelve times.
+inline constexpr Formula repeatedShared{
+    "(qzbench_a * 0.5 - qzbench_b) * (qzbench_c / 4 + qzbench_a) / 9549 - (qzbench_b * 0.01 - qzbench_c)"
+    " * (qzbench_a - qzbench_b) / 1000 + qzbench_c * 0.4 * (qzbench_a - qzbench_b) / 90 - -qzbench_c * 2.5",
+    "(qzbench_a * 0.5 - qzbench_b) * (qzbench_c / 4 + qzbench_a) / 9549 - (qzbench_b * 0.01 - qzbench_c)"
+    " * (qzbench_a - qzbench_b) / 1000 + qzbench_c * 0.4 * (qzbench_a - qzbench_b) / 90 - -qzbench_c * 2.5",
+    std::array{"qzbench_a", "qzbench_b", "qzbench_c"},
+    std::array{700U, 6000U, 1380U},
+    [](double a, double b, double c) {
+        return (a * 0.5 - b) * (c / 4 + a) / 9549 - (b * 0.01 - c) * (a - b) / 1000 + c * 0.4 * (a - b) / 90 - -c * 2.5;
+    },
+};
+
 } // namespace qzbench

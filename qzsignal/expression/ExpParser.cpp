@@ -42,13 +42,11 @@ std::string ExpParser::Error::text() const {
     return "expression parser: line " + std::to_string(line) + " " + message + " at '" + context + "'";
 }
 
-// While this constructor runs, the object is of no derived class yet.
 ExpParser::ExpParser(char const* expression, bool edge, Purpose purpose)
     : lexer(std::make_unique<expFlexLexer>()),
       text(expression != nullptr ? expression : ""),
       edgeTrigger(edge),
-      d_purpose(purpose),
-      d_ownTable(qzsignal::virtualTableOf(*this)) {}
+      d_purpose(purpose) {}
 
 ExpParser::ExpParser(char const* expression, bool edge) : ExpParser(expression, edge, Purpose::Evaluate) {
     std::string const line = text + '\n';
@@ -63,7 +61,8 @@ ExpParser::ExpParser(char const* expression, bool edge) : ExpParser(expression, 
         writeLine(std::cerr, "", line);
         return;
     }
-    d_compact = std::make_unique<qzsignal::CompactProgram>(program);
+    d_compact = std::make_unique<qzsignal::CompactProgram>(program, stack);
+    d_compactTable = qzsignal::virtualTableOf(*this); // no derived constructor has begun
     if (debug != 0)
         debugLine("parsed");
     if (debug > 2)
@@ -169,6 +168,7 @@ void ExpParser::append(Operation operation, value_t operand) {
     if (d_purpose == Purpose::Check)
         return;
     d_compact = nullptr; // it is made for a program from a text alone
+    d_compactTable = nullptr;
     program.emplace_back(operation, std::move(operand));
     qzsignal::OperationRow const* const row = qzsignal::findOperation(operation);
     bool const pushes = row != nullptr ? row->operands == 0 : operation != nullptr;

@@ -35,8 +35,8 @@ QZSIGNAL_EXPORT extern int expdebug; // NOLINT(readability-redundant-declaration
 ///
 /// The constructor compiles the text into a postfix program and finds the signals by name; evaluation looks nothing up
 /// and allocates nothing. What runs is a compact form of the program. Only an expression of a derived class, which may
-/// change its program, and one to which instructions were added run the program as it stands; that takes two to three
-/// times as long. Signals are not owned: create those that the text names before the expression, and destroy them after
+/// change its program, and one to which instructions were added run the program as it stands; that takes several times
+/// as long. Signals are not owned: create those that the text names before the expression, and destroy them after
 /// it. One thread of a process creates and destroys expressions; each is evaluated by one thread at a time.
 class QZSIGNAL_EXPORT ExpParser {
 public:
@@ -103,9 +103,10 @@ public:
     /// Why the text was not accepted; empty if it was.
     std::optional<Error> const& error() const { return d_error; }
 
-    /// Evaluates the expression. The result is 0 if a signal that it reads has no value. Ends the process with status 4
-    /// if an operation lacks operands, and with status 2 if the program does not leave exactly one element or is empty:
-    /// only a text that was not accepted, or an added instruction, can have that effect.
+    /// Evaluates the expression. The result is 0 if a signal that it reads has no value. A signal of one of the
+    /// library's own classes is read once, however often the text names it. Ends the process with status 4 if an
+    /// operation lacks operands, and with status 2 if the program does not leave exactly one element or is empty: only
+    /// a text that was not accepted, or an added instruction, can have that effect.
     double getValue();
 
     /// Evaluates the expression; true if the value is greater than 0. An edge trigger is true only if the value was not
@@ -177,12 +178,13 @@ private:
     double runProgram();
     void append(Operation operation, value_t operand);
 
-    Purpose d_purpose;      // of a text that is only checked, no instructions are kept
-    void const* d_ownTable; // the virtual table of objects that are not of a derived class
+    Purpose d_purpose; // of a text that is only checked, no instructions are kept
+    // The virtual table of objects that run the compact form, which those of derived classes do not; null without it.
+    void const* d_compactTable = nullptr;
     std::optional<Error> d_error;
 
-    // What runs instead of the program, unless the class is a derived one. Null if the text was not accepted, or if
-    // instructions were added to the program.
+    // What runs instead of the program. Null if the text was not accepted, or if instructions were added to the
+    // program.
     std::unique_ptr<qzsignal::CompactProgram> d_compact;
 
     friend expFlexLexer& qzsignal::scannerOf(ExpParser& expression);

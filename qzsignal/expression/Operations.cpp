@@ -8,12 +8,12 @@
 
 namespace {
 
-void apply(Stack<double>& stack, double (*function)(double)) {
+void apply(Stack<double>& stack, double (*function)(qzsignal::Number)) {
     stack.check(1);
     stack.back() = function(stack.back());
 }
 
-void apply(Stack<double>& stack, double (*function)(double, double)) {
+void apply(Stack<double>& stack, double (*function)(qzsignal::Number, qzsignal::Number)) {
     stack.check(2);
     double const b = stack.pop();
     stack.back() = function(stack.back(), b);

@@ -1,6 +1,7 @@
 // What is made of the rows of operations: functions, and a table to find the row of an instruction.
 #pragma once
 
+#include "qzsignal/expression/Conditions.h"
 #include "qzsignal/expression/ExpParser.h"
 #include "qzsignal/expression/OperationRows.h"
 
@@ -12,13 +13,8 @@ namespace qzsignal {
 // The result of each operation as a function of its operands, called as the operation.
 namespace results {
 
-// A conversion needs no branch, unlike a choice between the two numbers.
-inline double truth(bool condition) {
-    return static_cast<double>(condition);
-}
-
-#define QZSIGNAL_PARAMETERS_1 double a
-#define QZSIGNAL_PARAMETERS_2 double a, double b
+#define QZSIGNAL_PARAMETERS_1 Number a
+#define QZSIGNAL_PARAMETERS_2 Number a, Number b
 #define QZSIGNAL_RESULT(name, operands, result)                                                                        \
     inline double name(QZSIGNAL_PARAMETERS_##operands) {                                                               \
         return result;                                                                                                 \

@@ -1,5 +1,6 @@
 // The two ways in which programs run: in the compact form, as plain expressions do, and as they stand, as those of
 // derived classes do.
+#include "qzsignal/input/InputSignal.h"
 #include "tests/unit/expression/ExpressionProbe.h"
 
 #include <gtest/gtest.h>
@@ -95,6 +96,61 @@ TEST_F(Evaluation, nothingIsLeftForTheNextEvaluation) {
     EXPECT_EQ(expression.getValue(), 0.0);
     y.set(-1.0, 3);
     EXPECT_EQ(expression.getValue(), 11.0);
+}
+
+// While it is read, it writes another signal, as another process may at any time.
+class Meddler : public PlainSignal {
+public:
+    Meddler(char const* name, BaseSignal& victim) : PlainSignal(name, 0.0, 1), d_victim(victim) {}
+    bool read(double& phys, unsigned long long& timestamp) override {
+        d_victim.write(9, 2);
+        return PlainSignal::read(phys, timestamp);
+    }
+
+private:
+    BaseSignal& d_victim;
+};
+
+TEST_F(Evaluation, signalOfAnOwnClassHasOneValueInAnEvaluation) {
+    InputSignal own("AI.1");
+    Meddler const meddler("meddler", own);
+    char const* const text = "10 * AI.1 + meddler + AI.1";
+    own.write(1, 1);
+    ExpParser expression(text, false);
+    EXPECT_EQ(expression.getValue(), 11.0);
+    EXPECT_EQ(expression.getValue(), 99.0) << "read in every evaluation";
+}
+
+TEST_F(Evaluation, signalOfAnyOtherClassIsReadForEachMention) {
+    struct DerivedInput : InputSignal {
+        using InputSignal::InputSignal;
+    } derived("AI.1");
+    Meddler const meddler("meddler", derived);
+    derived.write(1, 1);
+    EXPECT_EQ(compactValueOf("10 * AI.1 + meddler + AI.1"), 19.0);
+}
+
+TEST_F(Evaluation, programAsItStandsReadsASignalForEachMention) {
+    InputSignal own("AI.1");
+    Meddler const meddler("meddler", own);
+    char const* const text = "10 * AI.1 + meddler + AI.1";
+    ExpressionProbe derived(text);
+    ExpParser changed(text, false), plain(text, false);
+    changed.add(&ExpParser::opnz);
+    own.write(1, 1);
+    EXPECT_EQ(derived.getValue(), 19.0);
+    own.write(1, 1);
+    EXPECT_EQ(changed.getValue(), 19.0);
+
+    Capture const output(std::cout), errors(std::cerr);
+    for (int* const debug : {&ExpParser::debug, &BaseSignal::debug}) {
+        own.write(1, 1);
+        *debug = 1;
+        EXPECT_EQ(plain.getValue(), 19.0) << "debug output shows each read";
+        *debug = 0;
+    }
+    own.write(1, 1);
+    EXPECT_EQ(plain.getValue(), 11.0);
 }
 
 TEST_F(Evaluation, signalsAreReadInOrderEachTimeTheyAreNamed) {
