@@ -2,9 +2,9 @@
 #include "benchmarks/support/Drive.h"
 
 #include "tools/base/TextFile.h"
-#include "tools/dbc/DbcReader.h"
-#include "tools/replay/SignalDefinitions.h"
-#include "tools/traces/TraceReader.h"
+#include "tools/definitions/dbc/DbcReader.h"
+#include "tools/drive/CanDefinition.h"
+#include "tools/recordings/RecordingReader.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -39,9 +39,9 @@ Drive readDrive() {
             drive.definitions.push_back(qztool::canDefinition(message, signal, 0));
     }
 
-    qztool::TraceReader reader(logFile());
+    qztool::RecordingReader reader(logFile());
     qztool::Frame frame;
-    while (reader.next(frame) == qztool::TraceReader::Next::Frame) {
+    while (reader.next(frame) == qztool::RecordingReader::Next::Frame) {
         CANExtTraceMessage message;
         message.timestamp = frame.timestamp;
         message.identifier = frame.identifier;

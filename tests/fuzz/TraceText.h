@@ -3,8 +3,8 @@
 
 #include "tests/fuzz/Expect.h"
 #include "tests/fuzz/MemoryFile.h"
-#include "tests/tools/traces/TraceFixtures.h"
-#include "tools/traces/TraceReader.h"
+#include "tests/tools/recordings/RecordingFixtures.h"
+#include "tools/recordings/RecordingReader.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -65,13 +65,13 @@ inline void expectLineNumbers(std::string const& numbers, std::size_t lines) {
 // Reads the text as the command does, and compares with what `Log`, which reads logs of that format, makes of its lines
 // one by one.
 template <typename Log>
-void expectReader(std::string_view text, TraceFormat format) {
+void expectReader(std::string_view text, RecordingFormat format) {
     static MemoryFile file;
     file.fill(text);
-    TraceReader reader(file.path());
+    RecordingReader reader(file.path());
     std::string found;
     Frame frame = usedFrame();
-    while (reader.next(frame) == TraceReader::Next::Frame)
+    while (reader.next(frame) == RecordingReader::Next::Frame)
         found += textOf(frame) + '\n';
     if (!reader.problem().empty())
         return expect(reader.lines() == 0, "problem", reader.problem());

@@ -4,13 +4,13 @@
 #include "tools/base/Console.h"
 #include "tools/base/ExitStatus.h"
 #include "tools/base/StopRequest.h"
-#include "tools/replay/DefinitionOption.h"
-#include "tools/replay/FrameFeeder.h"
-#include "tools/replay/Pacer.h"
-#include "tools/replay/Progress.h"
-#include "tools/replay/SignalSet.h"
-#include "tools/traces/TraceReader.h"
-#include "tools/traces/TraceReport.h"
+#include "tools/console/DefinitionOption.h"
+#include "tools/console/Pacer.h"
+#include "tools/console/Progress.h"
+#include "tools/console/RecordingReport.h"
+#include "tools/drive/CanFeeder.h"
+#include "tools/drive/SignalSet.h"
+#include "tools/recordings/RecordingReader.h"
 
 #include <CLI/CLI.hpp>
 
@@ -42,7 +42,7 @@ public:
           d_feeder(d_signals.channels(), d_frame) {}
 
     int run() {
-        TraceReader trace(d_options.trace);
+        RecordingReader trace(d_options.trace);
         if (!trace.isOpen()) {
             d_console.error(trace.problem());
             return exitNothingUsable;
@@ -70,17 +70,17 @@ private:
         return d_options.speed;
     }
 
-    void feedFrom(TraceReader& trace) {
+    void feedFrom(RecordingReader& trace) {
         Pacer pacer(speed());
         Progress progress;
         clock_gettime(CLOCK_MONOTONIC, &d_start);
         Frame frame;
         while (!stopRequested()) {
-            TraceReader::Next const next = trace.next(frame);
-            if (next == TraceReader::Next::End)
+            RecordingReader::Next const next = trace.next(frame);
+            if (next == RecordingReader::Next::End)
                 break;
             progress.show(d_frames, trace.bytesRead(), trace.totalBytes());
-            if (next == TraceReader::Next::Interrupted)
+            if (next == RecordingReader::Next::Interrupted)
                 continue;
             pacer.waitFor(frame.timestamp);
             if (stopRequested())
@@ -91,7 +91,7 @@ private:
         d_seconds = secondsSince(d_start);
     }
 
-    void summarize(TraceReader const& trace) {
+    void summarize(RecordingReader const& trace) {
         std::ostream& out = d_console.results();
         auto const perSecond = d_seconds > 0 ? std::llround(static_cast<double>(d_frames) / d_seconds) : 0;
         out << "lines: " << trace.lines() << "\n"
@@ -109,7 +109,7 @@ private:
             << "frames per second: " << perSecond << std::endl;
     }
 
-    static std::string malformedNumbers(TraceReader const& trace) {
+    static std::string malformedNumbers(RecordingReader const& trace) {
         std::string text;
         for (MalformedLines const& lines : trace.malformed())
             text += (text.empty() ? " (" : "; ") + std::string(lines.cause) + ": " + lines.lines.text();
@@ -120,7 +120,7 @@ private:
     Console& d_console;
     FrameInHand d_frame;
     SignalSet d_signals;
-    FrameFeeder d_feeder;
+    CanFeeder d_feeder;
     timespec d_start{};
     double d_seconds = 0;
     std::uint64_t d_frames = 0;

@@ -4,14 +4,14 @@
 #include "tools/base/ExitStatus.h"
 #include "tools/base/Nearest.h"
 #include "tools/base/StopRequest.h"
+#include "tools/console/DefinitionOption.h"
+#include "tools/console/RecordingReport.h"
+#include "tools/drive/CanFeeder.h"
+#include "tools/drive/SignalSet.h"
 #include "tools/expression/Compile.h"
 #include "tools/expression/MomentPrinter.h"
 #include "tools/expression/Tokens.h"
-#include "tools/replay/DefinitionOption.h"
-#include "tools/replay/FrameFeeder.h"
-#include "tools/replay/SignalSet.h"
-#include "tools/traces/TraceReader.h"
-#include "tools/traces/TraceReport.h"
+#include "tools/recordings/RecordingReader.h"
 
 #include <CLI/CLI.hpp>
 
@@ -52,7 +52,7 @@ public:
           d_printer(console.results(), formatOf(options.format), options.level) {}
 
     int run() {
-        TraceReader trace(d_options.trace);
+        RecordingReader trace(d_options.trace);
         if (!trace.isOpen()) {
             d_console.error(trace.problem());
             return exitNotThere;
@@ -104,13 +104,13 @@ private:
         return undefined.empty() ? exitSuccess : exitNotThere;
     }
 
-    void readFrom(TraceReader& trace) {
+    void readFrom(RecordingReader& trace) {
         Frame frame;
         while (!stopRequested() && d_console.results()) {
-            TraceReader::Next const next = trace.next(frame);
-            if (next == TraceReader::Next::End)
+            RecordingReader::Next const next = trace.next(frame);
+            if (next == RecordingReader::Next::End)
                 break;
-            if (next == TraceReader::Next::Interrupted)
+            if (next == RecordingReader::Next::Interrupted)
                 continue;
             d_lastTime = frame.timestamp;
             std::uint64_t const message = d_feeder.feed(frame);
@@ -169,7 +169,7 @@ private:
     FrameInHand d_frame;
     std::vector<std::string> d_names;
     SignalSet d_signals;
-    FrameFeeder d_feeder;
+    CanFeeder d_feeder;
     MomentPrinter d_printer;
     std::vector<std::unique_ptr<BaseSignal>> d_inputs;
     std::unique_ptr<ExpParser> d_parser;

@@ -2,7 +2,7 @@
 #include "tools/machine/ValueTexts.h"
 
 #include "tools/base/TextFile.h"
-#include "tools/dbc/DbcReader.h"
+#include "tools/definitions/dbc/DbcReader.h"
 
 namespace qztool {
 

@@ -1,7 +1,7 @@
 // Fuzz target: any bytes as an ASC log.
 #include "tests/fuzz/TraceText.h"
 #include "tools/base/Numbers.h"
-#include "tools/traces/AscLog.h"
+#include "tools/recordings/text/AscLog.h"
 
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size);
 
@@ -49,6 +49,6 @@ int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size) {
         AscLog fresh;
         expectEqual(parsed(fresh, written(frame)), found, "written and read again", line);
     }
-    expectReader<AscLog>(text, TraceFormat::Asc);
+    expectReader<AscLog>(text, RecordingFormat::Asc);
     return 0;
 }

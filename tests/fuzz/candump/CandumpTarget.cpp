@@ -1,7 +1,7 @@
 // Fuzz target: any bytes as a candump log.
 #include "tests/fuzz/TraceText.h"
 #include "tools/base/Numbers.h"
-#include "tools/traces/CandumpLog.h"
+#include "tools/recordings/text/CandumpLog.h"
 
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size);
 
@@ -40,6 +40,6 @@ int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size) {
     std::string_view const text(reinterpret_cast<char const*>(data), size);
     for (std::string const& line : linesOf(text))
         readLine(line);
-    expectReader<CandumpLog>(text, TraceFormat::Candump);
+    expectReader<CandumpLog>(text, RecordingFormat::Candump);
     return 0;
 }

@@ -4,10 +4,10 @@
 #include "tests/fuzz/Expect.h"
 #include "tests/support/Capture.h"
 #include "tests/support/Naive.h"
-#include "tests/tools/dbc/DatabaseText.h"
-#include "tests/tools/dbc/Promises.h"
-#include "tools/dbc/TextEncoding.h"
-#include "tools/replay/SignalDefinitions.h"
+#include "tests/tools/definitions/dbc/DatabaseText.h"
+#include "tests/tools/definitions/dbc/Promises.h"
+#include "tools/definitions/TextEncoding.h"
+#include "tools/drive/CanDefinition.h"
 
 #include <cstdint>
 #include <memory>

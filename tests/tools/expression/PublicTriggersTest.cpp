@@ -1,12 +1,12 @@
 // Triggers in recordings of real cars, against moments found by a decoding of our own.
 #include "tests/support/Capture.h"
-#include "tests/tools/replay/PlainDecoding.h"
+#include "tests/tools/drive/PlainDecoding.h"
 #include "tools/Subcommand.h"
 #include "tools/base/Console.h"
 #include "tools/base/TextFile.h"
-#include "tools/dbc/DbcReader.h"
+#include "tools/definitions/dbc/DbcReader.h"
 #include "tools/expression/Tokens.h"
-#include "tools/traces/TraceReader.h"
+#include "tools/recordings/RecordingReader.h"
 
 #include <CLI/CLI.hpp>
 #include <gtest/gtest.h>
@@ -141,9 +141,9 @@ TEST_P(PublicTriggersTest, areFoundWhereTheyAre) {
     ASSERT_EQ(readTextFile(definitions, text), "");
     Database const database = readDatabase(text);
 
-    TraceReader trace(path);
+    RecordingReader trace(path);
     Frame frame;
-    while (trace.next(frame) == TraceReader::Next::Frame)
+    while (trace.next(frame) == RecordingReader::Next::Frame)
         d_frames.emplace_back(frame, trace.lines());
     ASSERT_FALSE(d_frames.empty());
 

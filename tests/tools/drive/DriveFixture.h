@@ -1,0 +1,94 @@
+// Definition files and signals of one's own for the tests of a replay.
+#pragma once
+
+#include "qzsignal/signal/BaseSignal.h"
+#include "tests/support/Capture.h"
+#include "tools/base/Console.h"
+#include "tools/definitions/dbc/DbcReader.h"
+#include "tools/drive/CanFeeder.h"
+#include "tools/drive/SignalSet.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <optional>
+#include <string>
+#include <unistd.h>
+#include <vector>
+
+namespace qztool {
+
+// A folder for files of a test, and a prefix that makes message names, and so instance names, its own. Removes the
+// files, and the key files of all signals that a definition file of its names.
+class DriveFixture : public testing::Test {
+protected:
+    DriveFixture() {
+        static int count = 0;
+        d_prefix = "QzTest" + std::to_string(getpid()) + "n" + std::to_string(count++);
+        char folder[] = "/tmp/qzsignal-test-XXXXXX";
+        d_folder = mkdtemp(folder);
+    }
+    ~DriveFixture() override {
+        for (std::string const& path : d_files)
+            unlink(path.c_str());
+        rmdir(d_folder.c_str());
+    }
+
+    // Writes a definition file, with the prefix before each message name.
+    std::string dbcFile(std::string const& text) {
+        std::string prefixed;
+        std::size_t begin = 0;
+        while (begin < text.size()) {
+            std::size_t const end = std::min(text.find('\n', begin), text.size() - 1) + 1;
+            std::string line = text.substr(begin, end - begin);
+            begin = end;
+            if (line.compare(0, 4, "BO_ ") == 0) {
+                std::size_t const name = line.find_first_not_of(' ', line.find(' ', line.find_first_not_of(' ', 4)));
+                if (name != std::string::npos)
+                    line.insert(name, d_prefix);
+            }
+            prefixed += line;
+        }
+        for (MessageDefinition const& message : readDatabase(prefixed).messages)
+            for (SignalDefinition const& signal : message.signals)
+                d_files.push_back("/tmp/" + message.name + "." + signal.name);
+        return file("definitions.dbc", prefixed);
+    }
+
+    std::string file(std::string const& name, std::string const& text) {
+        std::string const path = d_folder + "/" + std::to_string(d_files.size()) + name;
+        std::ofstream(path) << text;
+        d_files.push_back(path);
+        return path;
+    }
+
+    std::string instance(std::string const& name) const { return d_prefix + name; }
+
+    std::string d_prefix;
+    std::string d_folder;
+    std::vector<std::string> d_files;
+};
+
+// Raw value of a signal of this process; nothing if it was never written.
+inline std::optional<unsigned long long> rawValue(std::string const& instance) {
+    BaseSignal* const signal = BaseSignal::getInstance(instance.c_str());
+    unsigned long long raw = 0, timestamp = 0;
+    if (signal == nullptr || !signal->read(raw, timestamp))
+        return std::nullopt;
+    return raw;
+}
+
+inline Frame frameOf(std::uint32_t identifier, std::vector<std::uint8_t> const& payload, std::uint8_t channel = 0,
+                     bool extended = false) {
+    Frame frame;
+    frame.timestamp = 1000;
+    frame.identifier = identifier;
+    frame.extended = extended;
+    frame.channel = channel;
+    frame.length = static_cast<std::uint8_t>(payload.size());
+    std::copy(payload.begin(), payload.end(), frame.payload.begin());
+    return frame;
+}
+
+} // namespace qztool

@@ -1,0 +1,296 @@
+// From definition files to shared signals, and what is reported on the way.
+#include "tests/tools/drive/DriveFixture.h"
+
+#include "tests/support/Namespaces.h"
+#include "tools/machine/SharedSignals.h"
+
+#include <sys/ipc.h>
+#include <sys/shm.h>
+#include <sys/stat.h>
+
+namespace qztool {
+namespace {
+
+class SignalSetTest : public DriveFixture {
+protected:
+    SignalSet makeSet(std::string const& only = "") { return SignalSet(d_console, d_frame, only); }
+
+    Capture d_errors{std::cerr};
+    Console d_console;
+    FrameInHand d_frame;
+};
+
+constexpr char two[] = "BO_ 256 M: 8 X\n SG_ A : 0|8@1+ (0.5,-40) [0|0] \"km/h\" X\n"
+                       "BO_ 2147483904 N: 8 X\n SG_ B : 7|16@0- (1,0) [0|0] \"\" X\n";
+
+TEST_F(SignalSetTest, sharesEachSignalUnderMessageAndSignalName) {
+    SignalSet set = makeSet();
+    ASSERT_TRUE(set.load({std::nullopt, dbcFile(two)}));
+    EXPECT_EQ(set.define(), exitSuccess);
+    EXPECT_EQ(set.sharedCount(), 2U);
+    BaseSignal const* const a = BaseSignal::getInstance(instance("M.A").c_str());
+    ASSERT_NE(a, nullptr);
+    EXPECT_STREQ(a->getUnit(), "km/h");
+    EXPECT_EQ(a->getScaleFactor(), 0.5);
+    EXPECT_EQ(a->getOffset(), -40);
+    EXPECT_TRUE(segmentExists(instance("M.A")));
+    CanFeeder feeder(set.channels(), d_frame);
+    feeder.feed(frameOf(256, {1, 2}, 0, true));
+    EXPECT_EQ(rawValue(instance("N.B")), 0x0102U) << "the extended identifier";
+    EXPECT_EQ(rawValue(instance("M.A")), std::nullopt);
+    EXPECT_EQ(d_errors.text(), "");
+}
+
+TEST_F(SignalSetTest, segmentsGoWithTheSetUnlessKept) {
+    std::string const path = dbcFile(two);
+    {
+        SignalSet set = makeSet();
+        set.load({std::nullopt, path});
+        set.define();
+    }
+    EXPECT_FALSE(segmentExists(instance("M.A")));
+    {
+        SignalSet set = makeSet();
+        set.load({std::nullopt, path});
+        set.define();
+        set.keep();
+    }
+    EXPECT_TRUE(segmentExists(instance("M.A")));
+    SignalSet set = makeSet(); // takes them over, and removes them in the end
+    set.load({std::nullopt, path});
+    EXPECT_EQ(set.define(), exitSuccess);
+}
+
+TEST_F(SignalSetTest, onlyPickedSignalsAreShared) {
+    SignalSet set = makeSet("*.B");
+    set.load({std::nullopt, dbcFile(two)});
+    EXPECT_EQ(set.define(), exitSuccess);
+    EXPECT_EQ(set.sharedCount(), 1U);
+    EXPECT_FALSE(segmentExists(instance("M.A")));
+    EXPECT_TRUE(segmentExists(instance("N.B")));
+}
+
+TEST_F(SignalSetTest, patternWithoutMatchIsReported) {
+    SignalSet set = makeSet("nothing*");
+    set.load({std::nullopt, dbcFile(two)});
+    EXPECT_EQ(set.define(), exitNothingUsable);
+    EXPECT_EQ(d_errors.text(), "qzsignal: error: no signal matches 'nothing*'\n");
+}
+
+TEST_F(SignalSetTest, missingFileIsReported) {
+    SignalSet set = makeSet();
+    EXPECT_FALSE(set.load({std::nullopt, "/no/such.dbc"}));
+    EXPECT_EQ(d_errors.text(), "qzsignal: error: /no/such.dbc: No such file or directory\n");
+    EXPECT_EQ(set.define(), exitNothingUsable);
+}
+
+TEST_F(SignalSetTest, folderInPlaceOfAFileIsReported) {
+    SignalSet set = makeSet();
+    EXPECT_FALSE(set.load({std::nullopt, "/tmp"}));
+    EXPECT_EQ(d_errors.text(), "qzsignal: error: /tmp: Is a directory\n");
+}
+
+TEST_F(SignalSetTest, badDefinitionIsReportedWithItsPlaceAndTheRestWorks) {
+    std::string const path = dbcFile("BO_ 256 M: 8 X\n SG_ Bad : 0|65@1+ (1,0) [0|0] \"\" X\n"
+                                     " SG_ Good : 0|8@1+ (1,0) [0|0] \"\" X\n");
+    SignalSet set = makeSet();
+    set.load({std::nullopt, path});
+    EXPECT_EQ(d_errors.text().find("qzsignal: error: " + path + ":2: "), 0U) << d_errors.text();
+    EXPECT_EQ(set.define(), exitSuccess);
+    EXPECT_EQ(set.sharedCount(), 1U);
+}
+
+TEST_F(SignalSetTest, fileThatIsBadThroughoutIsBadData) {
+    SignalSet set = makeSet();
+    set.load({std::nullopt, dbcFile("BO_ 256 M: 8 X\n SG_ Bad : 0|0@1+ (1,0) [0|0] \"\" X\n")});
+    EXPECT_EQ(set.define(), exitBadData);
+}
+
+TEST_F(SignalSetTest, fileWithoutSignalsIsNothingUsable) {
+    SignalSet set = makeSet();
+    set.load({std::nullopt, dbcFile("VERSION \"\"\n")});
+    EXPECT_EQ(set.define(), exitNothingUsable);
+    EXPECT_EQ(d_errors.text(), "qzsignal: error: the definition files hold no usable signal\n");
+}
+
+TEST_F(SignalSetTest, nameInTwoFilesIsTakenFromTheFirst) {
+    std::string const first = dbcFile(two), second = dbcFile(two);
+    SignalSet set = makeSet();
+    set.load({std::uint8_t{1}, first});
+    set.load({std::uint8_t{2}, second});
+    EXPECT_EQ(d_errors.text(), "qzsignal: error: " + second + ":2: '" + instance("M.A") + "' is defined already, at " +
+                                   first + ":2\n" + "qzsignal: error: " + second + ":4: '" + instance("N.B") +
+                                   "' is defined already, at " + first + ":4\n");
+    EXPECT_EQ(set.define(), exitSuccess);
+    EXPECT_EQ(set.sharedCount(), 2U);
+}
+
+TEST_F(SignalSetTest, fileWithChannelServesThatChannelAlone) {
+    SignalSet set = makeSet();
+    set.load({std::uint8_t{2}, dbcFile("BO_ 256 M: 8 X\n SG_ A : 0|8@1+ (1,0) [0|0] \"\" X\n")});
+    set.load({std::nullopt, dbcFile("BO_ 256 Other: 8 X\n SG_ A : 0|8@1+ (1,0) [0|0] \"\" X\n")});
+    set.define();
+    CanFeeder feeder(set.channels(), d_frame);
+    feeder.feed(frameOf(256, {1}, 2));
+    EXPECT_EQ(rawValue(instance("M.A")), 1U);
+    EXPECT_EQ(rawValue(instance("Other.A")), std::nullopt);
+    feeder.feed(frameOf(256, {5}, 3));
+    EXPECT_EQ(rawValue(instance("M.A")), 1U);
+    EXPECT_EQ(rawValue(instance("Other.A")), 5U);
+}
+
+TEST_F(SignalSetTest, nameThatCannotBeAFileNameIsLeftOut) {
+    std::string const longName(256, 'x');
+    std::string const path = dbcFile("BO_ 256 M: 8 X\n SG_ " + longName +
+                                     " : 0|8@1+ (1,0) [0|0] \"\" X\n SG_ Good : 0|8@1+ (1,0) [0|0] \"\" X\n"
+                                     "BO_ 257 A: 8 X\n SG_ Short : 0|8@1+ (1,0) [0|0] \"\" X\n"
+                                     "BA_ \"SystemSignalLongSymbol\" SG_ 257 Short \"a/b\";\n");
+    SignalSet set = makeSet();
+    set.load({std::nullopt, path});
+    std::string const text = d_errors.text();
+    EXPECT_NE(text.find("qzsignal: error: " + path + ":2: '" + instance("M." + longName) +
+                        "' cannot be shared: the name is longer than 255 characters\n"),
+              std::string::npos)
+        << text;
+    EXPECT_NE(text.find("qzsignal: error: " + path + ":5: '" + instance("A.a/b") +
+                        "' cannot be shared: the name holds a '/'\n"),
+              std::string::npos)
+        << text;
+    EXPECT_EQ(set.define(), exitSuccess);
+    EXPECT_EQ(set.sharedCount(), 1U);
+}
+
+TEST_F(SignalSetTest, namedSignalsAreBuiltForThisProcessAlone) {
+    SignalSet set(d_console, d_frame, std::set<std::string>{instance("N.B"), instance("N.Unknown")});
+    set.load({std::nullopt, dbcFile(two)});
+    EXPECT_EQ(set.define(), exitSuccess);
+    EXPECT_EQ(set.names(), (std::vector<std::string>{instance("M.A"), instance("N.B")}));
+    EXPECT_EQ(set.sharedCount(), 0U);
+    EXPECT_EQ(BaseSignal::getInstance(instance("M.A").c_str()), nullptr);
+    ASSERT_NE(BaseSignal::getInstance(instance("N.B").c_str()), nullptr);
+    CanFeeder feeder(set.channels(), d_frame);
+    EXPECT_EQ(feeder.feed(frameOf(256, {1, 2})), 0U);
+    EXPECT_NE(feeder.feed(frameOf(256, {1, 2}, 0, true)), 0U);
+    EXPECT_EQ(rawValue(instance("N.B")), 0x0102U);
+    EXPECT_NE(access(("/tmp/" + instance("N.B")).c_str(), F_OK), 0) << "there is no key file";
+    EXPECT_EQ(d_errors.text(), "");
+}
+
+TEST_F(SignalSetTest, namedSignalsNeedNoFileNames) {
+    std::string const longName(256, 'x');
+    SignalSet set(d_console, d_frame, std::set<std::string>{instance("M." + longName)});
+    set.load({std::nullopt, dbcFile("BO_ 256 M: 8 X\n SG_ " + longName + " : 0|8@1+ (1,0) [0|0] \"\" X\n")});
+    EXPECT_EQ(set.define(), exitSuccess);
+    EXPECT_NE(BaseSignal::getInstance(instance("M." + longName).c_str()), nullptr);
+    EXPECT_EQ(d_errors.text(), "");
+}
+
+TEST_F(SignalSetTest, namedSignalsInFilesWithoutAnyAreReported) {
+    SignalSet set(d_console, d_frame, std::set<std::string>{"A"});
+    set.load({std::nullopt, dbcFile("VERSION \"\"\n")});
+    EXPECT_EQ(set.define(), exitNothingUsable);
+    EXPECT_EQ(d_errors.text(), "qzsignal: error: the definition files hold no usable signal\n");
+}
+
+TEST_F(SignalSetTest, longUnitIsCutBetweenCharacters) {
+    // 30 letters and a character of two bytes: the record holds 31 bytes.
+    std::string const unit(30, 'u');
+    SignalSet set = makeSet();
+    set.load({std::nullopt, dbcFile("BO_ 256 M: 8 X\n SG_ A : 0|8@1+ (1,0) [0|0] \"" + unit + "\xc2\xb0\" X\n")});
+    set.define();
+    EXPECT_EQ(BaseSignal::getInstance(instance("M.A").c_str())->getUnit(), unit);
+}
+
+TEST_F(SignalSetTest, keyThatAnotherSignalHasIsNotShared) {
+    // A hard link gives two names one inode, and so one key, as two files can have by chance.
+    std::string const path = dbcFile(two);
+    std::string const a = "/tmp/" + instance("M.A"), b = "/tmp/" + instance("N.B");
+    std::ofstream(a).close();
+    ASSERT_EQ(link(a.c_str(), b.c_str()), 0);
+    SignalSet set = makeSet();
+    set.load({std::nullopt, path});
+    EXPECT_EQ(set.define(), exitSuccess);
+    EXPECT_EQ(d_errors.text(), "qzsignal: error: " + path + ":4: '" + instance("N.B") +
+                                   "' cannot be shared: its key file has the same key as that of '" + instance("M.A") +
+                                   "'; remove " + b + " and start again\n" +
+                                   "qzsignal: error: 1 of 2 signals could not be shared\n");
+    EXPECT_EQ(set.sharedCount(), 1U);
+}
+
+// Makes files in a file system that counts inode numbers up, until the next one is to have the key of `first`. False if
+// it does not count.
+bool nextFileHasKeyOf(std::string const& first) {
+    struct stat status {};
+    if (stat(first.c_str(), &status) != 0)
+        return false;
+    ino_t const wanted = status.st_ino + 0x10000 - 1; // keys have 16 bits of it
+    for (ino_t last = status.st_ino; last < wanted; last = status.st_ino) {
+        std::string const path = first + "-other";
+        int const file = open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+        bool const counts = file != -1 && fstat(file, &status) == 0 && status.st_ino == last + 1;
+        close(file);
+        unlink(path.c_str());
+        if (!counts)
+            return false;
+    }
+    return true;
+}
+
+TEST_F(SignalSetTest, keyThatTwoFilesHaveByChanceIsSharedOnce) {
+    std::string const path = dbcFile(two);
+    std::string const a = "/tmp/" + instance("M.A"), b = "/tmp/" + instance("N.B");
+    SignalSet set = makeSet();
+    set.load({std::nullopt, path});
+    PrivateTmp const tmp("size=64k");
+    if (!tmp.isThere())
+        GTEST_SKIP() << "/tmp cannot be replaced here";
+    std::ofstream(a).close();
+    if (!nextFileHasKeyOf(a))
+        GTEST_SKIP() << "inode numbers are not counted up here";
+    std::ofstream(b).close();
+    ASSERT_EQ(keyOf(instance("M.A")), keyOf(instance("N.B")));
+    EXPECT_EQ(set.define(), exitSuccess);
+    EXPECT_NE(d_errors.text().find("'" + instance("N.B") +
+                                   "' cannot be shared: its key file has the same key as that of '" + instance("M.A")),
+              std::string::npos)
+        << d_errors.text();
+    EXPECT_EQ(set.sharedCount(), 1U);
+    std::vector<ListedSignal> const listed = sharedSignals();
+    ASSERT_EQ(listed.size(), 2U);
+    EXPECT_EQ(listed[0].key, listed[1].key) << "for the list to report";
+}
+
+TEST_F(SignalSetTest, newKeyFileDoesNotGetTheKeyOfAnotherByChance) {
+    PrivateTmp const tmp("size=64k");
+    if (!tmp.isThere())
+        GTEST_SKIP() << "/tmp cannot be replaced here";
+    std::unordered_map<key_t, std::string> taken;
+    auto const key = claimKey("first", taken);
+    ASSERT_TRUE(key);
+    taken.emplace(*key, "first");
+    if (!nextFileHasKeyOf("/tmp/first"))
+        GTEST_SKIP() << "inode numbers are not counted up here";
+    auto const other = claimKey("second", taken);
+    ASSERT_TRUE(other);
+    EXPECT_NE(*other, *key);
+    EXPECT_EQ(keyOf("second"), other);
+}
+
+TEST_F(SignalSetTest, newKeyFileAvoidsKeysInUse) {
+    std::unordered_map<key_t, std::string> taken;
+    std::string const first = instance("first"), second = instance("second");
+    auto const key = claimKey(first, taken);
+    ASSERT_TRUE(key);
+    EXPECT_EQ(claimKey(first, taken), key) << "the file is there already";
+    // A file that is made next gets the inode of one just removed; its key is then taken by somebody.
+    taken.emplace(*key, first);
+    unlink(("/tmp/" + first).c_str());
+    auto const other = claimKey(second, taken);
+    ASSERT_TRUE(other);
+    EXPECT_NE(*other, *key);
+    unlink(("/tmp/" + second).c_str());
+    EXPECT_EQ(claimKey("no-such-folder/name", taken), std::nullopt);
+}
+
+} // namespace
+} // namespace qztool

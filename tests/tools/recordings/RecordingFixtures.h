@@ -1,0 +1,143 @@
+// What the tests of the log readers share: pipes, files, interruptions, and the texts they expect.
+#pragma once
+
+#include "tools/recordings/Frame.h"
+#include "tools/recordings/text/ParsedLine.h"
+
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <string>
+#include <string_view>
+
+#include <sys/time.h>
+#include <unistd.h>
+
+namespace qztool {
+
+inline std::string textOf(LineKind kind) {
+    constexpr char const* names[lineKinds] = {"frame", "FD frame", "remote frame", "error frame", "other", "malformed"};
+    return names[static_cast<std::size_t>(kind)];
+}
+
+// "malformed: odd number of data digits", else the kind alone.
+inline std::string textOf(ParsedLine const& line) {
+    return line.cause != nullptr ? textOf(line.kind) + ": " + line.cause : textOf(line.kind);
+}
+
+inline std::string hexText(std::uint32_t value, int digits) {
+    char text[9];
+    std::snprintf(text, sizeof text, "%0*lX", digits, static_cast<unsigned long>(value));
+    return text;
+}
+
+// "1500000 2 7FF#0102" of time stamp, channel, identifier (8 digits: extended) and data.
+inline std::string textOf(Frame const& frame) {
+    std::string text = std::to_string(frame.timestamp) + ' ' + std::to_string(frame.channel) + ' ';
+    text += hexText(frame.identifier, frame.extended ? 8 : 3) + '#';
+    for (std::size_t i = 0; i < frame.length; ++i) {
+        text += hexText(frame.payload[i], 2);
+    }
+    return text;
+}
+
+// A frame that was used before, so that what a reader fails to set shows.
+inline Frame usedFrame() {
+    Frame frame;
+    frame.timestamp = 77;
+    frame.identifier = 0x77;
+    frame.extended = true;
+    frame.channel = 77;
+    frame.length = 7;
+    frame.payload.fill(0x77);
+    return frame;
+}
+
+class Pipe {
+public:
+    Pipe() {
+        if (pipe(d_ends) != 0) {
+            std::abort();
+        }
+    }
+    ~Pipe() {
+        close(d_ends[0]);
+        closeWriter();
+    }
+    Pipe(Pipe const&) = delete;
+    Pipe& operator=(Pipe const&) = delete;
+
+    int reader() const { return d_ends[0]; }
+    bool write(std::string_view text) {
+        while (!text.empty()) {
+            ssize_t const count = ::write(d_ends[1], text.data(), text.size());
+            if (count < 0 && errno != EINTR) {
+                return false;
+            }
+            text.remove_prefix(count < 0 ? 0 : static_cast<std::size_t>(count));
+        }
+        return true;
+    }
+    void closeWriter() {
+        if (d_ends[1] >= 0) {
+            close(d_ends[1]);
+            d_ends[1] = -1;
+        }
+    }
+
+private:
+    int d_ends[2] = {-1, -1};
+};
+
+// A file with the given content, which goes with the object.
+class TemporaryFile {
+public:
+    explicit TemporaryFile(std::string_view content) {
+        int const descriptor = mkstemp(d_path);
+        if (descriptor < 0) {
+            std::abort();
+        }
+        close(descriptor);
+        std::ofstream(d_path, std::ios::binary) << content;
+    }
+    ~TemporaryFile() { unlink(d_path); }
+    TemporaryFile(TemporaryFile const&) = delete;
+    TemporaryFile& operator=(TemporaryFile const&) = delete;
+
+    std::string path() const { return d_path; }
+
+private:
+    char d_path[32] = "/tmp/qzsignal-trace-XXXXXX";
+};
+
+// Interrupts system calls of this process again and again, so that one that waits for ever ends in EINTR.
+class Interruptions {
+public:
+    explicit Interruptions(int milliseconds) {
+        struct sigaction action {};
+        action.sa_handler = [](int) {};
+        sigaction(SIGALRM, &action, &d_previous);
+        set(milliseconds);
+    }
+    ~Interruptions() {
+        set(0);
+        sigaction(SIGALRM, &d_previous, nullptr);
+    }
+    Interruptions(Interruptions const&) = delete;
+    Interruptions& operator=(Interruptions const&) = delete;
+
+private:
+    static void set(int milliseconds) {
+        itimerval timer{};
+        timer.it_interval.tv_sec = milliseconds / 1000;
+        timer.it_interval.tv_usec = milliseconds % 1000 * 1000;
+        timer.it_value = timer.it_interval;
+        setitimer(ITIMER_REAL, &timer, nullptr);
+    }
+
+    struct sigaction d_previous {};
+};
+
+} // namespace qztool

@@ -1,0 +1,15 @@
+// The library's definition of a signal, made of that of a definition file.
+#pragma once
+
+#include "qzsignal/can/CANSignalExt.h"
+#include "tools/definitions/Database.h"
+
+#include <cstdint>
+
+namespace qztool {
+
+// The signal's instance name is "Message.Signal"; its unit is cut to what a shared record holds. When it is present, if
+// it is multiplexed, a definition does not say.
+canSignalDef_t canDefinition(MessageDefinition const& message, SignalDefinition const& signal, std::uint8_t channel);
+
+} // namespace qztool

@@ -1,0 +1,44 @@
+// Reads the lines of ASC logs, the text format of Vector's tools.
+#pragma once
+
+#include "tools/recordings/Frame.h"
+#include "tools/recordings/text/ParsedLine.h"
+#include "tools/recordings/text/TextCursor.h"
+
+#include <cstdint>
+#include <string_view>
+
+namespace qztool {
+
+// date Sat Sep 30 15:06:13.191 2017
+// base hex  timestamps absolute          base of identifiers, lengths and data; relative: to the previous event's time
+// // version 9.0.0
+// Begin Triggerblock Sat Sep 30 15:06:13.191 2017
+//    0.015991 1  18EBFF00x       Rx d 2 01 A0   Length = 273910    seconds, channel, identifier (x: extended), data
+//    0.015991 2  100             Tx r                              remote frame
+//    0.015991 CANFD   4 Rx        4EE  0 1 f 64 A1 02 ...          CAN FD, told apart but not read
+//    0.015991 CAN 1 Status:chip status error active                an event of another kind
+// End TriggerBlock
+class AscLog {
+public:
+    // True if the line can open a log: header, comment or event.
+    static bool fits(std::string_view line);
+    // Reads the next line of the log (without line end). `frame` is valid if the kind is Frame, and unspecified
+    // otherwise.
+    ParsedLine parse(std::string_view line, Frame& frame);
+
+private:
+    ParsedLine parseBase(TextCursor cursor);
+    ParsedLine parseEvent(TextCursor cursor, Frame& frame);
+    ParsedLine parseFrame(TextCursor cursor, Frame& frame) const;
+    char const* readEventTime(TextCursor& cursor);
+    char const* readIdentifier(std::string_view word, Frame& frame) const;
+    char const* readData(TextCursor& cursor, std::uint32_t length, Frame& frame) const;
+
+    // A log without a base line has what the format's tools choose by themselves.
+    int d_base = 16;
+    bool d_relative = false;
+    std::uint64_t d_time = 0; // of the last event, of whatever kind; microseconds
+};
+
+} // namespace qztool

@@ -1,0 +1,25 @@
+// Reads the lines of candump logs, as `candump -L` writes them.
+#pragma once
+
+#include "tools/recordings/Frame.h"
+#include "tools/recordings/text/ParsedLine.h"
+
+#include <string_view>
+
+namespace qztool {
+
+// (1757617431.821276) can0 167#727FC3000019E500      3 digits: standard identifier, 8 digits: extended
+// (1757617431.821276) can0 18FEF100#R8               remote frame, with or without a length
+// (1757617431.821276) can0 123##1A0B1                CAN FD: flags and data
+// (1757617431.821276) can0 20000080#0000000000000000 error frame: bit 29 of the identifier
+// Eight data bytes may be followed by the raw length code ("_E"), every frame by its direction (" R", " T").
+// The channel is the number at the end of the interface's name, 0 if there is none.
+class CandumpLog {
+public:
+    // True if the line's beginning suggests this format.
+    static bool fits(std::string_view line);
+    // Reads one line (without line end). `frame` is valid if the kind is Frame, and unspecified otherwise.
+    static ParsedLine parse(std::string_view line, Frame& frame);
+};
+
+} // namespace qztool
