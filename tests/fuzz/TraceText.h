@@ -34,11 +34,8 @@ inline std::vector<std::string> linesOf(std::string_view text) {
 }
 
 inline void expectWellFormed(Frame const& frame, std::string const& line) {
-    expect(frame.length <= frame.payload.size(), "length", line);
-    expect(frame.identifier <= (frame.extended ? 0x1FFFFFFFU : 0x7FFU), "identifier", line);
-    expect(std::all_of(frame.payload.begin() + frame.length, frame.payload.end(),
-                       [](std::uint8_t byte) { return byte == 0; }),
-           "payload behind its end", line);
+    expect(frame.length <= mostClassicBytes && frame.bus == Bus::Can, "length", line);
+    expect(frame.address <= (frame.extended() ? 0x1FFFFFFFU : 0x7FFU), "identifier", line);
 }
 
 // What became of a line, as text.

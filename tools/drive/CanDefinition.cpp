@@ -47,7 +47,7 @@ canSignalDef_t canDefinition(MessageDefinition const& message, SignalDefinition 
     definition.scale = signal.factor;
     definition.offset = signal.offset;
     definition.endian = signal.bigEndian;
-    definition.msgId = message.identifier;
+    definition.msgId = message.address;
     definition.extended = message.extended;
     return definition;
 }

@@ -2,7 +2,7 @@
 #include "tools/drive/SignalSet.h"
 
 #include "tools/base/TextFile.h"
-#include "tools/definitions/dbc/DbcReader.h"
+#include "tools/definitions/Formats.h"
 #include "tools/drive/CanDefinition.h"
 #include "tools/machine/SharedSignals.h"
 
@@ -44,20 +44,17 @@ bool SignalSet::load(DefinitionFile const& file) {
         ++d_unreadable;
         return false;
     }
-    d_sources.push_back(std::make_unique<Source>(Source{file.path, file.channel, readDatabase(text)}));
+    d_sources.push_back(std::make_unique<Source>(Source{file.path, file.channel, readDefinitions(text)}));
     Source& source = *d_sources.back();
     if (source.channel)
         d_channels.addOwn(*source.channel);
     for (Problem const& each : source.database.problems)
         report(source, each.line, each.severity, each.text);
 
-    for (MessageDefinition& message : source.database.messages) {
-        auto const unusable = [&](SignalDefinition const& signal) {
-            return !usable(source, instanceName(message, signal), signal.line);
-        };
-        message.signals.erase(std::remove_if(message.signals.begin(), message.signals.end(), unusable),
-                              message.signals.end());
-    }
+    for (MessageDefinition const& message : source.database.messages)
+        for (SignalDefinition const& signal : message.signals)
+            if (!usable(source, instanceName(message, signal), signal.line))
+                d_unusable.insert(&signal);
     return true;
 }
 
@@ -156,44 +153,46 @@ void SignalSet::defineMessages() {
             defineMessage(*source, message);
 }
 
-// The picked signals of a message, by their names in it, and the multiplexors above them.
-std::set<std::string> SignalSet::neededIn(MessageDefinition const& message) const {
-    std::set<std::string> needed;
+// Which signals of a message are picked, or are multiplexors above those.
+std::vector<bool> SignalSet::neededIn(MessageDefinition const& message) const {
+    std::vector<bool> needed(message.signals.size());
     // Backwards, as a multiplexor precedes the signals that it selects.
-    for (auto signal = message.signals.rbegin(); signal != message.signals.rend(); ++signal)
-        if (needed.count(signal->name) != 0 || picked(instanceName(message, *signal)))
-            needed.insert({signal->name, signal->multiplexor});
+    for (std::size_t i = message.signals.size(); i-- > 0;) {
+        SignalDefinition const& signal = message.signals[i];
+        if (d_unusable.count(&signal) != 0 || (!needed[i] && !picked(instanceName(message, signal))))
+            continue;
+        needed[i] = true;
+        if (signal.multiplexor)
+            needed[*signal.multiplexor] = true;
+    }
     return needed;
 }
 
 void SignalSet::defineMessage(Source const& source, MessageDefinition const& message) {
     std::uint8_t const channel = source.channel ? *source.channel : d_channels.common();
-    std::set<std::string> const needed = neededIn(message);
-    std::unordered_map<std::string, CanDriveSignal*> multiplexors;
-    for (SignalDefinition const& signal : message.signals) {
-        if (needed.count(signal.name) == 0)
+    std::vector<bool> const needed = neededIn(message);
+    std::vector<CanDriveSignal*> all(message.signals.size()); // null: not built
+    for (std::size_t i = 0; i < message.signals.size(); ++i) {
+        SignalDefinition const& signal = message.signals[i];
+        if (!needed[i] || d_unusable.count(&signal) != 0)
             continue;
         std::string const instance = instanceName(message, signal);
         bool const share = !d_names && picked(instance) && ownKey(instance, d_origins.at(instance));
         // A multiplexor that is not shared is needed all the same, for this process alone.
         if (!share && !signal.isMultiplexor && !d_names)
             continue;
-        CanDriveSignal* multiplexor = nullptr;
-        if (!signal.multiplexor.empty()) {
-            auto const found = multiplexors.find(signal.multiplexor);
-            if (found == multiplexors.end()) {
-                report(source, signal.line, Severity::Error,
-                       "'" + instance + "' is left out, as its multiplexor '" + signal.multiplexor + "' was");
-                continue;
-            }
-            multiplexor = found->second;
+        CanDriveSignal const* const multiplexor = signal.multiplexor ? all[*signal.multiplexor] : nullptr;
+        if (signal.multiplexor && multiplexor == nullptr) {
+            report(source, signal.line, Severity::Error,
+                   "'" + instance + "' is left out, as its multiplexor '" + message.signals[*signal.multiplexor].name +
+                       "' was");
+            continue;
         }
         d_signals.push_back(std::make_unique<CanDriveSignal>(canDefinition(message, signal, channel), share, d_frame));
         CanDriveSignal& built = *d_signals.back();
         if (multiplexor != nullptr)
             built.selectBy(*multiplexor, signal.selectedBy);
-        if (signal.isMultiplexor)
-            multiplexors.emplace(signal.name, &built);
+        all[i] = &built;
         if (built.hasSegment())
             ++d_sharedCount;
     }

@@ -60,7 +60,7 @@ private:
     ExitStatus share();
     void defineMessages();
     void defineMessage(Source const& source, MessageDefinition const& message);
-    std::set<std::string> neededIn(MessageDefinition const& message) const;
+    std::vector<bool> neededIn(MessageDefinition const& message) const;
     bool ownKey(std::string const& instance, Origin const& origin);
 
     Console& d_console;
@@ -70,6 +70,7 @@ private:
     Channels d_channels;
     std::vector<std::unique_ptr<Source>> d_sources;
     std::unordered_map<std::string, Origin> d_origins;      // instance names and where they stand
+    std::set<SignalDefinition const*> d_unusable;           // reported
     std::unordered_map<key_t, std::string> d_keys;          // instance name of each segment's key
     std::vector<std::unique_ptr<CanDriveSignal>> d_signals; // a multiplexor before those that it selects
     std::size_t d_picked = 0;

@@ -2,7 +2,7 @@
 #include "tools/machine/ValueTexts.h"
 
 #include "tools/base/TextFile.h"
-#include "tools/definitions/dbc/DbcReader.h"
+#include "tools/definitions/Formats.h"
 
 namespace qztool {
 
@@ -13,7 +13,7 @@ bool ValueTexts::load(std::string const& path, Console& console) {
         console.error(path, ": ", problem);
         return false;
     }
-    for (MessageDefinition const& message : readDatabase(text).messages)
+    for (MessageDefinition const& message : readDefinitions(text).messages)
         for (SignalDefinition const& signal : message.signals)
             for (ValueText const& value : signal.values)
                 d_tables[instanceName(message, signal)][value.value] = value.text;

@@ -11,10 +11,10 @@ using namespace qztool;
 
 std::string written(Frame const& frame) {
     std::string line = secondsText(frame.timestamp) + " " + std::to_string(frame.channel) + " " +
-                       hexText(frame.identifier, 1) + (frame.extended ? "x" : "") + " Rx d " +
+                       hexText(frame.address, 1) + (frame.extended() ? "x" : "") + " Rx d " +
                        std::to_string(frame.length);
     for (std::size_t i = 0; i < frame.length; ++i)
-        line += " " + hexText(frame.payload[i], 2);
+        line += " " + hexText(frame.bytes[i], 2);
     return line;
 }
 

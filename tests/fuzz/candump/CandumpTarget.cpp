@@ -11,9 +11,9 @@ using namespace qztool;
 
 std::string written(Frame const& frame) {
     std::string line = "(" + secondsText(frame.timestamp) + ") can" + std::to_string(frame.channel) + " " +
-                       hexText(frame.identifier, frame.extended ? 8 : 3) + "#";
+                       hexText(frame.address, frame.extended() ? 8 : 3) + "#";
     for (std::size_t i = 0; i < frame.length; ++i)
-        line += hexText(frame.payload[i], 2);
+        line += hexText(frame.bytes[i], 2);
     return line;
 }
 

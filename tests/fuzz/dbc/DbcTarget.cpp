@@ -26,7 +26,7 @@ std::string textOf(Database const& database) {
     std::ostringstream out;
     out << problemsOf(database);
     for (MessageDefinition const& message : database.messages) {
-        out << message.line << " " << message.name << " " << message.identifier << message.extended << message.length
+        out << message.line << " " << message.name << " " << message.address << message.extended << message.length
             << " " << multiplexingOf(message) << "\n";
         for (SignalDefinition const& signal : message.signals)
             out << signal.line << " " << static_cast<int>(signal.kind) << " " << signal.startBit << "|" << signal.bits

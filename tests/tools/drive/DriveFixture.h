@@ -79,15 +79,15 @@ inline std::optional<unsigned long long> rawValue(std::string const& instance) {
     return raw;
 }
 
-inline Frame frameOf(std::uint32_t identifier, std::vector<std::uint8_t> const& payload, std::uint8_t channel = 0,
+inline Frame frameOf(std::uint32_t address, std::vector<std::uint8_t> const& payload, std::uint8_t channel = 0,
                      bool extended = false) {
     Frame frame;
     frame.timestamp = 1000;
-    frame.identifier = identifier;
-    frame.extended = extended;
+    frame.address = address;
+    frame.flags = extended ? frameFlag::extended : 0;
     frame.channel = channel;
     frame.length = static_cast<std::uint8_t>(payload.size());
-    std::copy(payload.begin(), payload.end(), frame.payload.begin());
+    std::copy(payload.begin(), payload.end(), frame.bytes.begin());
     return frame;
 }
 

@@ -17,7 +17,7 @@ inline std::optional<std::uint64_t> bitsOf(SignalDefinition const& signal, Frame
     for (unsigned i = 0; i < signal.bits; ++i) {
         if (bit / 8 >= frame.length)
             return std::nullopt;
-        std::uint64_t const one = frame.payload[bit / 8] >> (bit % 8) & 1;
+        std::uint64_t const one = frame.bytes[bit / 8] >> (bit % 8) & 1;
         if (signal.bigEndian) {
             value = value << 1 | one;
             bit = bit % 8 == 0 ? bit + 15 : bit - 1;
@@ -55,17 +55,14 @@ inline double physicalOf(SignalDefinition const& signal, std::uint64_t raw) {
 inline bool carries(Frame const& frame, MessageDefinition const& message, SignalDefinition const& signal) {
     if (!bitsOf(signal, frame))
         return false;
-    if (signal.multiplexor.empty())
+    if (!signal.multiplexor)
         return true;
-    for (SignalDefinition const& above : message.signals) {
-        if (above.name != signal.multiplexor)
-            continue;
-        if (!carries(frame, message, above))
-            return false;
-        for (SelectorRange const& range : signal.selectedBy)
-            if (range.first <= *bitsOf(above, frame) && *bitsOf(above, frame) <= range.last)
-                return true;
-    }
+    SignalDefinition const& above = message.signals.at(*signal.multiplexor);
+    if (!carries(frame, message, above))
+        return false;
+    for (SelectorRange const& range : signal.selectedBy)
+        if (range.first <= *bitsOf(above, frame) && *bitsOf(above, frame) <= range.last)
+            return true;
     return false;
 }
 

@@ -59,7 +59,7 @@ TEST_P(PublicRecordingsTest, arriveWithoutLoss) {
     Database const database = readDatabase(text);
     std::map<std::pair<bool, std::uint32_t>, std::vector<MessageDefinition const*>> messages;
     for (MessageDefinition const& message : database.messages)
-        messages[{message.extended, message.identifier}].push_back(&message);
+        messages[{message.extended, message.address}].push_back(&message);
 
     Capture const console(std::cerr);
     Console quiet;
@@ -76,7 +76,7 @@ TEST_P(PublicRecordingsTest, arriveWithoutLoss) {
     Frame frame;
     while (trace.next(frame) == RecordingReader::Next::Frame) {
         feeder.feed(frame);
-        for (MessageDefinition const* const message : messages[{frame.extended, frame.identifier}])
+        for (MessageDefinition const* const message : messages[{frame.extended(), frame.address}])
             for (SignalDefinition const& signal : message->signals) {
                 std::string const name = message->name + "." + signal.name;
                 Expected& value = expected[name];

@@ -53,7 +53,7 @@ struct Series {
     std::string name() const { return instanceName(*message, *signal); }
     double threshold() const { return lowest + (highest - lowest) / 2; }
     bool inFrame(Frame const& frame) const {
-        return message->identifier == frame.identifier && message->extended == frame.extended;
+        return message->address == frame.address && message->extended == frame.extended();
     }
     std::optional<double> valueIn(Frame const& frame) const {
         if (!inFrame(frame) || !carries(frame, *message, *signal))
@@ -76,9 +76,9 @@ protected:
         std::map<std::pair<bool, std::uint32_t>, std::vector<Series>> all;
         for (MessageDefinition const& message : database.messages)
             for (SignalDefinition const& signal : message.signals)
-                all[{message.extended, message.identifier}].push_back({&message, &signal});
+                all[{message.extended, message.address}].push_back({&message, &signal});
         for (auto const& [frame, line] : d_frames)
-            for (Series& series : all[{frame.extended, frame.identifier}])
+            for (Series& series : all[{frame.extended(), frame.address}])
                 if (auto const value = series.valueIn(frame)) {
                     series.lowest = std::min(series.lowest, *value);
                     series.highest = std::max(series.highest, *value);

@@ -36,9 +36,9 @@ inline std::string hexText(std::uint32_t value, int digits) {
 // "1500000 2 7FF#0102" of time stamp, channel, identifier (8 digits: extended) and data.
 inline std::string textOf(Frame const& frame) {
     std::string text = std::to_string(frame.timestamp) + ' ' + std::to_string(frame.channel) + ' ';
-    text += hexText(frame.identifier, frame.extended ? 8 : 3) + '#';
+    text += hexText(frame.address, frame.extended() ? 8 : 3) + '#';
     for (std::size_t i = 0; i < frame.length; ++i) {
-        text += hexText(frame.payload[i], 2);
+        text += hexText(frame.bytes[i], 2);
     }
     return text;
 }
@@ -47,11 +47,12 @@ inline std::string textOf(Frame const& frame) {
 inline Frame usedFrame() {
     Frame frame;
     frame.timestamp = 77;
-    frame.identifier = 0x77;
-    frame.extended = true;
+    frame.bus = Bus::FlexRay;
+    frame.address = 0x77;
+    frame.flags = 0xFFFF;
     frame.channel = 77;
     frame.length = 7;
-    frame.payload.fill(0x77);
+    frame.bytes.fill(0x77);
     return frame;
 }
 

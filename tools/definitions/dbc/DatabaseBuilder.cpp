@@ -128,7 +128,7 @@ MessageDraft& DatabaseBuilder::addDraft(MessageStatement const& statement) {
     definition.line = statement.line;
     definition.length = statement.length;
     definition.extended = isExtended(statement.identifier);
-    definition.identifier = statement.identifier & ~extendedFlag;
+    definition.address = statement.identifier & ~extendedFlag;
     if (statement.identifierRead) {
         auto const [entry, isNew] = d_firstOfIdentifier.emplace(identifierKey(statement.identifier), d_current);
         if (!isNew) {
@@ -226,8 +226,14 @@ Database DatabaseBuilder::finish() {
         resolveMultiplexing(draft, d_problems);
         MessageDefinition& message = database.messages.emplace_back(std::move(draft.definition));
         message.signals.reserve(draft.signals.size());
-        for (SignalDraft& signal : draft.signals) {
+        std::vector<std::size_t> indices(draft.signals.size()); // of the drafts in the message
+        for (std::size_t i = 0; i < draft.signals.size(); ++i) {
+            SignalDraft& signal = draft.signals[i];
             if (!signal.leftOut) {
+                indices[i] = message.signals.size();
+                if (signal.definition.multiplexor) {
+                    signal.definition.multiplexor = indices[*signal.definition.multiplexor];
+                }
                 message.signals.push_back(std::move(signal.definition));
             }
         }

@@ -156,7 +156,6 @@ private:
         }
         SignalDraft& parent = d_signals[d_parents[index]];
         parent.definition.isMultiplexor = true;
-        signal.definition.multiplexor = parent.definition.name;
         if (signal.selection != nullptr) {
             signal.definition.selectedBy = signal.selection->ranges;
         } else {
@@ -184,15 +183,19 @@ private:
     void sort() {
         std::vector<SignalDraft> sorted;
         sorted.reserve(d_signals.size());
-        std::vector<char> placed(d_signals.size(), 0);
+        std::vector<std::size_t> places(d_signals.size(), none); // in `sorted`; `none`: not there yet
         std::vector<std::size_t> walk;
         for (std::size_t start = 0; start < d_signals.size(); ++start) {
-            for (std::size_t i = start; i != none && placed[i] == 0; i = d_parents[i]) {
+            for (std::size_t i = start; i != none && places[i] == none; i = d_parents[i]) {
                 walk.push_back(i);
-                placed[i] = 1;
             }
             for (; !walk.empty(); walk.pop_back()) {
-                sorted.push_back(std::move(d_signals[walk.back()]));
+                std::size_t const i = walk.back();
+                places[i] = sorted.size();
+                sorted.push_back(std::move(d_signals[i]));
+                if (d_parents[i] != none && !sorted.back().leftOut) {
+                    sorted.back().definition.multiplexor = places[d_parents[i]];
+                }
             }
         }
         d_signals = std::move(sorted);

@@ -176,33 +176,34 @@ ParsedLine AscLog::parseFrame(TextCursor cursor, Frame& frame) const {
         return malformedLine("data length is not a number of the log's base");
     }
     // Deliberate: some tools write CAN FD frames in the classic form, told by nothing but their length.
-    if (length > frame.payload.size()) {
+    if (length > mostClassicBytes) {
         return {LineKind::FdFrame};
     }
     if (char const* const cause = readData(cursor, length, frame)) {
         return malformedLine(cause);
     }
     frame.timestamp = d_time;
+    frame.bus = Bus::Can;
     frame.channel = static_cast<std::uint8_t>(channel);
     return {LineKind::Frame};
 }
 
 char const* AscLog::readIdentifier(std::string_view word, Frame& frame) const {
-    frame.extended = word.back() == 'x';
-    if (frame.extended) {
+    bool const extended = word.back() == 'x';
+    frame.flags = extended ? frameFlag::extended : 0;
+    if (extended) {
         word.remove_suffix(1);
     }
-    if (!toNumber(word, d_base, frame.identifier)) {
+    if (!toNumber(word, d_base, frame.address)) {
         return "identifier is not a number of the log's base";
     }
-    if (frame.identifier > (frame.extended ? highestExtendedIdentifier : highestStandardIdentifier)) {
-        return frame.extended ? "identifier above 1FFFFFFF" : "identifier without x above 7FF";
+    if (frame.address > (extended ? highestExtendedIdentifier : highestStandardIdentifier)) {
+        return extended ? "identifier above 1FFFFFFF" : "identifier without x above 7FF";
     }
     return nullptr;
 }
 
 char const* AscLog::readData(TextCursor& cursor, std::uint32_t length, Frame& frame) const {
-    frame.payload.fill(0);
     frame.length = static_cast<std::uint8_t>(length);
     for (std::uint32_t i = 0; i < length; ++i) {
         std::string_view const word = cursor.word();
@@ -213,7 +214,7 @@ char const* AscLog::readData(TextCursor& cursor, std::uint32_t length, Frame& fr
         if (!toNumber(word, d_base, byte) || byte > 255) {
             return "data byte is not a number of the log's base up to 255";
         }
-        frame.payload[i] = static_cast<std::uint8_t>(byte);
+        frame.bytes[i] = static_cast<std::uint8_t>(byte);
     }
     return nullptr;
 }

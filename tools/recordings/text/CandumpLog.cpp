@@ -71,6 +71,7 @@ bool readUsualLine(std::string_view line, Frame& frame) {
     char const* const text = line.data();
     unsigned strange = text[0] != '(' || text[11] != '.' || text[18] != ')' || text[19] != ' ' ? 1 : 0;
     std::uint64_t const seconds = readDigits(text + 1, 10, strange);
+    frame.bus = Bus::Can;
     frame.timestamp = seconds * 1'000'000 + readDigits(text + 12, 6, strange);
 
     char const* const end = text + line.size();
@@ -86,24 +87,24 @@ bool readUsualLine(std::string_view line, Frame& frame) {
     ++position;
     frame.channel = static_cast<std::uint8_t>(channel);
 
-    frame.extended = position[3] != '#';
-    unsigned const idDigits = frame.extended ? 8 : 3;
-    if (frame.extended && (end - position <= 8 || position[8] != '#')) {
+    bool const extended = position[3] != '#';
+    frame.flags = extended ? frameFlag::extended : 0;
+    unsigned const idDigits = extended ? 8 : 3;
+    if (extended && (end - position <= 8 || position[8] != '#')) {
         return false;
     }
-    frame.identifier = readHexDigits(position, idDigits, strange);
+    frame.address = readHexDigits(position, idDigits, strange);
     position += idDigits + 1;
 
     auto const dataDigits = static_cast<std::size_t>(end - position);
-    if (dataDigits % 2 != 0 || dataDigits > 2 * frame.payload.size()) {
+    if (dataDigits % 2 != 0 || dataDigits > 2 * mostClassicBytes) {
         return false;
     }
-    frame.payload.fill(0);
     frame.length = static_cast<std::uint8_t>(dataDigits / 2);
     for (std::size_t i = 0; i < frame.length; ++i) {
-        frame.payload[i] = static_cast<std::uint8_t>(readHexDigits(position + 2 * i, 2, strange));
+        frame.bytes[i] = static_cast<std::uint8_t>(readHexDigits(position + 2 * i, 2, strange));
     }
-    return strange == 0 && frame.identifier <= (frame.extended ? highestExtendedIdentifier : highestStandardIdentifier);
+    return strange == 0 && frame.address <= (extended ? highestExtendedIdentifier : highestStandardIdentifier);
 }
 
 // The readers below return the cause if they fail, and nothing if they do not.
@@ -155,11 +156,12 @@ char const* readIdentifier(TextCursor& cursor, Frame& frame, bool& isError) {
     if (!cursor.take('#')) {
         return "identifier is not followed by '#'";
     }
-    frame.extended = digits == extendedDigits;
-    isError = frame.extended && (value & errorFrameBit) != 0;
-    frame.identifier = isError ? value & ~errorFrameBit : value;
-    if (frame.identifier > (frame.extended ? highestExtendedIdentifier : highestStandardIdentifier)) {
-        return frame.extended ? "identifier above 1FFFFFFF" : "identifier of 3 digits above 7FF";
+    bool const extended = digits == extendedDigits;
+    frame.flags = extended ? frameFlag::extended : 0;
+    isError = extended && (value & errorFrameBit) != 0;
+    frame.address = isError ? value & ~errorFrameBit : value;
+    if (frame.address > (extended ? highestExtendedIdentifier : highestStandardIdentifier)) {
+        return extended ? "identifier above 1FFFFFFF" : "identifier of 3 digits above 7FF";
     }
     return nullptr;
 }
@@ -182,10 +184,9 @@ char const* readRawLengthCode(TextCursor& cursor) {
 
 char const* readData(TextCursor& cursor, Frame& frame) {
     constexpr char const* badCharacter = "data holds a character that is not a hexadecimal digit";
-    frame.payload.fill(0);
     std::uint8_t length = 0;
     for (; hexDigit(cursor.peek()) != noDigit; ++length) {
-        if (length == frame.payload.size()) {
+        if (length == mostClassicBytes) {
             return "more than 8 data bytes";
         }
         std::uint8_t const high = hexDigit(cursor.peek());
@@ -195,10 +196,10 @@ char const* readData(TextCursor& cursor, Frame& frame) {
             return atFieldEnd(cursor) || cursor.peek() == '_' ? "odd number of data digits" : badCharacter;
         }
         cursor.advance();
-        frame.payload[length] = static_cast<std::uint8_t>(high << 4 | low);
+        frame.bytes[length] = static_cast<std::uint8_t>(high << 4 | low);
     }
     frame.length = length;
-    if (length == frame.payload.size()) {
+    if (length == mostClassicBytes) {
         return readRawLengthCode(cursor);
     }
     return atFieldEnd(cursor) ? nullptr : badCharacter;
@@ -237,6 +238,7 @@ ParsedLine CandumpLog::parse(std::string_view line, Frame& frame) {
     if (readUsualLine(line, frame)) {
         return {LineKind::Frame};
     }
+    frame.bus = Bus::Can;
     TextCursor cursor(line);
     cursor.skipBlanks();
     if (cursor.atEnd()) {

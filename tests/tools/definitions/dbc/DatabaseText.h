@@ -23,8 +23,8 @@ inline std::string multiplexingOf(MessageDefinition const& message) {
     std::string text;
     for (SignalDefinition const& signal : message.signals) {
         text += signal.name + (signal.isMultiplexor ? "*" : "");
-        if (!signal.multiplexor.empty()) {
-            text += "<" + signal.multiplexor + "(";
+        if (signal.multiplexor) {
+            text += "<" + message.signals.at(*signal.multiplexor).name + "(";
             for (SelectorRange const& range : signal.selectedBy) {
                 text +=
                     (text.back() == '(' ? "" : ",") + std::to_string(range.first) + "-" + std::to_string(range.last);

@@ -35,13 +35,13 @@ TEST(DbcReader, messageHasAllItsFields) {
     EXPECT_EQ("", problemsOf(database));
     ASSERT_EQ(2U, database.messages.size());
     MessageDefinition const& standard = database.messages[0];
-    EXPECT_EQ(1234U, standard.identifier);
+    EXPECT_EQ(1234U, standard.address);
     EXPECT_FALSE(standard.extended);
     EXPECT_EQ("Engine_Data", standard.name);
     EXPECT_EQ(6U, standard.length);
     EXPECT_EQ(3U, standard.line);
     MessageDefinition const& extended = database.messages[1];
-    EXPECT_EQ(0x18FEF1FEU, extended.identifier);
+    EXPECT_EQ(0x18FEF1FEU, extended.address);
     EXPECT_TRUE(extended.extended);
     EXPECT_EQ(64U, extended.length);
     EXPECT_EQ(5U, extended.line);
@@ -61,7 +61,7 @@ TEST(DbcReader, signalHasAllItsFields) {
     EXPECT_EQ(655.35, signal.maximum);
     EXPECT_EQ("km/h", signal.unit);
     EXPECT_FALSE(signal.isMultiplexor);
-    EXPECT_EQ("", signal.multiplexor);
+    EXPECT_FALSE(signal.multiplexor);
     EXPECT_TRUE(signal.selectedBy.empty());
     EXPECT_TRUE(signal.values.empty());
 }

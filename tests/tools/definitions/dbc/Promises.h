@@ -59,9 +59,10 @@ inline bool rangesRunUpward(std::vector<SelectorRange> const& ranges) {
                        [](SelectorRange const& range) { return range.first <= range.last; });
 }
 
-// The first promise that the signal breaks; null if it keeps all. `multiplexors` are those that stand before it.
+// The first promise that the signal breaks; null if it keeps all. `multiplexors` are the indices of those that precede
+// it.
 inline char const* brokenPromise(SignalDefinition const& signal, std::size_t lines,
-                                 std::set<std::string> const& multiplexors) {
+                                 std::set<std::size_t> const& multiplexors) {
     if (!isOneLine(signal.name))
         return "name of a signal";
     if (signal.line < 1 || signal.line > lines)
@@ -76,9 +77,9 @@ inline char const* brokenPromise(SignalDefinition const& signal, std::size_t lin
             return "number that is none";
     if (!isUtf8Text(signal.unit) || signal.unit.find('\n') != std::string::npos)
         return "unit";
-    if (signal.multiplexor.empty() != signal.selectedBy.empty() || !rangesRunUpward(signal.selectedBy))
+    if (signal.multiplexor.has_value() == signal.selectedBy.empty() || !rangesRunUpward(signal.selectedBy))
         return "values that select a signal";
-    if (!signal.multiplexor.empty() && multiplexors.count(signal.multiplexor) == 0)
+    if (signal.multiplexor && multiplexors.count(*signal.multiplexor) == 0)
         return "multiplexor";
     if (!std::all_of(signal.values.begin(), signal.values.end(),
                      [](ValueText const& value) { return isUtf8Text(value.text); }))
@@ -105,17 +106,17 @@ inline char const* brokenPromise(Database const& database, std::string_view text
         if (message.line < line || message.line > lines)
             return "line of a message";
         line = message.line;
-        if (message.identifier > (message.extended ? 0x1FFFFFFFU : 0x7FFU))
+        if (message.address > (message.extended ? 0x1FFFFFFFU : 0x7FFU))
             return "identifier";
         std::set<std::string> names;
-        std::set<std::string> multiplexors;
+        std::set<std::size_t> multiplexors;
         for (SignalDefinition const& signal : message.signals) {
             if (!names.insert(signal.name).second)
                 return "name of two signals";
             if (char const* const broken = brokenPromise(signal, lines, multiplexors))
                 return broken;
             if (signal.isMultiplexor)
-                multiplexors.insert(signal.name);
+                multiplexors.insert(static_cast<std::size_t>(&signal - message.signals.data()));
         }
     }
     return nullptr;

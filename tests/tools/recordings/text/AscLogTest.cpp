@@ -40,13 +40,6 @@ TEST(AscLogTest, frameFieldsAreRead) {
     });
 }
 
-TEST(AscLogTest, payloadBehindLengthIsZero) {
-    AscLog log;
-    Frame frame = usedFrame();
-    ASSERT_EQ(log.parse("0.5 1 64 Rx d 2 01 02 03", frame).kind, LineKind::Frame);
-    EXPECT_EQ(frame.payload, (std::array<std::uint8_t, 8>{1, 2}));
-}
-
 TEST(AscLogTest, timeIsExactToTheMicrosecond) {
     check({
         {"9007199254.740993 1 64 Rx d 0", "9007199254740993 1 064#"},

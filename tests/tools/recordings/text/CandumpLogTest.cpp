@@ -39,12 +39,6 @@ TEST(CandumpLogTest, frameFieldsAreRead) {
     });
 }
 
-TEST(CandumpLogTest, payloadBehindLengthIsZero) {
-    Frame frame = usedFrame();
-    ASSERT_EQ(CandumpLog::parse("(1.0) can0 123#0102", frame).kind, LineKind::Frame);
-    EXPECT_EQ(frame.payload, (std::array<std::uint8_t, 8>{1, 2}));
-}
-
 TEST(CandumpLogTest, timeIsExactToTheMicrosecond) {
     check({
         {"(0.000001) can0 123#", "1 0 123#"},
