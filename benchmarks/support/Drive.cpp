@@ -3,7 +3,7 @@
 
 #include "tools/base/TextFile.h"
 #include "tools/definitions/dbc/DbcReader.h"
-#include "tools/drive/CanDefinition.h"
+#include "tools/drive/can/CanDefinition.h"
 #include "tools/recordings/RecordingReader.h"
 
 #include <algorithm>
@@ -36,10 +36,12 @@ Drive readDrive() {
     for (qztool::MessageDefinition const& message : qztool::readDatabase(text).messages) {
         counts[{message.address, message.extended}] = message.signals.size();
         for (qztool::SignalDefinition const& signal : message.signals)
-            drive.definitions.push_back(qztool::canDefinition(message, signal, 0));
+            drive.definitions.push_back(
+                qztool::canDefinition(message, signal, qztool::instanceName(message, signal), 0));
     }
 
-    qztool::RecordingReader reader(logFile());
+    qztool::NeverStop never;
+    qztool::RecordingReader reader(logFile(), never);
     qztool::Frame frame;
     while (reader.next(frame) == qztool::RecordingReader::Next::Frame) {
         CANExtTraceMessage message;

@@ -15,4 +15,11 @@ public:
     virtual bool awaitInput(int descriptor) = 0;
 };
 
+// For work that goes on to its end.
+class NeverStop : public Stop {
+public:
+    bool requested() override { return false; }
+    bool awaitInput(int) override { return true; } // reading waits by itself
+};
+
 } // namespace qztool

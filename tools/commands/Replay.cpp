@@ -4,13 +4,14 @@
 #include "tools/base/Console.h"
 #include "tools/base/ExitStatus.h"
 #include "tools/base/StopRequest.h"
+#include "tools/console/ConsoleReporter.h"
 #include "tools/console/DefinitionOption.h"
 #include "tools/console/Pacer.h"
 #include "tools/console/Progress.h"
 #include "tools/console/RecordingReport.h"
-#include "tools/drive/CanFeeder.h"
+#include "tools/drive/DefinitionSet.h"
+#include "tools/drive/Drive.h"
 #include "tools/drive/SignalSet.h"
-#include "tools/recordings/RecordingReader.h"
 
 #include <CLI/CLI.hpp>
 
@@ -33,32 +34,35 @@ struct Options {
     bool keep = false;
 };
 
-class Replay {
+class Replay : private DriveListener {
 public:
     Replay(Options const& options, Console& console)
         : d_options(options),
           d_console(console),
-          d_signals(console, d_frame, options.only),
-          d_feeder(d_signals.channels(), d_frame) {}
+          d_reporter(console),
+          d_definitions(d_reporter),
+          d_signals(d_definitions, d_frame, d_reporter),
+          d_pacer(speed()) {}
 
     int run() {
-        RecordingReader trace(d_options.trace);
-        if (!trace.isOpen()) {
-            d_console.error(trace.problem());
+        RecordingReader recording(d_options.trace, d_stop);
+        if (!recording.isOpen()) {
+            d_console.error(recording.problem());
             return exitNothingUsable;
         }
         bool allLoaded = true;
         for (std::string const& definition : d_options.definitions)
-            allLoaded = d_signals.load(parseDefinitionFile(definition)) && allLoaded;
+            allLoaded = d_definitions.load(parseDefinitionFile(definition)) && allLoaded;
         noteStopRequests();
-        ExitStatus const defined = d_signals.define();
-        if (defined != exitSuccess)
-            return defined;
-        feedFrom(trace);
+        SignalSet::Built const built = d_signals.share(d_options.only);
+        if (built != SignalSet::Built::Ready)
+            return built == SignalSet::Built::BadFiles ? exitBadData : exitNothingUsable;
+        Drive drive(recording, d_definitions.channels(), d_frame, d_stop);
+        feedFrom(drive);
         if (d_options.keep)
             d_signals.keep();
-        ExitStatus const status = report(trace, d_options.trace, d_console);
-        summarize(trace);
+        ExitStatus const status = report(drive, d_options.trace, d_console);
+        summarize(drive);
         return status == exitSuccess && !allLoaded ? exitNothingUsable : status;
     }
 
@@ -70,38 +74,33 @@ private:
         return d_options.speed;
     }
 
-    void feedFrom(RecordingReader& trace) {
-        Pacer pacer(speed());
+    void feedFrom(Drive& drive) {
         Progress progress;
-        clock_gettime(CLOCK_MONOTONIC, &d_start);
-        Frame frame;
-        while (!stopRequested()) {
-            RecordingReader::Next const next = trace.next(frame);
-            if (next == RecordingReader::Next::End)
-                break;
-            progress.show(d_frames, trace.bytesRead(), trace.totalBytes());
-            if (next == RecordingReader::Next::Interrupted)
-                continue;
-            pacer.waitFor(frame.timestamp);
-            if (stopRequested())
-                break;
-            ++d_frames;
-            d_feeder.feed(frame);
-        }
-        d_seconds = secondsSince(d_start);
+        d_progress = &progress;
+        timespec start{};
+        clock_gettime(CLOCK_MONOTONIC, &start);
+        drive.run(*this);
+        d_seconds = secondsSince(start);
     }
 
-    void summarize(RecordingReader const& trace) {
+    void onFrame(Frame const& frame) override { d_pacer.waitFor(frame.timestamp); }
+    void onProgress(RecordingReader const& recording) override {
+        d_progress->show(d_frame.number, recording.bytesRead(), recording.totalBytes());
+    }
+
+    void summarize(Drive const& drive) {
+        DriveCounts const& counts = drive.counts();
+        Findings const& findings = drive.recording().findings();
         std::ostream& out = d_console.results();
-        auto const perSecond = d_seconds > 0 ? std::llround(static_cast<double>(d_frames) / d_seconds) : 0;
-        out << "lines: " << trace.lines() << "\n"
-            << "frames: " << d_frames << "\n"
-            << "decoded: " << d_feeder.decoded() << "\n"
-            << "skipped by the pre-filter: " << d_feeder.filtered() << "\n"
-            << "CAN FD frames: " << trace.count(LineKind::FdFrame) << "\n"
-            << "remote frames: " << trace.count(LineKind::RemoteFrame) << "\n"
-            << "error frames: " << trace.count(LineKind::ErrorFrame) << "\n"
-            << "malformed lines: " << trace.count(LineKind::Malformed) << malformedNumbers(trace) << "\n"
+        auto const perSecond = d_seconds > 0 ? std::llround(static_cast<double>(counts.frames) / d_seconds) : 0;
+        out << "lines: " << drive.recording().place() << "\n"
+            << "frames: " << counts.frames << "\n"
+            << "decoded: " << counts.decoded << "\n"
+            << "skipped by the pre-filter: " << counts.frames - counts.decoded << "\n"
+            << "CAN FD frames: " << counts.fdFrames << "\n"
+            << "remote frames: " << counts.remoteFrames << "\n"
+            << "error frames: " << counts.errorFrames << "\n"
+            << "malformed lines: " << findings.malformedCount() << malformedNumbers(findings) << "\n"
             << "signals: " << d_signals.sharedCount() << "\n"
             << "signals with a value: " << d_signals.writtenCount() << "\n"
             << "values written: " << d_frame.written << "\n"
@@ -109,21 +108,23 @@ private:
             << "frames per second: " << perSecond << std::endl;
     }
 
-    static std::string malformedNumbers(RecordingReader const& trace) {
+    static std::string malformedNumbers(Findings const& findings) {
         std::string text;
-        for (MalformedLines const& lines : trace.malformed())
-            text += (text.empty() ? " (" : "; ") + std::string(lines.cause) + ": " + lines.lines.text();
+        for (Malformed const& each : findings.malformed())
+            text += (text.empty() ? " (" : "; ") + std::string(each.cause) + ": " + each.places.text();
         return text.empty() ? text : text + ")";
     }
 
     Options const& d_options;
     Console& d_console;
-    FrameInHand d_frame;
+    ConsoleReporter d_reporter;
+    SignalStop d_stop;
+    CurrentFrame d_frame;
+    DefinitionSet d_definitions;
     SignalSet d_signals;
-    CanFeeder d_feeder;
-    timespec d_start{};
+    Pacer d_pacer;
+    Progress* d_progress = nullptr;
     double d_seconds = 0;
-    std::uint64_t d_frames = 0;
 };
 
 } // namespace

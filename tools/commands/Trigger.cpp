@@ -4,19 +4,19 @@
 #include "tools/base/ExitStatus.h"
 #include "tools/base/Nearest.h"
 #include "tools/base/StopRequest.h"
+#include "tools/console/ConsoleReporter.h"
 #include "tools/console/DefinitionOption.h"
 #include "tools/console/RecordingReport.h"
-#include "tools/drive/CanFeeder.h"
+#include "tools/drive/DefinitionSet.h"
+#include "tools/drive/Drive.h"
 #include "tools/drive/SignalSet.h"
 #include "tools/expression/Compile.h"
 #include "tools/expression/MomentPrinter.h"
 #include "tools/expression/Tokens.h"
-#include "tools/recordings/RecordingReader.h"
 
 #include <CLI/CLI.hpp>
 
 #include <memory>
-#include <set>
 #include <string>
 #include <vector>
 
@@ -41,34 +41,48 @@ ExitStatus statusOf(ExitStatus status) {
     return status == exitNothingUsable ? exitNotThere : status;
 }
 
-class Search {
+// Output that no process reads any more is a reason to stop as well.
+class OutputStop : public SignalStop {
+public:
+    explicit OutputStop(std::ostream const& output) : d_output(output) {}
+    bool requested() override { return !d_output || SignalStop::requested(); }
+
+private:
+    std::ostream const& d_output;
+};
+
+class Search : private DriveListener {
 public:
     Search(Options const& options, Console& console)
         : d_options(options),
           d_console(console),
+          d_reporter(console),
+          d_stop(console.results()),
           d_names(signalNames(options.expression)),
-          d_signals(console, d_frame, std::set<std::string>(d_names.begin(), d_names.end())),
-          d_feeder(d_signals.channels(), d_frame),
+          d_definitions(d_reporter),
+          d_signals(d_definitions, d_frame, d_reporter),
           d_printer(console.results(), formatOf(options.format), options.level) {}
 
     int run() {
-        RecordingReader trace(d_options.trace);
-        if (!trace.isOpen()) {
-            d_console.error(trace.problem());
+        RecordingReader recording(d_options.trace, d_stop);
+        if (!recording.isOpen()) {
+            d_console.error(recording.problem());
             return exitNotThere;
         }
         ExitStatus const prepared = prepare();
         if (prepared != exitSuccess)
             return statusOf(prepared);
         noteStopRequests();
-        d_live = trace.totalBytes() == 0;
+        d_live = recording.totalBytes() == 0;
         d_printer.begin();
-        readFrom(trace);
-        ExitStatus const status = report(trace, d_options.trace, d_console);
-        if (trace.count(LineKind::Frame) != 0)
+        Drive drive(recording, d_definitions.channels(), d_frame, d_stop);
+        d_recording = &recording;
+        drive.run(*this);
+        ExitStatus const status = report(drive, d_options.trace, d_console);
+        if (drive.counts().frames != 0)
             reportUnwritten();
         // A recording without a frame has been searched, too.
-        if (status == exitBadData || !trace.problem().empty())
+        if (status == exitBadData || !recording.problem().empty())
             return statusOf(status);
         return d_found ? exitTrue : exitFalse;
     }
@@ -77,11 +91,11 @@ private:
     // From files and text to signals and a program.
     ExitStatus prepare() {
         for (std::string const& definition : d_options.definitions)
-            if (!d_signals.load(parseDefinitionFile(definition)))
+            if (!d_definitions.load(parseDefinitionFile(definition)))
                 return exitNotThere;
-        ExitStatus const defined = d_signals.define();
-        if (defined != exitSuccess)
-            return defined;
+        SignalSet::Built const built = d_signals.build({d_names.begin(), d_names.end()});
+        if (built != SignalSet::Built::Ready)
+            return built == SignalSet::Built::BadFiles ? exitBadData : exitNothingUsable;
         std::vector<std::string> undefined;
         for (std::string const& name : d_names)
             if (BaseSignal::getInstance(name.c_str()) == nullptr)
@@ -97,31 +111,26 @@ private:
             return exitBadData;
         }
         for (std::string const& name : undefined) {
-            std::string const meant = nearest(name, d_signals.names());
+            std::string const meant = nearest(name, d_definitions.names());
             d_console.error("the definition files hold no signal '", name, "'",
                             meant.empty() ? "" : ", did you mean '" + meant + "'?");
         }
         return undefined.empty() ? exitSuccess : exitNotThere;
     }
 
-    void readFrom(RecordingReader& trace) {
-        Frame frame;
-        while (!stopRequested() && d_console.results()) {
-            RecordingReader::Next const next = trace.next(frame);
-            if (next == RecordingReader::Next::End)
-                break;
-            if (next == RecordingReader::Next::Interrupted)
-                continue;
-            d_lastTime = frame.timestamp;
-            std::uint64_t const message = d_feeder.feed(frame);
-            if (message != 0 && d_parser->signalMessageIds.count(message) != 0)
-                evaluate(frame.timestamp, trace.lines());
-        }
+    void onFrame(Frame const& frame) override { d_lastTime = frame.timestamp; }
+
+    void onMessage(Frame const& frame, std::uint64_t message) override {
+        if (d_parser->signalMessageIds.count(message) != 0)
+            evaluate(frame.timestamp, d_recording->place());
+    }
+
+    void onEnd() override {
         if (d_true)
             end(d_lastTime, false);
     }
 
-    void evaluate(std::uint64_t time, std::size_t line) {
+    void evaluate(std::uint64_t time, std::uint64_t line) {
         d_written = d_written || d_parser->isWritten();
         if (!d_written || d_parser->getTrigger() == d_true)
             return;
@@ -131,10 +140,10 @@ private:
             begin(time, line);
     }
 
-    void begin(std::uint64_t time, std::size_t line) {
+    void begin(std::uint64_t time, std::uint64_t line) {
         d_true = true;
         d_found = true;
-        d_moment = {time, line, 0, false};
+        d_moment = {time, static_cast<std::size_t>(line), 0, false};
         if (!d_options.level)
             print();
     }
@@ -166,10 +175,13 @@ private:
 
     Options const& d_options;
     Console& d_console;
-    FrameInHand d_frame;
+    ConsoleReporter d_reporter;
+    OutputStop d_stop;
+    CurrentFrame d_frame;
     std::vector<std::string> d_names;
+    DefinitionSet d_definitions;
     SignalSet d_signals;
-    CanFeeder d_feeder;
+    RecordingReader* d_recording = nullptr;
     MomentPrinter d_printer;
     std::vector<std::unique_ptr<BaseSignal>> d_inputs;
     std::unique_ptr<ExpParser> d_parser;

@@ -5,14 +5,15 @@
 
 namespace qztool {
 
-ExitStatus report(RecordingReader const& trace, std::string const& path, Console& console) {
-    bool const failed = !trace.problem().empty();
+ExitStatus report(Drive const& drive, std::string const& path, Console& console) {
+    Findings const& findings = drive.recording().findings();
+    bool const failed = !findings.problem().empty();
     if (failed)
-        console.error(trace.problem());
-    for (MalformedLines const& lines : trace.malformed())
-        console.error(path, ":", lines.lines.text(), ": ", lines.cause);
-    if (trace.count(LineKind::Frame) == 0 && !stopRequested()) {
-        bool const bad = failed || trace.count(LineKind::Malformed) != 0;
+        console.error(findings.problem());
+    for (Malformed const& malformed : findings.malformed())
+        console.error(path, ":", malformed.places.text(), ": ", malformed.cause);
+    if (drive.counts().frames == 0 && !stopRequested()) {
+        bool const bad = failed || findings.malformedCount() != 0;
         if (!failed)
             console.error(path, bad ? ": not one line holds a frame" : ": holds no frame");
         return bad ? exitBadData : exitNothingUsable;

@@ -1,9 +1,9 @@
-// Tells what was wrong with a recording.
+// Reports what was wrong with a recording.
 #pragma once
 
 #include "tools/base/Console.h"
 #include "tools/base/ExitStatus.h"
-#include "tools/recordings/RecordingReader.h"
+#include "tools/drive/Drive.h"
 
 #include <string>
 
@@ -11,6 +11,6 @@ namespace qztool {
 
 // Reports what was wrong with a recording that was read to its end, or until a stop was requested. Returns the exit
 // status that it gives: `exitSuccess` if frames could be read and nothing kept the reader from reading on.
-ExitStatus report(RecordingReader const& trace, std::string const& path, Console& console);
+ExitStatus report(Drive const& drive, std::string const& path, Console& console);
 
 } // namespace qztool

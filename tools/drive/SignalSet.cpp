@@ -1,199 +1,165 @@
-// From definition files to signals.
+// From definitions to signals.
 #include "tools/drive/SignalSet.h"
 
-#include "tools/base/TextFile.h"
-#include "tools/definitions/Formats.h"
-#include "tools/drive/CanDefinition.h"
-#include "tools/machine/SharedSignals.h"
+#include "tools/drive/Buses.h"
+#include "tools/drive/SegmentPlan.h"
 
 #include <algorithm>
-#include <climits>
 #include <fnmatch.h>
 
 namespace qztool {
 
-namespace {
-
-std::string place(std::string const& path, std::size_t line) {
-    return line != 0 ? path + ":" + std::to_string(line) : path;
+SignalSet::Built SignalSet::checkDefinitions() const {
+    if (d_definitions.hasSignals())
+        return Built::Ready;
+    if (d_definitions.unreadable() != 0)
+        return Built::NoSignals;
+    d_reporter.error("the definition files hold no usable signal");
+    return d_definitions.problems() != 0 ? Built::BadFiles : Built::NoSignals;
 }
 
-} // namespace
-
-SignalSet::SignalSet(Console& console, FrameInHand& frame, std::string only)
-    : d_console(console), d_frame(frame), d_only(std::move(only)) {}
-
-SignalSet::SignalSet(Console& console, FrameInHand& frame, std::set<std::string> names)
-    : d_console(console), d_frame(frame), d_names(std::move(names)) {}
-
-SignalSet::~SignalSet() = default;
-
-void SignalSet::report(Source const& source, std::size_t line, Severity severity, std::string const& text) {
-    ++d_problems;
-    if (severity == Severity::Warning)
-        d_console.warning(place(source.path, line), ": ", text);
-    else
-        d_console.error(place(source.path, line), ": ", text);
-}
-
-bool SignalSet::load(DefinitionFile const& file) {
-    std::string text;
-    std::string const problem = readTextFile(file.path, text);
-    if (!problem.empty()) {
-        d_console.error(file.path, ": ", problem);
-        ++d_unreadable;
-        return false;
+SignalSet::Plan SignalSet::pick(File const& file, std::function<bool(std::string const&)> const& picked) const {
+    Plan plan;
+    for (std::vector<std::string> const& instances : file.instances) {
+        std::vector<Fate>& fates = plan.emplace_back();
+        for (std::string const& instance : instances)
+            fates.push_back(!instance.empty() && picked(instance) ? Fate::Shared : Fate::None);
     }
-    d_sources.push_back(std::make_unique<Source>(Source{file.path, file.channel, readDefinitions(text)}));
-    Source& source = *d_sources.back();
-    if (source.channel)
-        d_channels.addOwn(*source.channel);
-    for (Problem const& each : source.database.problems)
-        report(source, each.line, each.severity, each.text);
-
-    for (MessageDefinition const& message : source.database.messages)
-        for (SignalDefinition const& signal : message.signals)
-            if (!usable(source, instanceName(message, signal), signal.line))
-                d_unusable.insert(&signal);
-    return true;
+    return plan;
 }
 
-// Takes an instance name in, unless it is taken or should be the name of a key file and cannot.
-bool SignalSet::usable(Source const& source, std::string const& instance, std::size_t line) {
-    if (!d_names && instance.find('/') != std::string::npos) {
-        report(source, line, Severity::Error, "'" + instance + "' cannot be shared: the name holds a '/'");
-        return false;
+// A multiplexor above a signal is needed, if only for this process.
+void SignalSet::addMultiplexors(File const& file, Plan& plan) const {
+    for (std::size_t i = 0; i < plan.size(); ++i) {
+        std::vector<SignalDefinition> const& signals = file.database.messages[i].signals;
+        // Backwards, as a multiplexor precedes the signals that it selects.
+        for (std::size_t j = signals.size(); j-- > 0;)
+            if (plan[i][j] != Fate::None && signals[j].multiplexor) {
+                Fate& above = plan[i][*signals[j].multiplexor];
+                above = above == Fate::None ? Fate::Private : above;
+            }
     }
-    if (!d_names && instance.size() > NAME_MAX) {
-        report(source, line, Severity::Error,
-               "'" + instance + "' cannot be shared: the name is longer than " + std::to_string(NAME_MAX) +
-                   " characters");
-        return false;
+}
+
+SignalSet::Built SignalSet::build(std::unordered_set<std::string> const& names) {
+    if (Built const checked = checkDefinitions(); checked != Built::Ready)
+        return checked;
+    for (auto const& file : d_definitions.files()) {
+        Plan plan = pick(*file, [&names](std::string const& instance) { return names.count(instance) != 0; });
+        addMultiplexors(*file, plan);
+        for (std::vector<Fate>& fates : plan)
+            std::replace(fates.begin(), fates.end(), Fate::Shared, Fate::Private);
+        std::vector<Problem> problems;
+        buildFile(*file, plan, problems);
     }
-    auto const [entry, isNew] = d_origins.try_emplace(instance, Origin{&source, line});
-    if (!isNew)
-        report(source, line, Severity::Error,
-               "'" + instance + "' is defined already, at " + place(entry->second.source->path, entry->second.line));
-    return isNew;
+    return Built::Ready;
 }
 
-bool SignalSet::picked(std::string const& instance) const {
-    if (d_names)
-        return d_names->count(instance) != 0;
-    return d_only.empty() || fnmatch(d_only.c_str(), instance.c_str(), 0) == 0;
-}
-
-bool SignalSet::withinSegmentLimit() const {
-    std::size_t wanted = 0;
-    for (auto const& entry : d_origins)
-        if (picked(entry.first) && !segmentExists(entry.first))
-            ++wanted;
-    SegmentLimit const segments = segmentLimit();
-    if (segments.limit == 0 || wanted + segments.inUse <= segments.limit)
-        return true;
-    d_console.error(wanted, " signals need a shared memory segment each, but the kernel allows ", segments.limit,
-                    " (kernel.shmmni), of which ", segments.inUse,
-                    " are in use; pick signals with --only, or raise the limit with: sysctl kernel.shmmni=",
-                    segments.inUse + wanted);
-    return false;
-}
-
-ExitStatus SignalSet::define() {
-    if (d_origins.empty()) {
-        if (d_unreadable == 0)
-            d_console.error("the definition files hold no usable signal");
-        return d_problems != 0 && d_unreadable == 0 ? exitBadData : exitNothingUsable;
+SignalSet::Built SignalSet::share(std::string const& only) {
+    if (Built const checked = checkDefinitions(); checked != Built::Ready)
+        return checked;
+    auto const matches = [&only](std::string const& instance) {
+        return only.empty() || fnmatch(only.c_str(), instance.c_str(), 0) == 0;
+    };
+    std::vector<Plan> plans;
+    std::vector<std::vector<Problem>> problems;
+    std::vector<std::string> picked;
+    for (auto const& file : d_definitions.files()) {
+        Plan& plan = plans.emplace_back(pick(*file, matches));
+        problems.push_back(leaveOutUnshareable(*file, plan));
+        for (std::size_t i = 0; i < plan.size(); ++i)
+            for (std::size_t j = 0; j < plan[i].size(); ++j)
+                if (plan[i][j] == Fate::Shared)
+                    picked.push_back(file->instances[i][j]);
     }
-    if (!d_names)
-        return share();
-    defineMessages();
-    return exitSuccess;
-}
-
-ExitStatus SignalSet::share() {
-    d_picked = static_cast<std::size_t>(
-        std::count_if(d_origins.begin(), d_origins.end(), [this](auto const& entry) { return picked(entry.first); }));
-    if (d_picked == 0) {
-        d_console.error("no signal matches '", d_only, "'");
-        return exitNothingUsable;
+    if (picked.empty()) {
+        d_reporter.error("no signal matches '" + only + "'");
+        return Built::NoMatch;
     }
-    if (!withinSegmentLimit())
-        return exitNothingUsable;
-    defineMessages();
-    if (d_sharedCount != d_picked)
-        d_console.error(d_picked - d_sharedCount, " of ", d_picked, " signals could not be shared");
-    return d_sharedCount != 0 ? exitSuccess : exitNothingUsable;
-}
-
-std::vector<std::string> SignalSet::names() const {
-    std::vector<std::string> result;
-    for (auto const& entry : d_origins)
-        result.push_back(entry.first);
-    std::sort(result.begin(), result.end());
-    return result;
-}
-
-// True if the signal has a key to itself. Two signals with one key would share a segment, and spoil each other's
-// values.
-bool SignalSet::ownKey(std::string const& instance, Origin const& origin) {
-    std::optional<key_t> const key = claimKey(instance, d_keys);
-    if (!key)
-        return true; // the library reports what is wrong with the file
-    auto const [entry, isNew] = d_keys.try_emplace(*key, instance);
-    if (!isNew)
-        report(*origin.source, origin.line, Severity::Error,
-               "'" + instance + "' cannot be shared: its key file has the same key as that of '" + entry->second +
-                   "'; remove /tmp/" + instance + " and start again");
-    return isNew;
-}
-
-void SignalSet::defineMessages() {
-    for (auto const& source : d_sources)
-        for (MessageDefinition const& message : source->database.messages)
-            defineMessage(*source, message);
-}
-
-// Which signals of a message are picked, or are multiplexors above those.
-std::vector<bool> SignalSet::neededIn(MessageDefinition const& message) const {
-    std::vector<bool> needed(message.signals.size());
-    // Backwards, as a multiplexor precedes the signals that it selects.
-    for (std::size_t i = message.signals.size(); i-- > 0;) {
-        SignalDefinition const& signal = message.signals[i];
-        if (d_unusable.count(&signal) != 0 || (!needed[i] && !picked(instanceName(message, signal))))
-            continue;
-        needed[i] = true;
-        if (signal.multiplexor)
-            needed[*signal.multiplexor] = true;
+    if (std::optional<SegmentShortage> const shortage = segmentShortage(picked)) {
+        d_reporter.error(
+            std::to_string(shortage->wanted) + " signals need a shared memory segment each, but the kernel allows " +
+            std::to_string(shortage->limit) + " (kernel.shmmni), of which " + std::to_string(shortage->inUse) +
+            " are in use; pick signals with --only, or raise the limit with: sysctl kernel.shmmni=" +
+            std::to_string(shortage->inUse + shortage->wanted));
+        return Built::NoSegments;
     }
-    return needed;
+    SegmentKeys keys;
+    for (std::size_t f = 0; f < plans.size(); ++f) {
+        File const& file = *d_definitions.files()[f];
+        for (std::size_t i = 0; i < plans[f].size(); ++i)
+            for (std::size_t j = 0; j < plans[f][i].size(); ++j) {
+                if (plans[f][i][j] != Fate::Shared)
+                    continue;
+                std::string const& instance = file.instances[i][j];
+                std::string const other = keys.claim(instance);
+                if (other.empty())
+                    continue;
+                plans[f][i][j] = Fate::None;
+                problems[f].push_back({file.database.messages[i].signals[j].line, Severity::Error,
+                                       "'" + instance +
+                                           "' cannot be shared: its key file has the same key as that of '" + other +
+                                           "'; remove /tmp/" + instance + " and start again"});
+            }
+        addMultiplexors(file, plans[f]);
+        buildFile(file, plans[f], problems[f]);
+    }
+    if (d_sharedCount != picked.size())
+        d_reporter.error(std::to_string(picked.size() - d_sharedCount) + " of " + std::to_string(picked.size()) +
+                         " signals could not be shared");
+    return d_sharedCount != 0 ? Built::Ready : Built::NoSegments;
 }
 
-void SignalSet::defineMessage(Source const& source, MessageDefinition const& message) {
-    std::uint8_t const channel = source.channel ? *source.channel : d_channels.common();
-    std::vector<bool> const needed = neededIn(message);
-    std::vector<CanDriveSignal*> all(message.signals.size()); // null: not built
+std::vector<Problem> SignalSet::leaveOutUnshareable(File const& file, Plan& plan) const {
+    std::vector<Problem> problems;
+    for (std::size_t i = 0; i < plan.size(); ++i)
+        for (std::size_t j = 0; j < plan[i].size(); ++j) {
+            if (plan[i][j] != Fate::Shared)
+                continue;
+            std::string const problem = keyFileProblem(file.instances[i][j]);
+            if (problem.empty())
+                continue;
+            plan[i][j] = Fate::None;
+            problems.push_back({file.database.messages[i].signals[j].line, Severity::Error,
+                                "'" + file.instances[i][j] + "' cannot be shared: " + problem});
+        }
+    return problems;
+}
+
+// Reports the problems, those that come up as well.
+void SignalSet::buildFile(File const& file, Plan const& plan, std::vector<Problem>& problems) {
+    for (std::size_t i = 0; i < plan.size(); ++i)
+        buildMessage(file, i, plan[i], problems);
+    std::stable_sort(problems.begin(), problems.end(),
+                     [](Problem const& a, Problem const& b) { return a.line < b.line; });
+    d_reporter.problems(file.path, problems);
+}
+
+void SignalSet::buildMessage(File const& file, std::size_t index, std::vector<Fate> const& fates,
+                             std::vector<Problem>& problems) {
+    MessageDefinition const& message = file.database.messages[index];
+    BusSupport const* const support = supportOf(message.bus);
+    if (support == nullptr)
+        return;
+    std::uint8_t const channel = file.channel ? *file.channel : d_definitions.channels().common();
+    std::vector<DrivenSignal*> built(message.signals.size()); // null: not there
     for (std::size_t i = 0; i < message.signals.size(); ++i) {
+        if (fates[i] == Fate::None)
+            continue;
         SignalDefinition const& signal = message.signals[i];
-        if (!needed[i] || d_unusable.count(&signal) != 0)
-            continue;
-        std::string const instance = instanceName(message, signal);
-        bool const share = !d_names && picked(instance) && ownKey(instance, d_origins.at(instance));
-        // A multiplexor that is not shared is needed all the same, for this process alone.
-        if (!share && !signal.isMultiplexor && !d_names)
-            continue;
-        CanDriveSignal const* const multiplexor = signal.multiplexor ? all[*signal.multiplexor] : nullptr;
+        std::string const& instance = file.instances[index][i];
+        DrivenSignal const* const multiplexor = signal.multiplexor ? built[*signal.multiplexor] : nullptr;
         if (signal.multiplexor && multiplexor == nullptr) {
-            report(source, signal.line, Severity::Error,
-                   "'" + instance + "' is left out, as its multiplexor '" + message.signals[*signal.multiplexor].name +
-                       "' was");
+            problems.push_back({signal.line, Severity::Error,
+                                "'" + instance + "' is left out, as its multiplexor '" +
+                                    message.signals[*signal.multiplexor].name + "' was"});
             continue;
         }
-        d_signals.push_back(std::make_unique<CanDriveSignal>(canDefinition(message, signal, channel), share, d_frame));
-        CanDriveSignal& built = *d_signals.back();
+        d_signals.push_back(support->build({message, signal, instance, channel, fates[i] == Fate::Shared}, d_frame));
+        built[i] = d_signals.back().get();
         if (multiplexor != nullptr)
-            built.selectBy(*multiplexor, signal.selectedBy);
-        all[i] = &built;
-        if (built.hasSegment())
+            built[i]->selectBy(*multiplexor, signal.selectedBy);
+        if (built[i]->hasSegment())
             ++d_sharedCount;
     }
 }

@@ -1,82 +1,66 @@
 // The signals that a recording feeds, built from definition files.
 #pragma once
 
-#include "tools/base/Console.h"
-#include "tools/base/ExitStatus.h"
-#include "tools/definitions/Database.h"
-#include "tools/drive/CanDriveSignal.h"
-#include "tools/drive/Channels.h"
+#include "tools/base/Reporter.h"
+#include "tools/drive/CurrentFrame.h"
+#include "tools/drive/DefinitionSet.h"
+#include "tools/drive/DrivenSignal.h"
 
+#include <cstddef>
+#include <functional>
 #include <memory>
-#include <optional>
-#include <set>
 #include <string>
-#include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 namespace qztool {
 
-// Reads definition files, reports what is wrong with them, and owns the signals. Instance names are "Message.Signal".
+// Owns the signals. Definitions and frame must outlive it.
 class SignalSet {
 public:
-    // Shared signals: those whose instance names match the pattern `only` (as for file names); empty: all.
-    SignalSet(Console& console, FrameInHand& frame, std::string only);
-    // Signals of this process alone: those with these instance names, as far as the files define them.
-    SignalSet(Console& console, FrameInHand& frame, std::set<std::string> names);
-    ~SignalSet();
+    enum class Built {
+        Ready,
+        NoSignals, // the definition files hold none
+        BadFiles,  // the same, and problems instead
+        NoMatch,   // none is picked
+        NoSegments // none can be shared
+    };
 
-    // Reads a file and takes its definitions in. False if the file cannot be read.
-    bool load(DefinitionFile const& file);
+    SignalSet(DefinitionSet const& definitions, CurrentFrame& frame, Reporter& reporter)
+        : d_definitions(definitions), d_frame(frame), d_reporter(reporter) {}
 
-    // Builds the signals. If the files define none at all, or none can be shared, that is reported and the exit status
-    // that it gives is returned; otherwise `exitSuccess`.
-    ExitStatus define();
-
-    // Instance names of all signals that the files define, built or not.
-    std::vector<std::string> names() const;
+    // Builds shared signals: those whose instance names match the pattern `only` (as for file names); empty: all.
+    // To be called once, as the next. Whatever the result, what is behind it is reported.
+    Built share(std::string const& only);
+    // Builds signals of this process alone: those with these instance names, as far as the files define them.
+    Built build(std::unordered_set<std::string> const& names);
 
     // The segments are to outlive the process.
     void keep();
 
-    Channels const& channels() const { return d_channels; }
     std::size_t sharedCount() const { return d_sharedCount; } // signals that have a segment
     std::size_t writtenCount() const;                         // of these, the ones that were ever written
 
 private:
-    struct Source {
-        std::string path;
-        std::optional<std::uint8_t> channel;
-        Database database;
-    };
-    struct Origin {
-        Source const* source;
-        std::size_t line;
-    };
+    using File = DefinitionSet::File;
 
-    void report(Source const& source, std::size_t line, Severity severity, std::string const& text);
-    bool usable(Source const& source, std::string const& instance, std::size_t line);
-    bool picked(std::string const& instance) const;
-    bool withinSegmentLimit() const;
-    ExitStatus share();
-    void defineMessages();
-    void defineMessage(Source const& source, MessageDefinition const& message);
-    std::vector<bool> neededIn(MessageDefinition const& message) const;
-    bool ownKey(std::string const& instance, Origin const& origin);
+    // What is to become of the signals of one file, by the indices of message and signal.
+    enum class Fate : unsigned char { None, Private, Shared };
+    using Plan = std::vector<std::vector<Fate>>;
 
-    Console& d_console;
-    FrameInHand& d_frame;
-    std::string d_only;
-    std::optional<std::set<std::string>> d_names; // nothing: the signals are shared
-    Channels d_channels;
-    std::vector<std::unique_ptr<Source>> d_sources;
-    std::unordered_map<std::string, Origin> d_origins;      // instance names and where they stand
-    std::set<SignalDefinition const*> d_unusable;           // reported
-    std::unordered_map<key_t, std::string> d_keys;          // instance name of each segment's key
-    std::vector<std::unique_ptr<CanDriveSignal>> d_signals; // a multiplexor before those that it selects
-    std::size_t d_picked = 0;
+    Built checkDefinitions() const;
+    Plan pick(File const& file, std::function<bool(std::string const&)> const& picked) const;
+    void addMultiplexors(File const& file, Plan& plan) const;
+    std::vector<Problem> leaveOutUnshareable(File const& file, Plan& plan) const;
+    void buildFile(File const& file, Plan const& plan, std::vector<Problem>& problems);
+    void buildMessage(File const& file, std::size_t message, std::vector<Fate> const& fates,
+                      std::vector<Problem>& problems);
+
+    DefinitionSet const& d_definitions;
+    CurrentFrame& d_frame;
+    Reporter& d_reporter;
+    std::vector<std::unique_ptr<DrivenSignal>> d_signals; // a multiplexor before those that it selects
     std::size_t d_sharedCount = 0;
-    std::size_t d_problems = 0; // in the files
-    std::size_t d_unreadable = 0;
 };
 
 } // namespace qztool

@@ -16,15 +16,15 @@ class LineFormat;
 // need not be the first; other formats by the first bytes.
 struct RecordingFormat {
     char const* name; // such as "BLF"
-    // Looks at a line of text without its end, or at the first bytes, of which there are as many as the recording has,
-    // up to `formatBytes`.
+    // Looks at a line of text without its end, or at the first bytes, of which there are at least `formatBytes`, unless
+    // the recording has fewer or begins with a shorter line.
     bool (*looksLike)(std::string_view start);
     // One of the two is null. A format of lines has nothing to read but single lines (see text/LineFormat.h).
     std::unique_ptr<LineFormat> (*makeLineFormat)();
     std::unique_ptr<FrameReader> (*open)(InputBuffer& input, Findings& findings);
 };
 
-constexpr std::size_t formatBytes = 64;
+constexpr std::size_t formatBytes = 16;
 
 // The format without lines that begins with these bytes; null: none.
 RecordingFormat const* binaryFormatOf(std::string_view bytes);

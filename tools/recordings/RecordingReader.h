@@ -1,85 +1,67 @@
-// Reads the frames of a trace log, whatever its format.
+// Reads the frames of a recording, whatever its format.
 #pragma once
 
-#include "tools/base/LineNumbers.h"
-#include "tools/recordings/Frame.h"
-#include "tools/recordings/text/AscLog.h"
-#include "tools/recordings/text/CandumpLog.h"
-#include "tools/recordings/text/LineSource.h"
-#include "tools/recordings/text/ParsedLine.h"
+#include "tools/base/Stop.h"
+#include "tools/recordings/FileSource.h"
+#include "tools/recordings/Findings.h"
+#include "tools/recordings/FrameReader.h"
+#include "tools/recordings/InputBuffer.h"
 
-#include <array>
-#include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <string>
-#include <string_view>
-#include <vector>
 
 namespace qztool {
 
-enum class RecordingFormat { Unknown, Candump, Asc };
+class TextReader;
+struct RecordingFormat;
 
-// The lines that are malformed for one cause.
-struct MalformedLines {
-    char const* cause; // plain words, static
-    LineNumbers lines; // counted from 1
-};
-
-// Takes the format from the first line that fits one; lines before it are malformed unless they are blank. A file that
-// cannot be read leaves a `problem` behind and has no (further) frames.
+// Opens a recording, finds its format out when the first bytes are there, and hands its frames out. One that cannot be
+// read leaves a problem in the findings and has no (further) frames.
 class RecordingReader {
 public:
-    enum class Next {
-        Frame,
-        End,        // or a problem
-        Interrupted // by a signal or a request to stop, or after many lines without a frame; call again to go on
-    };
+    using Next = FrameReader::Next;
 
-    // Opens a file, pipe or device; "-" is standard input.
-    explicit RecordingReader(std::string const& path);
+    // Opens a file, pipe or device; "-" is standard input. `stop` must outlive the reader.
+    RecordingReader(std::string const& path, Stop& stop);
     ~RecordingReader();
     RecordingReader(RecordingReader const&) = delete;
     RecordingReader& operator=(RecordingReader const&) = delete;
 
-    // Moves to the next frame, over all lines that hold none.
+    // Moves to the next frame of any kind, over all that is none.
     Next next(Frame& frame);
 
-    // False: there is no such file, or it may not be read; `problem` tells.
+    // False: there is no such file, or it may not be read; the problem says so.
     bool isOpen() const { return d_descriptor >= 0; }
     // One line such as "cannot open 'x.log': No such file or directory"; empty if all is well.
-    std::string const& problem() const { return d_problem; }
-    RecordingFormat format() const { return d_format; }
+    std::string const& problem() const { return d_findings.problem(); }
+    Findings const& findings() const { return d_findings; }
 
-    // Lines so far, which includes the line of the current frame.
-    std::size_t lines() const { return d_lines; }
-    std::size_t count(LineKind kind) const { return d_counts[static_cast<std::size_t>(kind)]; }
-    // By cause, in order of their first lines.
-    std::vector<MalformedLines> const& malformed() const { return d_malformed; }
+    // Such as "ASC"; empty as long as it is not known.
+    char const* formatName() const;
+    // Lines or objects so far, which includes that of the current frame, and what is counted: "line", "object", ...
+    std::uint64_t place() const { return d_reader ? d_reader->place() : 0; }
+    char const* placeKind() const { return d_reader ? d_reader->placeKind() : "line"; }
 
     // Progress: bytes taken so far, out of all; 0 where the size is not known beforehand, as with pipes.
-    std::uint64_t bytesRead() const { return d_source.bytesRead(); }
+    std::uint64_t bytesRead() const { return d_file.bytesRead(); }
     std::uint64_t totalBytes() const { return d_totalBytes; }
 
 private:
     void inspect();
     void closeOwn();
-    LineSource::Next checkContent();
-    Next stop(LineSource::Next reason);
-    ParsedLine parse(std::string_view line, Frame& frame);
-    void addMalformed(char const* cause);
+    Next openFormat();
 
     bool d_isStandardInput;
-    std::string d_name; // as it stands in messages
+    std::string d_name; // as it is in messages
     int d_descriptor;   // negative: not open
-    LineSource d_source;
     std::uint64_t d_totalBytes = 0;
-    std::string d_problem;
-    bool d_contentChecked = false;
-    RecordingFormat d_format = RecordingFormat::Unknown;
-    AscLog d_ascLog;
-    std::size_t d_lines = 0;
-    std::array<std::size_t, lineKinds> d_counts{};
-    std::vector<MalformedLines> d_malformed;
+    Findings d_findings;
+    FileSource d_file;
+    InputBuffer d_input;
+    RecordingFormat const* d_format = nullptr; // of formats without lines
+    TextReader const* d_text = nullptr;        // of the others
+    std::unique_ptr<FrameReader> d_reader;     // null: the beginning has not been read yet
 };
 
 } // namespace qztool

@@ -7,7 +7,7 @@
 #include "tests/tools/definitions/dbc/DatabaseText.h"
 #include "tests/tools/definitions/dbc/Promises.h"
 #include "tools/definitions/TextEncoding.h"
-#include "tools/drive/CanDefinition.h"
+#include "tools/drive/can/CanDefinition.h"
 
 #include <cstdint>
 #include <memory>
@@ -87,7 +87,7 @@ void feed(Database const& database) {
     std::set<std::string> instances;
     for (MessageDefinition const& message : database.messages)
         for (SignalDefinition const& signal : message.signals) {
-            canSignalDef_t const definition = canDefinition(message, signal, channel);
+            canSignalDef_t const definition = canDefinition(message, signal, instanceName(message, signal), channel);
             expectUnit(definition.unit, signal.unit);
             if (instances.insert(definition.instance).second)
                 signals.push_back(std::make_unique<Fed>(definition));

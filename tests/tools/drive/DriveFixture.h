@@ -3,9 +3,9 @@
 
 #include "qzsignal/signal/BaseSignal.h"
 #include "tests/support/Capture.h"
-#include "tools/base/Console.h"
+#include "tools/base/Reporter.h"
 #include "tools/definitions/dbc/DbcReader.h"
-#include "tools/drive/CanFeeder.h"
+#include "tools/drive/Buses.h"
 #include "tools/drive/SignalSet.h"
 
 #include <gtest/gtest.h>
@@ -18,6 +18,41 @@
 #include <vector>
 
 namespace qztool {
+
+// Keeps what is reported, a line each, such as "error: car.dbc:12: text".
+class TextReporter : public Reporter {
+public:
+    void problems(std::string const& file, std::vector<Problem> const& problems) override {
+        for (Problem const& problem : problems)
+            d_text += (problem.severity == Severity::Error ? "error: " : "warning: ") + placeText(file, problem.line) +
+                      ": " + problem.text + "\n";
+    }
+    void error(std::string const& text) override { d_text += "error: " + text + "\n"; }
+
+    std::string const& text() const { return d_text; }
+
+private:
+    std::string d_text;
+};
+
+// Definition files, signals made of them, and a way to feed them.
+struct DrivenSet {
+    explicit DrivenSet(Reporter& reporter) : d_definitions(reporter), d_signals(d_definitions, d_frame, reporter) {}
+
+    bool load(DefinitionFile const& file) { return d_definitions.load(file); }
+    SignalSet::Built share(std::string const& only = "") { return d_signals.share(only); }
+    SignalSet::Built build(std::unordered_set<std::string> const& names) { return d_signals.build(names); }
+    std::uint64_t feed(Frame const& frame) {
+        if (!d_feeder)
+            d_feeder = supportOf(frame.bus)->makeFeeder(d_definitions.channels(), d_frame);
+        return d_feeder->feed(frame);
+    }
+
+    CurrentFrame d_frame;
+    DefinitionSet d_definitions;
+    SignalSet d_signals;
+    std::unique_ptr<Feeder> d_feeder;
+};
 
 // A folder for files of a test, and a prefix that makes message names, and so instance names, its own. Removes the
 // files, and the key files of all signals that a definition file of its names.

@@ -61,21 +61,20 @@ TEST_P(PublicRecordingsTest, arriveWithoutLoss) {
     for (MessageDefinition const& message : database.messages)
         messages[{message.extended, message.address}].push_back(&message);
 
-    Capture const console(std::cerr);
-    Console quiet;
-    FrameInHand inHand;
-    SignalSet set(quiet, inHand, "");
+    TextReporter reporter;
+    DrivenSet set(reporter);
     ASSERT_TRUE(set.load({std::nullopt, path}));
-    ASSERT_EQ(set.define(), exitSuccess) << console.text();
-    EXPECT_GE(set.sharedCount(), recording.leastSignals);
+    ASSERT_EQ(set.share(), SignalSet::Built::Ready) << reporter.text();
+    EXPECT_GE(set.d_signals.sharedCount(), recording.leastSignals);
 
-    CanFeeder feeder(set.channels(), inHand);
+    std::size_t decoded = 0;
     std::map<std::string, Expected> expected;
-    RecordingReader trace(std::string(data) + "/candump/" + recording.trace);
+    NeverStop stop;
+    RecordingReader trace(std::string(data) + "/candump/" + recording.trace, stop);
     ASSERT_TRUE(trace.isOpen()) << trace.problem();
     Frame frame;
     while (trace.next(frame) == RecordingReader::Next::Frame) {
-        feeder.feed(frame);
+        decoded += set.feed(frame) != 0 ? 1 : 0;
         for (MessageDefinition const* const message : messages[{frame.extended(), frame.address}])
             for (SignalDefinition const& signal : message->signals) {
                 std::string const name = message->name + "." + signal.name;
@@ -86,13 +85,13 @@ TEST_P(PublicRecordingsTest, arriveWithoutLoss) {
                 }
                 BaseSignal* const shared = BaseSignal::getInstance(name.c_str());
                 ASSERT_NE(shared, nullptr) << name;
-                ASSERT_EQ(difference(*shared, value), "") << name << " in line " << trace.lines();
+                ASSERT_EQ(difference(*shared, value), "") << name << " in line " << trace.place();
             }
     }
     EXPECT_EQ(trace.problem(), "");
-    EXPECT_EQ(trace.count(LineKind::Malformed), 0U);
-    EXPECT_GE(feeder.decoded(), recording.leastDecoded);
-    RecordProperty("decoded", static_cast<int>(feeder.decoded()));
+    EXPECT_EQ(trace.findings().malformedCount(), 0U);
+    EXPECT_GE(decoded, recording.leastDecoded);
+    RecordProperty("decoded", static_cast<int>(decoded));
 
     // Another process, which knows nothing but the names, finds the same.
     pid_t const reader = fork();

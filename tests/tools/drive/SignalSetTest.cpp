@@ -13,29 +13,28 @@ namespace {
 
 class SignalSetTest : public DriveFixture {
 protected:
-    SignalSet makeSet(std::string const& only = "") { return SignalSet(d_console, d_frame, only); }
+    // The library reports nothing of its own.
+    ~SignalSetTest() override { EXPECT_EQ(d_library.text(), ""); }
 
-    Capture d_errors{std::cerr};
-    Console d_console;
-    FrameInHand d_frame;
+    Capture d_library{std::cerr};
+    TextReporter d_errors;
 };
 
 constexpr char two[] = "BO_ 256 M: 8 X\n SG_ A : 0|8@1+ (0.5,-40) [0|0] \"km/h\" X\n"
                        "BO_ 2147483904 N: 8 X\n SG_ B : 7|16@0- (1,0) [0|0] \"\" X\n";
 
 TEST_F(SignalSetTest, sharesEachSignalUnderMessageAndSignalName) {
-    SignalSet set = makeSet();
+    DrivenSet set(d_errors);
     ASSERT_TRUE(set.load({std::nullopt, dbcFile(two)}));
-    EXPECT_EQ(set.define(), exitSuccess);
-    EXPECT_EQ(set.sharedCount(), 2U);
+    EXPECT_EQ(set.share(), SignalSet::Built::Ready);
+    EXPECT_EQ(set.d_signals.sharedCount(), 2U);
     BaseSignal const* const a = BaseSignal::getInstance(instance("M.A").c_str());
     ASSERT_NE(a, nullptr);
     EXPECT_STREQ(a->getUnit(), "km/h");
     EXPECT_EQ(a->getScaleFactor(), 0.5);
     EXPECT_EQ(a->getOffset(), -40);
     EXPECT_TRUE(segmentExists(instance("M.A")));
-    CanFeeder feeder(set.channels(), d_frame);
-    feeder.feed(frameOf(256, {1, 2}, 0, true));
+    set.feed(frameOf(256, {1, 2}, 0, true));
     EXPECT_EQ(rawValue(instance("N.B")), 0x0102U) << "the extended identifier";
     EXPECT_EQ(rawValue(instance("M.A")), std::nullopt);
     EXPECT_EQ(d_errors.text(), "");
@@ -44,97 +43,96 @@ TEST_F(SignalSetTest, sharesEachSignalUnderMessageAndSignalName) {
 TEST_F(SignalSetTest, segmentsGoWithTheSetUnlessKept) {
     std::string const path = dbcFile(two);
     {
-        SignalSet set = makeSet();
+        DrivenSet set(d_errors);
         set.load({std::nullopt, path});
-        set.define();
+        set.share();
     }
     EXPECT_FALSE(segmentExists(instance("M.A")));
     {
-        SignalSet set = makeSet();
+        DrivenSet set(d_errors);
         set.load({std::nullopt, path});
-        set.define();
-        set.keep();
+        set.share();
+        set.d_signals.keep();
     }
     EXPECT_TRUE(segmentExists(instance("M.A")));
-    SignalSet set = makeSet(); // takes them over, and removes them in the end
+    DrivenSet set(d_errors); // takes them over, and removes them in the end
     set.load({std::nullopt, path});
-    EXPECT_EQ(set.define(), exitSuccess);
+    EXPECT_EQ(set.share(), SignalSet::Built::Ready);
 }
 
 TEST_F(SignalSetTest, onlyPickedSignalsAreShared) {
-    SignalSet set = makeSet("*.B");
+    DrivenSet set(d_errors);
     set.load({std::nullopt, dbcFile(two)});
-    EXPECT_EQ(set.define(), exitSuccess);
-    EXPECT_EQ(set.sharedCount(), 1U);
+    EXPECT_EQ(set.share("*.B"), SignalSet::Built::Ready);
+    EXPECT_EQ(set.d_signals.sharedCount(), 1U);
     EXPECT_FALSE(segmentExists(instance("M.A")));
     EXPECT_TRUE(segmentExists(instance("N.B")));
 }
 
 TEST_F(SignalSetTest, patternWithoutMatchIsReported) {
-    SignalSet set = makeSet("nothing*");
+    DrivenSet set(d_errors);
     set.load({std::nullopt, dbcFile(two)});
-    EXPECT_EQ(set.define(), exitNothingUsable);
-    EXPECT_EQ(d_errors.text(), "qzsignal: error: no signal matches 'nothing*'\n");
+    EXPECT_EQ(set.share("nothing*"), SignalSet::Built::NoMatch);
+    EXPECT_EQ(d_errors.text(), "error: no signal matches 'nothing*'\n");
 }
 
 TEST_F(SignalSetTest, missingFileIsReported) {
-    SignalSet set = makeSet();
+    DrivenSet set(d_errors);
     EXPECT_FALSE(set.load({std::nullopt, "/no/such.dbc"}));
-    EXPECT_EQ(d_errors.text(), "qzsignal: error: /no/such.dbc: No such file or directory\n");
-    EXPECT_EQ(set.define(), exitNothingUsable);
+    EXPECT_EQ(d_errors.text(), "error: /no/such.dbc: No such file or directory\n");
+    EXPECT_EQ(set.share(), SignalSet::Built::NoSignals);
 }
 
 TEST_F(SignalSetTest, folderInPlaceOfAFileIsReported) {
-    SignalSet set = makeSet();
+    DrivenSet set(d_errors);
     EXPECT_FALSE(set.load({std::nullopt, "/tmp"}));
-    EXPECT_EQ(d_errors.text(), "qzsignal: error: /tmp: Is a directory\n");
+    EXPECT_EQ(d_errors.text(), "error: /tmp: Is a directory\n");
 }
 
 TEST_F(SignalSetTest, badDefinitionIsReportedWithItsPlaceAndTheRestWorks) {
     std::string const path = dbcFile("BO_ 256 M: 8 X\n SG_ Bad : 0|65@1+ (1,0) [0|0] \"\" X\n"
                                      " SG_ Good : 0|8@1+ (1,0) [0|0] \"\" X\n");
-    SignalSet set = makeSet();
+    DrivenSet set(d_errors);
     set.load({std::nullopt, path});
-    EXPECT_EQ(d_errors.text().find("qzsignal: error: " + path + ":2: "), 0U) << d_errors.text();
-    EXPECT_EQ(set.define(), exitSuccess);
-    EXPECT_EQ(set.sharedCount(), 1U);
+    EXPECT_EQ(d_errors.text().find("error: " + path + ":2: "), 0U) << d_errors.text();
+    EXPECT_EQ(set.share(), SignalSet::Built::Ready);
+    EXPECT_EQ(set.d_signals.sharedCount(), 1U);
 }
 
 TEST_F(SignalSetTest, fileThatIsBadThroughoutIsBadData) {
-    SignalSet set = makeSet();
+    DrivenSet set(d_errors);
     set.load({std::nullopt, dbcFile("BO_ 256 M: 8 X\n SG_ Bad : 0|0@1+ (1,0) [0|0] \"\" X\n")});
-    EXPECT_EQ(set.define(), exitBadData);
+    EXPECT_EQ(set.share(), SignalSet::Built::BadFiles);
 }
 
 TEST_F(SignalSetTest, fileWithoutSignalsIsNothingUsable) {
-    SignalSet set = makeSet();
+    DrivenSet set(d_errors);
     set.load({std::nullopt, dbcFile("VERSION \"\"\n")});
-    EXPECT_EQ(set.define(), exitNothingUsable);
-    EXPECT_EQ(d_errors.text(), "qzsignal: error: the definition files hold no usable signal\n");
+    EXPECT_EQ(set.share(), SignalSet::Built::NoSignals);
+    EXPECT_EQ(d_errors.text(), "error: the definition files hold no usable signal\n");
 }
 
 TEST_F(SignalSetTest, nameInTwoFilesIsTakenFromTheFirst) {
     std::string const first = dbcFile(two), second = dbcFile(two);
-    SignalSet set = makeSet();
+    DrivenSet set(d_errors);
     set.load({std::uint8_t{1}, first});
     set.load({std::uint8_t{2}, second});
-    EXPECT_EQ(d_errors.text(), "qzsignal: error: " + second + ":2: '" + instance("M.A") + "' is defined already, at " +
-                                   first + ":2\n" + "qzsignal: error: " + second + ":4: '" + instance("N.B") +
+    EXPECT_EQ(d_errors.text(), "error: " + second + ":2: '" + instance("M.A") + "' is defined already, at " + first +
+                                   ":2\n" + "error: " + second + ":4: '" + instance("N.B") +
                                    "' is defined already, at " + first + ":4\n");
-    EXPECT_EQ(set.define(), exitSuccess);
-    EXPECT_EQ(set.sharedCount(), 2U);
+    EXPECT_EQ(set.share(), SignalSet::Built::Ready);
+    EXPECT_EQ(set.d_signals.sharedCount(), 2U);
 }
 
 TEST_F(SignalSetTest, fileWithChannelServesThatChannelAlone) {
-    SignalSet set = makeSet();
+    DrivenSet set(d_errors);
     set.load({std::uint8_t{2}, dbcFile("BO_ 256 M: 8 X\n SG_ A : 0|8@1+ (1,0) [0|0] \"\" X\n")});
     set.load({std::nullopt, dbcFile("BO_ 256 Other: 8 X\n SG_ A : 0|8@1+ (1,0) [0|0] \"\" X\n")});
-    set.define();
-    CanFeeder feeder(set.channels(), d_frame);
-    feeder.feed(frameOf(256, {1}, 2));
+    set.share();
+    set.feed(frameOf(256, {1}, 2));
     EXPECT_EQ(rawValue(instance("M.A")), 1U);
     EXPECT_EQ(rawValue(instance("Other.A")), std::nullopt);
-    feeder.feed(frameOf(256, {5}, 3));
+    set.feed(frameOf(256, {5}, 3));
     EXPECT_EQ(rawValue(instance("M.A")), 1U);
     EXPECT_EQ(rawValue(instance("Other.A")), 5U);
 }
@@ -145,32 +143,30 @@ TEST_F(SignalSetTest, nameThatCannotBeAFileNameIsLeftOut) {
                                      " : 0|8@1+ (1,0) [0|0] \"\" X\n SG_ Good : 0|8@1+ (1,0) [0|0] \"\" X\n"
                                      "BO_ 257 A: 8 X\n SG_ Short : 0|8@1+ (1,0) [0|0] \"\" X\n"
                                      "BA_ \"SystemSignalLongSymbol\" SG_ 257 Short \"a/b\";\n");
-    SignalSet set = makeSet();
+    DrivenSet set(d_errors);
     set.load({std::nullopt, path});
+    EXPECT_EQ(set.share(), SignalSet::Built::Ready);
     std::string const text = d_errors.text();
-    EXPECT_NE(text.find("qzsignal: error: " + path + ":2: '" + instance("M." + longName) +
+    EXPECT_NE(text.find("error: " + path + ":2: '" + instance("M." + longName) +
                         "' cannot be shared: the name is longer than 255 characters\n"),
               std::string::npos)
         << text;
-    EXPECT_NE(text.find("qzsignal: error: " + path + ":5: '" + instance("A.a/b") +
-                        "' cannot be shared: the name holds a '/'\n"),
+    EXPECT_NE(text.find("error: " + path + ":5: '" + instance("A.a/b") + "' cannot be shared: the name holds a '/'\n"),
               std::string::npos)
         << text;
-    EXPECT_EQ(set.define(), exitSuccess);
-    EXPECT_EQ(set.sharedCount(), 1U);
+    EXPECT_EQ(set.d_signals.sharedCount(), 1U);
 }
 
 TEST_F(SignalSetTest, namedSignalsAreBuiltForThisProcessAlone) {
-    SignalSet set(d_console, d_frame, std::set<std::string>{instance("N.B"), instance("N.Unknown")});
+    DrivenSet set(d_errors);
     set.load({std::nullopt, dbcFile(two)});
-    EXPECT_EQ(set.define(), exitSuccess);
-    EXPECT_EQ(set.names(), (std::vector<std::string>{instance("M.A"), instance("N.B")}));
-    EXPECT_EQ(set.sharedCount(), 0U);
+    EXPECT_EQ(set.build({instance("N.B"), instance("N.Unknown")}), SignalSet::Built::Ready);
+    EXPECT_EQ(set.d_definitions.names(), (std::vector<std::string>{instance("M.A"), instance("N.B")}));
+    EXPECT_EQ(set.d_signals.sharedCount(), 0U);
     EXPECT_EQ(BaseSignal::getInstance(instance("M.A").c_str()), nullptr);
     ASSERT_NE(BaseSignal::getInstance(instance("N.B").c_str()), nullptr);
-    CanFeeder feeder(set.channels(), d_frame);
-    EXPECT_EQ(feeder.feed(frameOf(256, {1, 2})), 0U);
-    EXPECT_NE(feeder.feed(frameOf(256, {1, 2}, 0, true)), 0U);
+    EXPECT_EQ(set.feed(frameOf(256, {1, 2})), 0U);
+    EXPECT_NE(set.feed(frameOf(256, {1, 2}, 0, true)), 0U);
     EXPECT_EQ(rawValue(instance("N.B")), 0x0102U);
     EXPECT_NE(access(("/tmp/" + instance("N.B")).c_str(), F_OK), 0) << "there is no key file";
     EXPECT_EQ(d_errors.text(), "");
@@ -178,26 +174,26 @@ TEST_F(SignalSetTest, namedSignalsAreBuiltForThisProcessAlone) {
 
 TEST_F(SignalSetTest, namedSignalsNeedNoFileNames) {
     std::string const longName(256, 'x');
-    SignalSet set(d_console, d_frame, std::set<std::string>{instance("M." + longName)});
+    DrivenSet set(d_errors);
     set.load({std::nullopt, dbcFile("BO_ 256 M: 8 X\n SG_ " + longName + " : 0|8@1+ (1,0) [0|0] \"\" X\n")});
-    EXPECT_EQ(set.define(), exitSuccess);
+    EXPECT_EQ(set.build({instance("M." + longName)}), SignalSet::Built::Ready);
     EXPECT_NE(BaseSignal::getInstance(instance("M." + longName).c_str()), nullptr);
     EXPECT_EQ(d_errors.text(), "");
 }
 
 TEST_F(SignalSetTest, namedSignalsInFilesWithoutAnyAreReported) {
-    SignalSet set(d_console, d_frame, std::set<std::string>{"A"});
+    DrivenSet set(d_errors);
     set.load({std::nullopt, dbcFile("VERSION \"\"\n")});
-    EXPECT_EQ(set.define(), exitNothingUsable);
-    EXPECT_EQ(d_errors.text(), "qzsignal: error: the definition files hold no usable signal\n");
+    EXPECT_EQ(set.build({"A"}), SignalSet::Built::NoSignals);
+    EXPECT_EQ(d_errors.text(), "error: the definition files hold no usable signal\n");
 }
 
 TEST_F(SignalSetTest, longUnitIsCutBetweenCharacters) {
     // 30 letters and a character of two bytes: the record holds 31 bytes.
     std::string const unit(30, 'u');
-    SignalSet set = makeSet();
+    DrivenSet set(d_errors);
     set.load({std::nullopt, dbcFile("BO_ 256 M: 8 X\n SG_ A : 0|8@1+ (1,0) [0|0] \"" + unit + "\xc2\xb0\" X\n")});
-    set.define();
+    set.share();
     EXPECT_EQ(BaseSignal::getInstance(instance("M.A").c_str())->getUnit(), unit);
 }
 
@@ -207,14 +203,14 @@ TEST_F(SignalSetTest, keyThatAnotherSignalHasIsNotShared) {
     std::string const a = "/tmp/" + instance("M.A"), b = "/tmp/" + instance("N.B");
     std::ofstream(a).close();
     ASSERT_EQ(link(a.c_str(), b.c_str()), 0);
-    SignalSet set = makeSet();
+    DrivenSet set(d_errors);
     set.load({std::nullopt, path});
-    EXPECT_EQ(set.define(), exitSuccess);
-    EXPECT_EQ(d_errors.text(), "qzsignal: error: " + path + ":4: '" + instance("N.B") +
+    EXPECT_EQ(set.share(), SignalSet::Built::Ready);
+    EXPECT_EQ(d_errors.text(), "error: " + path + ":4: '" + instance("N.B") +
                                    "' cannot be shared: its key file has the same key as that of '" + instance("M.A") +
                                    "'; remove " + b + " and start again\n" +
-                                   "qzsignal: error: 1 of 2 signals could not be shared\n");
-    EXPECT_EQ(set.sharedCount(), 1U);
+                                   "error: 1 of 2 signals could not be shared\n");
+    EXPECT_EQ(set.d_signals.sharedCount(), 1U);
 }
 
 // Makes files in a file system that counts inode numbers up, until the next one is to have the key of `first`. False if
@@ -239,7 +235,7 @@ bool nextFileHasKeyOf(std::string const& first) {
 TEST_F(SignalSetTest, keyThatTwoFilesHaveByChanceIsSharedOnce) {
     std::string const path = dbcFile(two);
     std::string const a = "/tmp/" + instance("M.A"), b = "/tmp/" + instance("N.B");
-    SignalSet set = makeSet();
+    DrivenSet set(d_errors);
     set.load({std::nullopt, path});
     PrivateTmp const tmp("size=64k");
     if (!tmp.isThere())
@@ -249,12 +245,12 @@ TEST_F(SignalSetTest, keyThatTwoFilesHaveByChanceIsSharedOnce) {
         GTEST_SKIP() << "inode numbers are not counted up here";
     std::ofstream(b).close();
     ASSERT_EQ(keyOf(instance("M.A")), keyOf(instance("N.B")));
-    EXPECT_EQ(set.define(), exitSuccess);
+    EXPECT_EQ(set.share(), SignalSet::Built::Ready);
     EXPECT_NE(d_errors.text().find("'" + instance("N.B") +
                                    "' cannot be shared: its key file has the same key as that of '" + instance("M.A")),
               std::string::npos)
         << d_errors.text();
-    EXPECT_EQ(set.sharedCount(), 1U);
+    EXPECT_EQ(set.d_signals.sharedCount(), 1U);
     std::vector<ListedSignal> const listed = sharedSignals();
     ASSERT_EQ(listed.size(), 2U);
     EXPECT_EQ(listed[0].key, listed[1].key) << "for the list to report";

@@ -141,10 +141,11 @@ TEST_P(PublicTriggersTest, areFoundWhereTheyAre) {
     ASSERT_EQ(readTextFile(definitions, text), "");
     Database const database = readDatabase(text);
 
-    RecordingReader trace(path);
+    NeverStop stop;
+    RecordingReader trace(path, stop);
     Frame frame;
     while (trace.next(frame) == RecordingReader::Next::Frame)
-        d_frames.emplace_back(frame, trace.lines());
+        d_frames.emplace_back(frame, trace.place());
     ASSERT_FALSE(d_frames.empty());
 
     std::vector<Series> const varying = varyingSignals(database);

@@ -17,30 +17,29 @@
 
 namespace qztool {
 
-inline std::string textOf(LineKind kind) {
-    constexpr char const* names[lineKinds] = {"frame", "FD frame", "remote frame", "error frame", "other", "malformed"};
-    return names[static_cast<std::size_t>(kind)];
-}
-
-// "malformed: odd number of data digits", else the kind alone.
-inline std::string textOf(ParsedLine const& line) {
-    return line.cause != nullptr ? textOf(line.kind) + ": " + line.cause : textOf(line.kind);
-}
-
 inline std::string hexText(std::uint32_t value, int digits) {
     char text[9];
     std::snprintf(text, sizeof text, "%0*lX", digits, static_cast<unsigned long>(value));
     return text;
 }
 
-// "1500000 2 7FF#0102" of time stamp, channel, identifier (8 digits: extended) and data.
+// "1500000 2 7FF#0102" of time stamp, channel, identifier (8 digits: extended) and data; of other frames their kind.
 inline std::string textOf(Frame const& frame) {
+    if (frame.is(frameFlag::error | frameFlag::remote | frameFlag::fd))
+        return frame.is(frameFlag::error) ? "error frame" : frame.is(frameFlag::remote) ? "remote frame" : "FD frame";
     std::string text = std::to_string(frame.timestamp) + ' ' + std::to_string(frame.channel) + ' ';
     text += hexText(frame.address, frame.extended() ? 8 : 3) + '#';
     for (std::size_t i = 0; i < frame.length; ++i) {
         text += hexText(frame.bytes[i], 2);
     }
     return text;
+}
+
+// What became of a line: the frame, "other", or "malformed: odd number of data digits".
+inline std::string textOf(ParsedLine const& line, Frame const& frame) {
+    if (line.kind == LineKind::Frame)
+        return textOf(frame);
+    return line.kind == LineKind::Other ? "other" : "malformed: " + std::string(line.cause);
 }
 
 // A frame that was used before, so that what a reader fails to set shows.

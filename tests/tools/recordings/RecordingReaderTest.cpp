@@ -3,6 +3,8 @@
 
 #include "tests/tools/recordings/RecordingFixtures.h"
 
+#include "tools/base/StopRequest.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -15,6 +17,8 @@ namespace {
 
 using Next = RecordingReader::Next;
 using Frames = std::vector<std::string>;
+
+SignalStop stop;
 
 Frames framesOf(RecordingReader& reader) {
     Frames frames;
@@ -30,14 +34,14 @@ Frames framesOf(RecordingReader& reader) {
 // "odd number of data digits: 3, 5-6" for each cause.
 std::string malformedText(RecordingReader const& reader) {
     std::string text;
-    for (MalformedLines const& lines : reader.malformed()) {
-        text += (text.empty() ? "" : "; ") + std::string(lines.cause) + ": " + lines.lines.text();
+    for (Malformed const& each : reader.findings().malformed()) {
+        text += (text.empty() ? "" : "; ") + std::string(each.cause) + ": " + each.places.text();
     }
     return text;
 }
 
 struct Result {
-    RecordingFormat format;
+    std::string format;
     Frames frames;
     std::string malformed;
     std::string problem;
@@ -45,9 +49,9 @@ struct Result {
 
 Result resultOf(std::string_view content) {
     TemporaryFile const file(content);
-    RecordingReader reader(file.path());
+    RecordingReader reader(file.path(), stop);
     Frames const frames = framesOf(reader);
-    return {reader.format(), frames, malformedText(reader), reader.problem()};
+    return {reader.formatName(), frames, malformedText(reader), reader.problem()};
 }
 
 // Standard input comes from a pipe as long as the object lives.
@@ -67,7 +71,7 @@ private:
 
 TEST(RecordingReaderTest, candumpLogIsRecognised) {
     Result const result = resultOf("\n \r\n(1.0) can0 123#01\n(2.0) can1 12345678#\n");
-    EXPECT_EQ(result.format, RecordingFormat::Candump);
+    EXPECT_EQ(result.format, "candump");
     EXPECT_EQ(result.frames, (Frames{"1000000 0 123#01", "2000000 1 12345678#"}));
     EXPECT_EQ(result.malformed, "");
     EXPECT_EQ(result.problem, "");
@@ -77,7 +81,7 @@ TEST(RecordingReaderTest, ascLogIsRecognisedByEachOfItsBeginnings) {
     for (std::string const beginning : {"date Sat Sep 30 15:06:13.191 2017\r\n", "base hex timestamps absolute\r\n",
                                         "// version 9\r\n", "\r\n", ""}) {
         Result const result = resultOf(beginning + "0.5 1 64 Rx d 1 0A\r\n");
-        EXPECT_EQ(result.format, RecordingFormat::Asc) << beginning;
+        EXPECT_EQ(result.format, "ASC") << beginning;
         EXPECT_EQ(result.frames, Frames{"500000 1 064#0A"}) << beginning;
         EXPECT_EQ(result.malformed, "") << beginning;
     }
@@ -99,14 +103,14 @@ TEST(RecordingReaderTest, linesBeforeRecognitionAreMalformed) {
 
 TEST(RecordingReaderTest, formatStaysAsRecognised) {
     Result const result = resultOf("(1.0) can0 123#01\n0.5 1 64 Rx d 0\n");
-    EXPECT_EQ(result.format, RecordingFormat::Candump);
+    EXPECT_EQ(result.format, "candump");
     EXPECT_EQ(result.frames, Frames{"1000000 0 123#01"});
     EXPECT_EQ(result.malformed, "line does not begin with a time in parentheses: 2");
 }
 
 TEST(RecordingReaderTest, textOfAnotherKindHasNoFrames) {
     Result const result = resultOf("hello\nworld\n");
-    EXPECT_EQ(result.format, RecordingFormat::Unknown);
+    EXPECT_EQ(result.format, "");
     EXPECT_EQ(result.frames, Frames{});
     EXPECT_EQ(result.malformed, "neither a candump nor an ASC line: 1-2");
     EXPECT_EQ(result.problem, "");
@@ -114,13 +118,13 @@ TEST(RecordingReaderTest, textOfAnotherKindHasNoFrames) {
 
 TEST(RecordingReaderTest, emptyFileHasNeitherFramesNorProblem) {
     Result const result = resultOf("");
-    EXPECT_EQ(result.format, RecordingFormat::Unknown);
+    EXPECT_EQ(result.format, "");
     EXPECT_EQ(result.frames, Frames{});
     EXPECT_EQ(result.malformed, "");
     EXPECT_EQ(result.problem, "");
 }
 
-TEST(RecordingReaderTest, linesAreCountedByKind) {
+TEST(RecordingReaderTest, framesOfAllKindsAreHandedOutAndMalformedLinesCounted) {
     TemporaryFile const file("(1.0) can0 123#01\n"
                              "(1.0) can0 123#0\n"
                              "\n"
@@ -128,27 +132,24 @@ TEST(RecordingReaderTest, linesAreCountedByKind) {
                              "(1.0) can0 123#R\n(1.0) can0 123#R2\n"
                              "(1.0) can0 20000001#0000000000000000\n"
                              "(1.0) can0 123#1\n(1.0) can0 12#\n(1.0) can0 123#03");
-    RecordingReader reader(file.path());
-    EXPECT_EQ(framesOf(reader).size(), 2U);
-    EXPECT_EQ(reader.lines(), 10U);
-    EXPECT_EQ(reader.count(LineKind::Frame), 2U);
-    EXPECT_EQ(reader.count(LineKind::FdFrame), 1U);
-    EXPECT_EQ(reader.count(LineKind::RemoteFrame), 2U);
-    EXPECT_EQ(reader.count(LineKind::ErrorFrame), 1U);
-    EXPECT_EQ(reader.count(LineKind::Other), 1U);
-    EXPECT_EQ(reader.count(LineKind::Malformed), 3U);
+    RecordingReader reader(file.path(), stop);
+    EXPECT_EQ(framesOf(reader), (Frames{"1000000 0 123#01", "FD frame", "remote frame", "remote frame", "error frame",
+                                        "1000000 0 123#03"}));
+    EXPECT_EQ(reader.place(), 10U);
+    EXPECT_EQ(std::string(reader.placeKind()), "line");
+    EXPECT_EQ(reader.findings().malformedCount(), 3U);
     EXPECT_EQ(malformedText(reader),
               "odd number of data digits: 2, 8; identifier has neither 3 nor 8 hexadecimal digits: 9");
 }
 
 TEST(RecordingReaderTest, lineNumberIsThatOfTheCurrentFrame) {
     TemporaryFile const file("\n(1.0) can0 123#\n\n\n(2.0) can0 123#\n");
-    RecordingReader reader(file.path());
+    RecordingReader reader(file.path(), stop);
     Frame frame;
     ASSERT_EQ(reader.next(frame), Next::Frame);
-    EXPECT_EQ(reader.lines(), 2U);
+    EXPECT_EQ(reader.place(), 2U);
     ASSERT_EQ(reader.next(frame), Next::Frame);
-    EXPECT_EQ(reader.lines(), 5U);
+    EXPECT_EQ(reader.place(), 5U);
 }
 
 TEST(RecordingReaderTest, overlongLineIsMalformed) {
@@ -163,7 +164,7 @@ TEST(RecordingReaderTest, callerHasATurnDuringManyLinesWithoutFrames) {
         content += "x\n";
     }
     TemporaryFile const file(content);
-    RecordingReader reader(file.path());
+    RecordingReader reader(file.path(), stop);
     Frame frame;
     EXPECT_EQ(reader.next(frame), Next::Interrupted);
     EXPECT_EQ(reader.next(frame), Next::End);
@@ -173,7 +174,7 @@ TEST(RecordingReaderTest, callerHasATurnDuringManyLinesWithoutFrames) {
 TEST(RecordingReaderTest, progressEndsAtTheSizeOfTheFile) {
     std::string const content = "(1.0) can0 123#\n(2.0) can0 123#\n";
     TemporaryFile const file(content);
-    RecordingReader reader(file.path());
+    RecordingReader reader(file.path(), stop);
     EXPECT_EQ(reader.totalBytes(), content.size());
     EXPECT_EQ(reader.bytesRead(), 0U);
     framesOf(reader);
@@ -181,7 +182,7 @@ TEST(RecordingReaderTest, progressEndsAtTheSizeOfTheFile) {
 }
 
 TEST(RecordingReaderTest, missingFileIsAProblem) {
-    RecordingReader reader("/tmp/no such folder/x.log");
+    RecordingReader reader("/tmp/no such folder/x.log", stop);
     EXPECT_FALSE(reader.isOpen());
     EXPECT_EQ(reader.problem(), "cannot open '/tmp/no such folder/x.log': No such file or directory");
     Frame frame;
@@ -189,7 +190,7 @@ TEST(RecordingReaderTest, missingFileIsAProblem) {
 }
 
 TEST(RecordingReaderTest, directoryIsAProblem) {
-    RecordingReader const reader("/tmp");
+    RecordingReader const reader("/tmp", stop);
     EXPECT_FALSE(reader.isOpen());
     EXPECT_EQ(reader.problem(), "cannot open '/tmp': Is a directory");
 }
@@ -200,14 +201,14 @@ TEST(RecordingReaderTest, unreadableFileIsAProblem) {
     }
     TemporaryFile const file("(1.0) can0 123#\n");
     ASSERT_EQ(chmod(file.path().c_str(), 0), 0);
-    RecordingReader const reader(file.path());
+    RecordingReader const reader(file.path(), stop);
     EXPECT_FALSE(reader.isOpen());
     EXPECT_EQ(reader.problem(), "cannot open '" + file.path() + "': Permission denied");
 }
 
 TEST(RecordingReaderTest, failedReadingIsAProblem) {
     // Opens well, but nothing is mapped where the reading begins.
-    RecordingReader reader("/proc/self/mem");
+    RecordingReader reader("/proc/self/mem", stop);
     if (!reader.isOpen()) {
         GTEST_SKIP() << reader.problem();
     }
@@ -246,7 +247,7 @@ TEST(RecordingReaderTest, standardInputIsReadAsItComes) {
     Interruptions const insteadOfHanging(2000);
     Pipe pipe;
     StandardInput const redirected(pipe);
-    RecordingReader reader("-");
+    RecordingReader reader("-", stop);
     EXPECT_TRUE(reader.isOpen());
     EXPECT_EQ(reader.totalBytes(), 0U);
     Frame frame;
@@ -264,7 +265,7 @@ TEST(RecordingReaderTest, standardInputIsReadAsItComes) {
 TEST(RecordingReaderTest, signalInterruptsWaiting) {
     Pipe pipe;
     StandardInput const redirected(pipe);
-    RecordingReader reader("-");
+    RecordingReader reader("-", stop);
     Frame frame;
     {
         Interruptions const interruptions(5);
@@ -278,8 +279,8 @@ TEST(RecordingReaderTest, signalInterruptsWaiting) {
 TEST(RecordingReaderTest, problemNamesStandardInput) {
     Pipe pipe;
     StandardInput const redirected(pipe);
-    ASSERT_TRUE(pipe.write(std::string_view("\0", 1)));
-    RecordingReader reader("-");
+    ASSERT_TRUE(pipe.write(std::string(16, '\0')));
+    RecordingReader reader("-", stop);
     Frame frame;
     EXPECT_EQ(reader.next(frame), Next::End);
     EXPECT_EQ(reader.problem(), "standard input is not a text log: it contains NUL bytes");
@@ -288,7 +289,7 @@ TEST(RecordingReaderTest, problemNamesStandardInput) {
 // Every line is counted once, and every frame keeps its promises.
 void checkDamaged(std::string const& content) {
     TemporaryFile const file(content);
-    RecordingReader reader(file.path());
+    RecordingReader reader(file.path(), stop);
     Frame frame;
     std::size_t frames = 0;
     for (Next next = reader.next(frame); next == Next::Frame; next = reader.next(frame)) {
@@ -299,20 +300,15 @@ void checkDamaged(std::string const& content) {
     if (!reader.problem().empty()) {
         return;
     }
-    std::size_t counted = 0;
-    for (std::size_t kind = 0; kind < lineKinds; ++kind) {
-        counted += reader.count(static_cast<LineKind>(kind));
-    }
     std::size_t listed = 0;
-    for (MalformedLines const& lines : reader.malformed()) {
-        listed += lines.lines.count();
+    for (Malformed const& each : reader.findings().malformed()) {
+        listed += each.places.count();
     }
     bool const hasOpenEnd = !content.empty() && content.back() != '\n';
     auto const lineFeeds = static_cast<std::size_t>(std::count(content.begin(), content.end(), '\n'));
-    ASSERT_EQ(reader.lines(), lineFeeds + (hasOpenEnd ? 1 : 0)) << content;
-    ASSERT_EQ(counted, reader.lines()) << content;
-    ASSERT_EQ(frames, reader.count(LineKind::Frame)) << content;
-    ASSERT_EQ(listed, reader.count(LineKind::Malformed)) << content;
+    ASSERT_EQ(reader.place(), lineFeeds + (hasOpenEnd ? 1 : 0)) << content;
+    ASSERT_LE(frames + reader.findings().malformedCount(), reader.place()) << content;
+    ASSERT_EQ(listed, reader.findings().malformedCount()) << content;
 }
 
 TEST(RecordingReaderTest, damageNeverBreaksTheAccount) {

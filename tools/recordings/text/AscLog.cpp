@@ -57,15 +57,17 @@ bool isDirection(std::string_view word) {
     return word == "Rx" || word == "Tx" || word == "TxRq";
 }
 
-bool isErrorFrame(std::string_view word) {
-    return equalIgnoringCase(word, "ErrorFrame");
+// A frame of which nothing but its kind is read.
+ParsedLine frameWithout(std::uint16_t flags, Frame& frame) {
+    frame.bus = Bus::Can;
+    frame.address = 0;
+    frame.flags = flags;
+    frame.length = 0;
+    return {LineKind::Frame};
 }
 
-// From behind "CANFD" on: error frames have the word in place of the direction or of the identifier.
-ParsedLine parseFdEvent(TextCursor cursor) {
-    cursor.word(); // channel
-    bool const isError = isErrorFrame(cursor.word()) || isErrorFrame(cursor.word());
-    return {isError ? LineKind::ErrorFrame : LineKind::FdFrame};
+bool isErrorFrame(std::string_view word) {
+    return equalIgnoringCase(word, "ErrorFrame");
 }
 
 } // namespace
@@ -143,16 +145,23 @@ ParsedLine AscLog::parseEvent(TextCursor cursor, Frame& frame) {
     TextCursor const behindTime = cursor;
     std::string_view const first = cursor.word();
     if (first == "CANFD") {
-        return parseFdEvent(cursor);
+        return parseFdEvent(cursor, frame);
     }
     if (first.empty() || !std::all_of(first.begin(), first.end(), isDecimalDigit)) {
         return {LineKind::Other};
     }
     // A channel's number begins frames, but statistics and transport protocol messages as well.
     if (isErrorFrame(cursor.word())) {
-        return {LineKind::ErrorFrame};
+        return frameWithout(frameFlag::error, frame);
     }
     return isDirection(cursor.word()) ? parseFrame(behindTime, frame) : ParsedLine{LineKind::Other};
+}
+
+// From after "CANFD" on: error frames have the word in place of the direction or of the identifier.
+ParsedLine AscLog::parseFdEvent(TextCursor cursor, Frame& frame) const {
+    cursor.word(); // channel
+    bool const isError = isErrorFrame(cursor.word()) || isErrorFrame(cursor.word());
+    return frameWithout(isError ? frameFlag::error : frameFlag::fd, frame);
 }
 
 ParsedLine AscLog::parseFrame(TextCursor cursor, Frame& frame) const {
@@ -166,7 +175,7 @@ ParsedLine AscLog::parseFrame(TextCursor cursor, Frame& frame) const {
     cursor.word(); // direction
     std::string_view const type = cursor.word();
     if (type == "r") {
-        return {LineKind::RemoteFrame};
+        return frameWithout(frameFlag::remote, frame);
     }
     if (type != "d") {
         return malformedLine("frame is marked neither as data (d) nor as remote (r)");
@@ -177,7 +186,7 @@ ParsedLine AscLog::parseFrame(TextCursor cursor, Frame& frame) const {
     }
     // Deliberate: some tools write CAN FD frames in the classic form, told by nothing but their length.
     if (length > mostClassicBytes) {
-        return {LineKind::FdFrame};
+        return frameWithout(frameFlag::fd, frame);
     }
     if (char const* const cause = readData(cursor, length, frame)) {
         return malformedLine(cause);

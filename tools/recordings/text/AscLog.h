@@ -2,7 +2,7 @@
 #pragma once
 
 #include "tools/recordings/Frame.h"
-#include "tools/recordings/text/ParsedLine.h"
+#include "tools/recordings/text/LineFormat.h"
 #include "tools/recordings/text/TextCursor.h"
 
 #include <cstdint>
@@ -19,16 +19,15 @@ namespace qztool {
 //    0.015991 CANFD   4 Rx        4EE  0 1 f 64 A1 02 ...          CAN FD, told apart but not read
 //    0.015991 CAN 1 Status:chip status error active                an event of another kind
 // End TriggerBlock
-class AscLog {
+class AscLog : public LineFormat {
 public:
     // True if the line can open a log: header, comment or event.
     static bool fits(std::string_view line);
-    // Reads the next line of the log (without line end). `frame` is valid if the kind is Frame, and unspecified
-    // otherwise.
-    ParsedLine parse(std::string_view line, Frame& frame);
+    ParsedLine parse(std::string_view line, Frame& frame) override;
 
 private:
     ParsedLine parseBase(TextCursor cursor);
+    ParsedLine parseFdEvent(TextCursor cursor, Frame& frame) const;
     ParsedLine parseEvent(TextCursor cursor, Frame& frame);
     ParsedLine parseFrame(TextCursor cursor, Frame& frame) const;
     char const* readEventTime(TextCursor& cursor);

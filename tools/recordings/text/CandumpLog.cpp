@@ -255,7 +255,9 @@ ParsedLine CandumpLog::parse(std::string_view line, Frame& frame) {
         return malformedLine(cause);
     }
     if (cursor.take('#')) {
-        return {LineKind::FdFrame};
+        frame.flags |= frameFlag::fd;
+        frame.length = 0;
+        return {LineKind::Frame};
     }
     bool const isRemote = cursor.take('R');
     if (char const* const cause = isRemote ? readRemoteLength(cursor) : readData(cursor, frame)) {
@@ -264,10 +266,11 @@ ParsedLine CandumpLog::parse(std::string_view line, Frame& frame) {
     if (char const* const cause = readLineEnd(cursor)) {
         return malformedLine(cause);
     }
-    if (isError) {
-        return {LineKind::ErrorFrame};
+    if (isError || isRemote) {
+        frame.flags |= isError ? frameFlag::error : frameFlag::remote;
+        frame.length = 0;
     }
-    return {isRemote ? LineKind::RemoteFrame : LineKind::Frame};
+    return {LineKind::Frame};
 }
 
 } // namespace qztool

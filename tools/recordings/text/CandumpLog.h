@@ -2,7 +2,7 @@
 #pragma once
 
 #include "tools/recordings/Frame.h"
-#include "tools/recordings/text/ParsedLine.h"
+#include "tools/recordings/text/LineFormat.h"
 
 #include <string_view>
 
@@ -14,12 +14,11 @@ namespace qztool {
 // (1757617431.821276) can0 20000080#0000000000000000 error frame: bit 29 of the identifier
 // Eight data bytes may be followed by the raw length code ("_E"), every frame by its direction (" R", " T").
 // The channel is the number at the end of the interface's name, 0 if there is none.
-class CandumpLog {
+class CandumpLog : public LineFormat {
 public:
     // True if the line's beginning suggests this format.
     static bool fits(std::string_view line);
-    // Reads one line (without line end). `frame` is valid if the kind is Frame, and unspecified otherwise.
-    static ParsedLine parse(std::string_view line, Frame& frame);
+    ParsedLine parse(std::string_view line, Frame& frame) override;
 };
 
 } // namespace qztool

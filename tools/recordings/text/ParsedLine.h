@@ -1,20 +1,13 @@
-// What a log reader makes of one line.
+// What a format of lines makes of one line.
 #pragma once
-
-#include <cstddef>
 
 namespace qztool {
 
 enum class LineKind {
-    Frame, // a classic CAN data frame, the only kind whose content is read
-    FdFrame,
-    RemoteFrame,
-    ErrorFrame,
+    Frame, // of any kind: data, remote or error
     Other, // blank, header, comment or an event of another kind
     Malformed
 };
-
-constexpr std::size_t lineKinds = 6;
 
 struct ParsedLine {
     LineKind kind = LineKind::Other;

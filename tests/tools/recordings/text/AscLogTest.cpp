@@ -11,7 +11,7 @@ namespace {
 std::string parsed(AscLog& log, std::string_view line) {
     Frame frame = usedFrame();
     ParsedLine const result = log.parse(line, frame);
-    return result.kind == LineKind::Frame ? textOf(frame) : textOf(result);
+    return textOf(result, frame);
 }
 
 struct Case {

@@ -10,8 +10,8 @@ namespace {
 
 std::string parsed(std::string_view line) {
     Frame frame = usedFrame();
-    ParsedLine const result = CandumpLog::parse(line, frame);
-    return result.kind == LineKind::Frame ? textOf(frame) : textOf(result);
+    ParsedLine const result = CandumpLog().parse(line, frame);
+    return textOf(result, frame);
 }
 
 struct Case {
@@ -151,7 +151,8 @@ TEST(CandumpLogTest, everyCutOfALineIsReadWithoutLookingBehindItsEnd) {
     std::size_t frames = 0;
     for (std::size_t length = 0; length <= line.size(); ++length) {
         Frame frame;
-        bool const isFrame = CandumpLog::parse(std::string_view(line).substr(0, length), frame).kind == LineKind::Frame;
+        bool const isFrame =
+            CandumpLog().parse(std::string_view(line).substr(0, length), frame).kind == LineKind::Frame;
         frames += isFrame ? 1 : 0;
     }
     // Behind "#": 0 to 8 whole bytes; then the length code, the blank and the direction.
@@ -166,7 +167,7 @@ TEST(CandumpLogTest, usualLinesAndTheirNeighboursAreReadLikeAnyOther) {
           "(0000000001.000001) c 000#0a", "(1757617431.821276) can255 1FFFFFFF#0102030405060708",
           "(9999999999.999999) can0 0c00000b#fcFF"}) {
         Frame frame;
-        ASSERT_EQ(CandumpLog::parse(usual, frame).kind, LineKind::Frame) << usual;
+        ASSERT_EQ(CandumpLog().parse(usual, frame).kind, LineKind::Frame) << usual;
         for (std::size_t i = 0; i <= usual.size(); ++i) {
             std::string shorter = usual;
             if (i < usual.size()) {

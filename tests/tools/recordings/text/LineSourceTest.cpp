@@ -4,6 +4,7 @@
 #include "tests/process/Process.h"
 #include "tests/tools/recordings/RecordingFixtures.h"
 #include "tools/base/StopRequest.h"
+#include "tools/recordings/FileSource.h"
 
 #include <gtest/gtest.h>
 
@@ -23,10 +24,20 @@ using Next = LineSource::Next;
 
 constexpr char const* tooLong = "<too long>";
 
+// The lines of a descriptor.
+struct Source {
+    explicit Source(int descriptor) : d_file(descriptor, d_stop), d_input(d_file), d_lines(d_input) {}
+
+    SignalStop d_stop;
+    FileSource d_file;
+    InputBuffer d_input;
+    LineSource d_lines;
+};
+
 // The next line, or what came in its place.
-std::string nextLine(LineSource& source) {
+std::string nextLine(Source& source) {
     std::string_view line;
-    switch (source.next(line)) {
+    switch (source.d_lines.next(line)) {
     case Next::Line:
         return std::string(line);
     case Next::TooLong:
@@ -40,7 +51,7 @@ std::string nextLine(LineSource& source) {
     }
 }
 
-std::vector<std::string> allLines(LineSource& source) {
+std::vector<std::string> allLines(Source& source) {
     std::vector<std::string> lines;
     for (std::string line = nextLine(source); line != "<end>"; line = nextLine(source)) {
         lines.push_back(line);
@@ -66,11 +77,11 @@ std::vector<std::string> linesThroughPipe(std::string const& text, std::size_t l
         }
         pipe.closeWriter();
     });
-    LineSource source(pipe.reader());
+    Source source(pipe.reader());
     std::vector<std::string> lines = allLines(source);
     writer.join();
     EXPECT_TRUE(isWritten);
-    EXPECT_EQ(source.bytesRead(), text.size());
+    EXPECT_EQ(source.d_file.bytesRead(), text.size());
     return lines;
 }
 
@@ -98,7 +109,7 @@ TEST(LineSourceTest, endStaysTheEnd) {
     Pipe pipe;
     ASSERT_TRUE(pipe.write("a"));
     pipe.closeWriter();
-    LineSource source(pipe.reader());
+    Source source(pipe.reader());
     EXPECT_EQ(nextLine(source), "a");
     EXPECT_EQ(nextLine(source), "<end>");
     EXPECT_EQ(nextLine(source), "<end>");
@@ -121,7 +132,7 @@ TEST(LineSourceTest, portionsDoNotShow) {
 TEST(LineSourceTest, linesComeWhileTheWriterPauses) {
     Interruptions const insteadOfHanging(2000);
     Pipe pipe;
-    LineSource source(pipe.reader());
+    Source source(pipe.reader());
     ASSERT_TRUE(pipe.write("one\ntw"));
     EXPECT_EQ(nextLine(source), "one");
     ASSERT_TRUE(pipe.write("o"));
@@ -134,7 +145,7 @@ TEST(LineSourceTest, linesComeWhileTheWriterPauses) {
 
 TEST(LineSourceTest, interruptionLosesNothing) {
     Pipe pipe;
-    LineSource source(pipe.reader());
+    Source source(pipe.reader());
     ASSERT_TRUE(pipe.write("ha"));
     {
         Interruptions const interruptions(5);
@@ -149,7 +160,7 @@ TEST(LineSourceTest, stopRequestedInTheInstantBeforeIsNotSleptOver) {
     Process process([] {
         noteStopRequests();
         Pipe pipe;
-        LineSource source(pipe.reader());
+        Source source(pipe.reader());
         std::raise(SIGINT);
         bool const ended = nextLine(source) == "<interrupted>" && nextLine(source) == "<interrupted>";
         _exit(ended ? EXIT_SUCCESS : EXIT_FAILURE);
@@ -176,20 +187,20 @@ TEST(LineSourceTest, linesAboveTheLimitAreSkipped) {
 }
 
 // Writes `text`, which is no whole line, and lets the source take all of it.
-void feedPartOfLine(Pipe& pipe, LineSource& source, std::string const& text) {
-    std::uint64_t const expected = source.bytesRead() + text.size();
+void feedPartOfLine(Pipe& pipe, Source& source, std::string const& text) {
+    std::uint64_t const expected = source.d_file.bytesRead() + text.size();
     std::thread writer([&] { EXPECT_TRUE(pipe.write(text)); });
     Interruptions const interruptions(5);
     do {
         EXPECT_EQ(nextLine(source), "<interrupted>");
-    } while (source.bytesRead() < expected && !testing::Test::HasFailure());
+    } while (source.d_file.bytesRead() < expected && !testing::Test::HasFailure());
     EXPECT_EQ(nextLine(source), "<interrupted>");
     writer.join();
 }
 
 TEST(LineSourceTest, interruptionInsideASkippedLineLosesNothing) {
     Pipe pipe;
-    LineSource source(pipe.reader());
+    Source source(pipe.reader());
     feedPartOfLine(pipe, source, std::string(LineSource::longestLine * 3, 'x'));
     ASSERT_TRUE(pipe.write("x\nb\n"));
     EXPECT_EQ(nextLine(source), tooLong);
@@ -198,34 +209,19 @@ TEST(LineSourceTest, interruptionInsideASkippedLineLosesNothing) {
 
 TEST(LineSourceTest, longestLineIsHandedOutThoughItsLineEndComesInParts) {
     Pipe pipe;
-    LineSource source(pipe.reader());
+    Source source(pipe.reader());
     std::string const longest(LineSource::longestLine, 'x');
     feedPartOfLine(pipe, source, longest + "\r");
     ASSERT_TRUE(pipe.write("\n"));
     EXPECT_EQ(nextLine(source), longest);
 }
 
-TEST(LineSourceTest, peekLeavesLinesInPlace) {
-    Pipe pipe;
-    ASSERT_TRUE(pipe.write("ab\nc"));
-    LineSource source(pipe.reader());
-    std::string_view bytes;
-    ASSERT_EQ(source.peek(bytes), Next::Line);
-    EXPECT_EQ(bytes, "ab\nc");
-    EXPECT_EQ(nextLine(source), "ab");
-    ASSERT_EQ(source.peek(bytes), Next::Line);
-    EXPECT_EQ(bytes, "c");
-    pipe.closeWriter();
-    EXPECT_EQ(nextLine(source), "c");
-    EXPECT_EQ(source.peek(bytes), Next::End);
-}
-
-TEST(LineSourceTest, readErrorKeepsItsNumber) {
+TEST(LineSourceTest, readErrorIsKept) {
     int const directory = open("/", O_RDONLY);
     ASSERT_GE(directory, 0);
-    LineSource source(directory);
+    Source source(directory);
     EXPECT_EQ(nextLine(source), "<failed>");
-    EXPECT_EQ(source.error(), EISDIR);
+    EXPECT_EQ(source.d_file.error(), "Is a directory");
     close(directory);
 }
 

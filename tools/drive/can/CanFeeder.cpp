@@ -1,6 +1,7 @@
 // Record, pre-filter, message, dispatch.
-#include "tools/drive/CanFeeder.h"
+#include "tools/drive/can/CanFeeder.h"
 
+#include "qzsignal/can/CANSignalExt.h"
 #include "qzsignal/trace/RawRecord.h"
 
 #include <algorithm>
@@ -21,11 +22,9 @@ bool CanFeeder::wanted(Frame const& frame, std::uint8_t channel) {
 std::uint64_t CanFeeder::feed(Frame const& frame) {
     std::uint8_t const channel = d_channels.filed(frame.channel);
     if (!wanted(frame, channel)) {
-        ++d_filtered;
         return 0;
     }
-    ++d_decoded;
-    d_frame.begin(frame.length);
+    d_frame.begin(frame);
     d_message.timestamp = frame.timestamp;
     d_message.channel = channel;
     d_message.extended = frame.extended() ? 1 : 0;
@@ -33,6 +32,10 @@ std::uint64_t CanFeeder::feed(Frame const& frame) {
     d_message.identifier = frame.address;
     std::copy_n(frame.bytes.begin(), mostClassicBytes, d_message.payload);
     return CANSignalExt::decodeMessage(d_message);
+}
+
+std::unique_ptr<Feeder> makeCanFeeder(Channels const& channels, CurrentFrame& frame) {
+    return std::make_unique<CanFeeder>(channels, frame);
 }
 
 } // namespace qztool

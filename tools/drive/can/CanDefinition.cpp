@@ -1,5 +1,5 @@
 // The library's definitions of signals, made of those of a definition file.
-#include "tools/drive/CanDefinition.h"
+#include "tools/drive/can/CanDefinition.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -35,9 +35,10 @@ std::string cutUnit(std::string const& unit) {
 
 } // namespace
 
-canSignalDef_t canDefinition(MessageDefinition const& message, SignalDefinition const& signal, std::uint8_t channel) {
+canSignalDef_t canDefinition(MessageDefinition const& message, SignalDefinition const& signal,
+                             std::string const& instance, std::uint8_t channel) {
     canSignalDef_t definition;
-    definition.instance = instanceName(message, signal);
+    definition.instance = instance;
     definition.signal = signal.name;
     definition.channel = channel;
     definition.unit = cutUnit(signal.unit);

@@ -4,22 +4,19 @@
 namespace qztool {
 namespace {
 
-class CanDriveSignalTest : public DriveFixture {
+class CanSignalTest : public DriveFixture {
 protected:
-    // Loads and shares a definition file; the console's lines are of no interest.
+    // Loads and shares a definition file.
     void load(std::string const& text, std::string const& only = "") {
-        d_signals.emplace(d_console, d_frame, only);
-        ASSERT_TRUE(d_signals->load({std::nullopt, dbcFile(text)}));
-        ASSERT_EQ(d_signals->define(), exitSuccess);
-        d_feeder.emplace(d_signals->channels(), d_frame);
+        ASSERT_TRUE(d_set.load({std::nullopt, dbcFile(text)}));
+        ASSERT_EQ(d_set.share(only), SignalSet::Built::Ready) << d_reporter.text();
     }
-    void feed(std::vector<std::uint8_t> const& payload) { d_feeder->feed(frameOf(256, payload)); }
+    void feed(std::vector<std::uint8_t> const& payload) { d_set.feed(frameOf(256, payload)); }
     std::optional<unsigned long long> raw(std::string const& name) const { return rawValue(instance(name)); }
 
-    Console d_console;
-    FrameInHand d_frame;
-    std::optional<SignalSet> d_signals;
-    std::optional<CanFeeder> d_feeder;
+    TextReporter d_reporter;
+    DrivenSet d_set{d_reporter};
+    CurrentFrame& d_frame = d_set.d_frame;
 };
 
 constexpr char plain[] = "BO_ 256 M: 8 X\n"
@@ -27,7 +24,7 @@ constexpr char plain[] = "BO_ 256 M: 8 X\n"
                          " SG_ Crossing : 4|8@1+ (1,0) [0|0] \"\" X\n"
                          " SG_ Motorola : 15|16@0+ (1,0) [0|0] \"\" X\n";
 
-TEST_F(CanDriveSignalTest, shortFrameWritesOnlyWhatItHolds) {
+TEST_F(CanSignalTest, shortFrameWritesOnlyWhatItHolds) {
     load(plain);
     feed({0x12});
     EXPECT_EQ(raw("M.First"), 0x12U);
@@ -42,11 +39,11 @@ TEST_F(CanDriveSignalTest, shortFrameWritesOnlyWhatItHolds) {
     EXPECT_EQ(raw("M.Motorola"), 0x3456U);
 }
 
-TEST_F(CanDriveSignalTest, emptyFrameWritesNothing) {
+TEST_F(CanSignalTest, emptyFrameWritesNothing) {
     load(plain);
     feed({});
     EXPECT_EQ(raw("M.First"), std::nullopt);
-    EXPECT_EQ(d_feeder->decoded(), 1U);
+    EXPECT_EQ(d_frame.number, 1U);
     EXPECT_EQ(d_frame.cut, 3U);
 }
 
@@ -56,7 +53,7 @@ constexpr char multiplexed[] = "BO_ 256 M: 8 X\n"
                                " SG_ Two m2 : 8|8@1+ (1,0) [0|0] \"\" X\n"
                                " SG_ Always : 16|8@1+ (1,0) [0|0] \"\" X\n";
 
-TEST_F(CanDriveSignalTest, multiplexorSelects) {
+TEST_F(CanSignalTest, multiplexorSelects) {
     load(multiplexed);
     feed({1, 0xaa, 0});
     EXPECT_EQ(raw("M.Switch"), 1U);
@@ -72,9 +69,9 @@ TEST_F(CanDriveSignalTest, multiplexorSelects) {
     EXPECT_EQ(d_frame.cut, 0U) << "what is not selected is not cut off either";
 }
 
-TEST_F(CanDriveSignalTest, multiplexorThatWasNotPickedSelectsAllTheSame) {
+TEST_F(CanSignalTest, multiplexorThatWasNotPickedSelectsAllTheSame) {
     load(multiplexed, "*.One");
-    EXPECT_EQ(d_signals->sharedCount(), 1U);
+    EXPECT_EQ(d_set.d_signals.sharedCount(), 1U);
     feed({2, 0xbb, 0});
     EXPECT_EQ(raw("M.One"), std::nullopt);
     feed({1, 0xaa, 0});
@@ -83,7 +80,7 @@ TEST_F(CanDriveSignalTest, multiplexorThatWasNotPickedSelectsAllTheSame) {
     EXPECT_NE(access(("/tmp/" + instance("M.Switch")).c_str(), F_OK), 0) << "needed here, but not shared";
 }
 
-TEST_F(CanDriveSignalTest, onlyMultiplexorsAbovePickedSignalsAreBuilt) {
+TEST_F(CanSignalTest, onlyMultiplexorsAbovePickedSignalsAreBuilt) {
     load("BO_ 256 M: 8 X\n"
          " SG_ Outer M : 0|8@1+ (1,0) [0|0] \"\" X\n"
          " SG_ Inner m1M : 8|8@1+ (1,0) [0|0] \"\" X\n"
@@ -100,11 +97,10 @@ TEST_F(CanDriveSignalTest, onlyMultiplexorsAbovePickedSignalsAreBuilt) {
         EXPECT_EQ(BaseSignal::getInstance(instance(name).c_str()), nullptr) << name;
     feed({1, 5, 7});
     EXPECT_EQ(raw("M.Deep"), 7U);
-    d_feeder->feed(frameOf(257, {0, 1}));
-    EXPECT_EQ(d_feeder->decoded(), 1U) << "nobody needs the other message";
+    EXPECT_EQ(d_set.feed(frameOf(257, {0, 1})), 0U) << "the other message is not needed";
 }
 
-TEST_F(CanDriveSignalTest, nestedMultiplexorsSelectOnlyInTheirOwnFrames) {
+TEST_F(CanSignalTest, nestedMultiplexorsSelectOnlyInTheirOwnFrames) {
     load("BO_ 256 M: 8 X\n"
          " SG_ Inner m1M : 8|8@1+ (1,0) [0|0] \"\" X\n"
          " SG_ Deep m0 : 16|8@1+ (1,0) [0|0] \"\" X\n"
@@ -123,7 +119,7 @@ TEST_F(CanDriveSignalTest, nestedMultiplexorsSelectOnlyInTheirOwnFrames) {
     EXPECT_EQ(raw("M.Deep"), 0x44U);
 }
 
-TEST_F(CanDriveSignalTest, signedMultiplexorSelectsByItsBits) {
+TEST_F(CanSignalTest, signedMultiplexorSelectsByItsBits) {
     load("BO_ 256 M: 8 X\n"
          " SG_ Switch M : 0|4@1- (1,0) [0|0] \"\" X\n"
          " SG_ Fifteen m15 : 8|8@1+ (1,0) [0|0] \"\" X\n");
@@ -132,7 +128,7 @@ TEST_F(CanDriveSignalTest, signedMultiplexorSelectsByItsBits) {
     EXPECT_EQ(raw("M.Fifteen"), 0xaaU);
 }
 
-TEST_F(CanDriveSignalTest, multiplexorBeyondAShortFrameSelectsNothing) {
+TEST_F(CanSignalTest, multiplexorBeyondAShortFrameSelectsNothing) {
     load("BO_ 256 M: 8 X\n"
          " SG_ Switch M : 8|8@1+ (1,0) [0|0] \"\" X\n"
          " SG_ Zero m0 : 0|8@1+ (1,0) [0|0] \"\" X\n");
@@ -142,20 +138,19 @@ TEST_F(CanDriveSignalTest, multiplexorBeyondAShortFrameSelectsNothing) {
     EXPECT_EQ(raw("M.Zero"), 0xaaU);
 }
 
-TEST_F(CanDriveSignalTest, preFilterKeepsForeignFramesAway) {
+TEST_F(CanSignalTest, preFilterKeepsForeignFramesAway) {
     load(plain);
-    d_feeder->feed(frameOf(257, {1, 2, 3}));
-    d_feeder->feed(frameOf(256, {1, 2, 3}, 0, true));
-    EXPECT_EQ(d_feeder->filtered(), 2U);
-    EXPECT_EQ(d_feeder->decoded(), 0U);
+    EXPECT_EQ(d_set.feed(frameOf(257, {1, 2, 3})), 0U);
+    EXPECT_EQ(d_set.feed(frameOf(256, {1, 2, 3}, 0, true)), 0U);
+    EXPECT_EQ(d_frame.number, 0U);
     EXPECT_EQ(raw("M.First"), std::nullopt);
 }
 
-TEST_F(CanDriveSignalTest, fileWithoutChannelServesEveryChannel) {
+TEST_F(CanSignalTest, fileWithoutChannelServesEveryChannel) {
     load(plain);
-    d_feeder->feed(frameOf(256, {1}, 0));
+    d_set.feed(frameOf(256, {1}, 0));
     EXPECT_EQ(raw("M.First"), 1U);
-    d_feeder->feed(frameOf(256, {2}, 9));
+    d_set.feed(frameOf(256, {2}, 9));
     EXPECT_EQ(raw("M.First"), 2U);
 }
 

@@ -1,24 +1,17 @@
 // Which frames carry a signal.
-#include "tools/drive/CanDriveSignal.h"
+#include "tools/drive/DrivenSignal.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace qztool {
 
-void FrameInHand::begin(unsigned length) {
-    ++number;
-    ownBits = length >= 8 ? ~std::uint64_t{0} : ~(~std::uint64_t{0} >> (8 * length));
-}
-
-CanDriveSignal::CanDriveSignal(canSignalDef_t const& definition, bool shared, FrameInHand& frame)
-    : CANSignalExt(definition, shared), d_frame(frame) {}
-
-void CanDriveSignal::selectBy(CanDriveSignal const& multiplexor, std::vector<SelectorRange> ranges) {
+void DrivenSignal::selectBy(DrivenSignal const& multiplexor, std::vector<SelectorRange> ranges) {
     d_multiplexor = &multiplexor;
     d_selectedBy = std::move(ranges);
 }
 
-bool CanDriveSignal::selected() const {
+bool DrivenSignal::selected() const {
     // A multiplexor that this frame did not carry, because another one switched it off, selects nothing.
     if (d_multiplexor->d_lastFrame != d_frame.number)
         return false;
@@ -27,16 +20,16 @@ bool CanDriveSignal::selected() const {
                        [value](SelectorRange const& range) { return range.first <= value && value <= range.last; });
 }
 
-bool CanDriveSignal::write(unsigned long long raw, unsigned long long timestamp) {
+bool DrivenSignal::carried() {
     if (d_multiplexor != nullptr && !selected())
         return false;
-    if ((d_rawMask & ~d_frame.ownBits) != 0) {
+    if (d_lastByte >= d_frame.length) {
         ++d_frame.cut;
         return false;
     }
     ++d_frame.written;
     d_lastFrame = d_frame.number;
-    return CANSignalExt::write(raw, timestamp);
+    return true;
 }
 
 } // namespace qztool
