@@ -35,7 +35,8 @@ inline std::vector<std::string> linesOf(std::string_view text) {
 }
 
 inline void expectWellFormed(Frame const& frame, std::string const& line) {
-    expect(frame.length <= mostClassicBytes && frame.bus == Bus::Can, "length", line);
+    expect(frame.length <= (frame.is(frameFlag::fd) ? mostCanBytes : mostClassicBytes) && frame.bus == Bus::Can,
+           "length", line);
     expect(frame.address <= (frame.extended() ? 0x1FFFFFFFU : 0x7FFU), "identifier", line);
 }
 

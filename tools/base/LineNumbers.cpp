@@ -5,6 +5,9 @@ namespace qztool {
 
 void LineNumbers::add(std::size_t line) {
     ++d_count;
+    if (!d_ranges.empty() && d_unlisted == 0 && line == d_ranges.back().last) {
+        return; // listed already
+    }
     if (!d_ranges.empty() && line == d_ranges.back().last + 1) {
         d_ranges.back().last = line;
     } else if (d_ranges.size() < d_mostRanges) {

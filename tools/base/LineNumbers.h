@@ -13,7 +13,7 @@ class LineNumbers {
 public:
     explicit LineNumbers(std::size_t mostRanges = 50) : d_mostRanges(mostRanges) {}
 
-    // `line` is above all lines before.
+    // `line` is not below any line before; one that comes again is counted again.
     void add(std::size_t line);
     std::size_t count() const { return d_count; }
     // Such as "3, 17-20, 31 and 120 more"; empty if there are none.

@@ -16,6 +16,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <memory>
 #include <string>
 #include <vector>
@@ -25,7 +26,7 @@ namespace qztool {
 namespace {
 
 struct Options {
-    std::vector<std::string> definitions;
+    DefinitionOptions definitions;
     std::string expression;
     std::string trace;
     std::string format = "text";
@@ -56,9 +57,9 @@ public:
     Search(Options const& options, Console& console)
         : d_options(options),
           d_console(console),
-          d_reporter(console),
+          d_reporter(console, options.definitions.quiet),
           d_stop(console.results()),
-          d_names(signalNames(options.expression)),
+          d_expression(options.expression),
           d_definitions(d_reporter),
           d_signals(d_definitions, d_frame, d_reporter),
           d_printer(console.results(), formatOf(options.format), options.level) {}
@@ -78,7 +79,8 @@ public:
         Drive drive(recording, d_definitions.channels(), d_frame, d_stop);
         d_recording = &recording;
         drive.run(*this);
-        ExitStatus const status = report(drive, d_options.trace, d_console);
+        UnfedFrames const unfed = sortOut(drive.unfed(), d_definitions);
+        ExitStatus const status = report(drive, unfed, d_options.trace, d_console);
         if (drive.counts().frames != 0)
             reportUnwritten();
         // A recording without a frame has been searched, too.
@@ -90,9 +92,12 @@ public:
 private:
     // From files and text to signals and a program.
     ExitStatus prepare() {
-        for (std::string const& definition : d_options.definitions)
+        for (std::string const& definition : d_options.definitions.files)
             if (!d_definitions.load(parseDefinitionFile(definition)))
                 return exitNotThere;
+        if (!resolveNames())
+            return exitNotThere;
+        d_names = signalNames(d_expression);
         SignalSet::Built const built = d_signals.build({d_names.begin(), d_names.end()});
         if (built != SignalSet::Built::Ready)
             return built == SignalSet::Built::BadFiles ? exitBadData : exitNothingUsable;
@@ -100,7 +105,7 @@ private:
         for (std::string const& name : d_names)
             if (BaseSignal::getInstance(name.c_str()) == nullptr)
                 undefined.push_back(name);
-        d_parser = compile(d_options.expression, false, d_console);
+        d_parser = compile(d_expression, false, d_console);
         // The parser has made input signals for these, as many as it has come to, and left them to nobody.
         for (std::string const& name : undefined)
             d_inputs.emplace_back(BaseSignal::getInstance(name.c_str()));
@@ -118,7 +123,36 @@ private:
         return undefined.empty() ? exitSuccess : exitNotThere;
     }
 
-    void onFrame(Frame const& frame) override { d_lastTime = frame.timestamp; }
+    // Puts instance names in place of what else signals may be called. False if a name may be that of several.
+    bool resolveNames() {
+        std::vector<Token> const tokens = tokensOf(d_options.expression);
+        bool resolved = true;
+        for (auto token = tokens.rbegin(); token != tokens.rend(); ++token) { // so that places before stay
+            if (token->kind != Token::Kind::Name)
+                continue;
+            std::string const name = d_options.expression.substr(token->begin, token->end - token->begin);
+            std::vector<std::string> const meant = d_definitions.meantBy(name);
+            if (meant.size() == 1)
+                d_expression.replace(token->begin, token->end - token->begin, meant.front());
+            resolved = resolved && meant.size() < 2;
+            if (meant.size() > 1)
+                d_console.error("'", name, "' may be any of ", listOf(meant));
+        }
+        return resolved;
+    }
+
+    static std::string listOf(std::vector<std::string> const& names) {
+        constexpr std::size_t most = 20;
+        std::string text;
+        for (std::size_t i = 0; i < std::min(names.size(), most); ++i)
+            text += (text.empty() ? "" : ", ") + names[i];
+        return text + (names.size() > most ? " and " + std::to_string(names.size() - most) + " more" : "");
+    }
+
+    bool onFrame(Frame const& frame) override {
+        d_lastTime = frame.timestamp;
+        return true;
+    }
 
     void onMessage(Frame const& frame, std::uint64_t message) override {
         if (d_parser->signalMessageIds.count(message) != 0)
@@ -178,6 +212,7 @@ private:
     ConsoleReporter d_reporter;
     OutputStop d_stop;
     CurrentFrame d_frame;
+    std::string d_expression; // with instance names alone
     std::vector<std::string> d_names;
     DefinitionSet d_definitions;
     SignalSet d_signals;
@@ -197,7 +232,7 @@ private:
 
 std::function<int()> setUpTrigger(CLI::App& parser, Console& console) {
     auto const options = std::make_shared<Options>();
-    addDefinitionOption(parser, options->definitions);
+    addDefinitionOptions(parser, options->definitions);
     parser.add_flag("--level", options->level, "Print how long the condition held as well");
     parser
         .add_option("--format", options->format,
@@ -227,9 +262,9 @@ std::function<int()> setUpTrigger(CLI::App& parser, Console& console) {
         "  69  a file or a signal is not there\n"
         "  70  the command could not go on, as without memory\n"
         "\nExamples:\n"
-        "  qzsignal trigger --dbc car.dbc 'Engine.Speed > 3000 && Transmission.Gear == 1' drive.log\n"
-        "  qzsignal trigger --dbc car.dbc --level --format csv 'VehicleSpeed.Speed > 50' drive.log\n"
-        "  candump -L can0 | qzsignal trigger --dbc car.dbc 'Brake.PedalPressed' -\n");
+        "  qzsignal trigger -d car.dbc 'Engine.Speed > 3000 && Transmission.Gear == 1' drive.log\n"
+        "  qzsignal trigger -d car.dbc --level --format csv 'VehicleSpeed.Speed > 50' drive.log\n"
+        "  candump -L can0 | qzsignal trigger -d car.dbc 'Brake.PedalPressed' -\n");
     return [options, &console] { return Search(*options, console).run(); };
 }
 

@@ -1,4 +1,4 @@
-// The option that names definition files, the same for all commands that read recordings.
+// The options about definition files, the same for all commands that read recordings.
 #pragma once
 
 #include <string>
@@ -10,7 +10,12 @@ class App;
 
 namespace qztool {
 
-// Adds --dbc. Each argument is for `parseDefinitionFile`.
-void addDefinitionOption(CLI::App& parser, std::vector<std::string>& definitions);
+struct DefinitionOptions {
+    std::vector<std::string> files; // each for `parseDefinitionFile`
+    bool quiet = false;             // no warnings about them
+};
+
+// Adds --definitions, which has --dbc as another name, and --quiet.
+void addDefinitionOptions(CLI::App& parser, DefinitionOptions& options);
 
 } // namespace qztool

@@ -15,13 +15,12 @@ public:
     Progress(Progress const&) = delete;
     Progress& operator=(Progress const&) = delete;
 
-    // `totalBytes` is 0 if nobody knows.
+    // `totalBytes` is 0 if it is not known.
     void show(std::uint64_t frames, std::uint64_t bytesRead, std::uint64_t totalBytes);
 
 private:
     bool d_terminal;
     bool d_shown = false;
-    unsigned d_calls = 0;
     timespec d_last{};
 };
 

@@ -25,7 +25,7 @@ struct SignalOrder {
 struct BusSupport {
     Bus bus;
     std::unique_ptr<DrivenSignal> (*build)(SignalOrder const& order, CurrentFrame& frame);
-    std::unique_ptr<Feeder> (*makeFeeder)(Channels const& channels, CurrentFrame& frame);
+    std::unique_ptr<Feeder> (*makeFeeder)(Channels& channels, CurrentFrame& frame);
 };
 
 // Null if signals of this bus cannot be fed.

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cctype>
 #include <charconv>
+#include <utility>
 
 namespace qztool {
 
@@ -33,10 +34,39 @@ DefinitionFile parseDefinitionFile(std::string const& argument) {
     return {std::nullopt, argument};
 }
 
-std::uint8_t Channels::common() const {
-    // There are more channel numbers than anybody has definition files; 0 if all are taken.
-    auto const free = std::find(d_own.begin(), d_own.end(), false);
-    return free != d_own.end() ? static_cast<std::uint8_t>(free - d_own.begin()) : std::uint8_t{0};
+Network& Channels::add(Bus bus, std::size_t file, std::optional<std::uint8_t> channel) {
+    auto const others = std::count_if(d_networks.begin(), d_networks.end(),
+                                      [bus](Network const& network) { return network.bus == bus; });
+    Network& added = d_networks.emplace_back();
+    added.bus = bus;
+    added.file = file;
+    added.channel = channel;
+    added.isRestricted = channel.has_value();
+    added.filed = static_cast<std::uint8_t>(others);
+    fillCandidates(bus);
+    return added;
+}
+
+void Channels::fillCandidates(Bus bus) {
+    auto& candidates = d_candidates[static_cast<std::size_t>(bus)];
+    for (std::size_t channel = 0; channel < candidates.size(); ++channel) {
+        std::vector<Network*> restricted, others;
+        for (Network& network : d_networks)
+            if (network.bus == bus && network.isRestricted && *network.channel == channel)
+                restricted.push_back(&network);
+            else if (network.bus == bus && !network.isRestricted)
+                others.push_back(&network);
+        candidates[channel] = restricted.empty() ? std::move(others) : std::move(restricted);
+    }
+}
+
+bool Channels::claim(Network& network, std::uint8_t recorded) {
+    if (!network.channel)
+        network.channel = recorded;
+    if (*network.channel == recorded)
+        return true;
+    ++network.foreignFrames;
+    return false;
 }
 
 } // namespace qztool

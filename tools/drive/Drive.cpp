@@ -5,7 +5,7 @@
 
 namespace qztool {
 
-Drive::Drive(RecordingReader& recording, Channels const& channels, CurrentFrame& frame, Stop& stop)
+Drive::Drive(RecordingReader& recording, Channels& channels, CurrentFrame& frame, Stop& stop)
     : d_recording(recording), d_stop(stop) {
     for (std::size_t i = 0; i < busKinds; ++i)
         if (BusSupport const* const support = supportOf(static_cast<Bus>(i)))
@@ -13,37 +13,54 @@ Drive::Drive(RecordingReader& recording, Channels const& channels, CurrentFrame&
 }
 
 void Drive::run(DriveListener& listener) {
-    Frame frame;
+    constexpr unsigned progressFrames = 64;
+    d_listener = &listener;
     while (!d_stop.requested()) {
-        RecordingReader::Next const next = d_recording.next(frame);
+        RecordingReader::Next const next = d_recording.next(d_frame);
         if (next == RecordingReader::Next::End)
             break;
-        listener.onProgress(d_recording);
-        if (next == RecordingReader::Next::Interrupted || !isToBeFed(frame))
+        if (next == RecordingReader::Next::Interrupted || ++d_sinceProgress == progressFrames) {
+            d_sinceProgress = 0;
+            listener.onProgress(d_recording);
+        }
+        if (next == RecordingReader::Next::Interrupted)
             continue;
-        listener.onFrame(frame);
-        if (d_stop.requested())
+        if (d_frame.is(frameFlag::withoutData)) {
+            count(d_frame);
+            continue;
+        }
+        if (!listener.onFrame(d_frame))
             break;
-        ++d_counts.frames;
-        Feeder* const feeder = d_feeders[static_cast<std::size_t>(frame.bus)].get();
-        std::uint64_t const message = feeder != nullptr ? feeder->feed(frame) : 0;
-        if (message == 0)
-            continue;
-        ++d_counts.decoded;
-        listener.onMessage(frame, message);
+        feed();
     }
     listener.onEnd();
 }
 
-// Counts the frame as what it is otherwise.
-bool Drive::isToBeFed(Frame const& frame) {
-    constexpr std::uint16_t notFed = frameFlag::withoutData | frameFlag::fd;
-    if (!frame.is(notFed))
-        return true;
-    ++(frame.is(frameFlag::error)    ? d_counts.errorFrames
-       : frame.is(frameFlag::remote) ? d_counts.remoteFrames
-                                     : d_counts.fdFrames);
-    return false;
+void Drive::feed() {
+    ++d_counts.frames;
+    d_counts.fdFrames += d_frame.is(frameFlag::fd) ? 1 : 0;
+    Feeder* const feeder = d_feeders[static_cast<std::size_t>(d_frame.bus)].get();
+    switch (feeder != nullptr ? feeder->feed(d_frame, *this) : Feeder::Fed::Nothing) {
+    case Feeder::Fed::Nothing:
+        d_unfed.add(d_frame);
+        break;
+    case Feeder::Fed::OtherChannel:
+        ++d_counts.otherChannel;
+        break;
+    case Feeder::Fed::Message:
+        ++d_counts.decoded;
+        break;
+    }
+}
+
+void Drive::onMessage(std::uint64_t message) {
+    d_listener->onMessage(d_frame, message);
+}
+
+// Of frames without data.
+void Drive::count(Frame const& frame) {
+    d_counts.errorFrames += frame.is(frameFlag::error) ? 1 : 0;
+    d_counts.remoteFrames += frame.is(frameFlag::remote) && !frame.is(frameFlag::error) ? 1 : 0;
 }
 
 } // namespace qztool

@@ -32,10 +32,11 @@ protected:
     // The raw value without sign: what selects is a bit pattern.
     virtual std::uint64_t selector() const = 0;
 
+    CurrentFrame& d_frame;
+
 private:
     bool selected() const;
 
-    CurrentFrame& d_frame;
     unsigned d_lastByte;
     std::uint64_t d_lastFrame = 0; // the frame that was written last
     DrivenSignal const* d_multiplexor = nullptr;

@@ -7,13 +7,26 @@
 
 namespace qztool {
 
+// Hears of each message whose signals have been written.
+class MessageSink {
+public:
+    virtual ~MessageSink() = default;
+    // `message` is the key by which expressions know it.
+    virtual void onMessage(std::uint64_t message) = 0;
+};
+
 class Feeder {
 public:
+    enum class Fed {
+        Nothing,      // the frame carries no signal that is there
+        OtherChannel, // it does, but its definitions serve another channel
+        Message       // one at least
+    };
+
     virtual ~Feeder() = default;
 
-    // Feeds a data frame of the feeder's bus. Returns the key of its message, as expressions know it; 0 if it carries
-    // no signal. Allocates nothing.
-    virtual std::uint64_t feed(Frame const& frame) = 0;
+    // Feeds a data frame of the feeder's bus. Allocates nothing.
+    virtual Fed feed(Frame const& frame, MessageSink& sink) = 0;
 };
 
 } // namespace qztool

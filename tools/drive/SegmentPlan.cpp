@@ -9,8 +9,6 @@
 namespace qztool {
 
 std::string keyFileProblem(std::string const& instance) {
-    if (instance.find('/') != std::string::npos)
-        return "the name holds a '/'";
     if (instance.size() > NAME_MAX)
         return "the name is longer than " + std::to_string(NAME_MAX) + " characters";
     return "";

@@ -55,11 +55,15 @@ SignalSet::Built SignalSet::build(std::unordered_set<std::string> const& names) 
     return Built::Ready;
 }
 
-SignalSet::Built SignalSet::share(std::string const& only) {
+SignalSet::Built SignalSet::share(std::vector<std::string> const& only) {
     if (Built const checked = checkDefinitions(); checked != Built::Ready)
         return checked;
-    auto const matches = [&only](std::string const& instance) {
-        return only.empty() || fnmatch(only.c_str(), instance.c_str(), 0) == 0;
+    auto const matches = [this, &only](std::string const& instance) {
+        std::string const& original = d_definitions.originalOf(instance);
+        return only.empty() || std::any_of(only.begin(), only.end(), [&](std::string const& pattern) {
+                   return fnmatch(pattern.c_str(), instance.c_str(), 0) == 0 ||
+                          fnmatch(pattern.c_str(), original.c_str(), 0) == 0;
+               });
     };
     std::vector<Plan> plans;
     std::vector<std::vector<Problem>> problems;
@@ -73,7 +77,10 @@ SignalSet::Built SignalSet::share(std::string const& only) {
                     picked.push_back(file->instances[i][j]);
     }
     if (picked.empty()) {
-        d_reporter.error("no signal matches '" + only + "'");
+        std::string patterns;
+        for (std::string const& pattern : only)
+            patterns += (patterns.empty() ? "'" : " or '") + pattern + "'";
+        d_reporter.error("no signal matches " + patterns);
         return Built::NoMatch;
     }
     if (std::optional<SegmentShortage> const shortage = segmentShortage(picked)) {
@@ -141,7 +148,7 @@ void SignalSet::buildMessage(File const& file, std::size_t index, std::vector<Fa
     BusSupport const* const support = supportOf(message.bus);
     if (support == nullptr)
         return;
-    std::uint8_t const channel = file.channel ? *file.channel : d_definitions.channels().common();
+    std::uint8_t const channel = file.networks[message.channel]->filed;
     std::vector<DrivenSignal*> built(message.signals.size()); // null: not there
     for (std::size_t i = 0; i < message.signals.size(); ++i) {
         if (fates[i] == Fate::None)

@@ -29,9 +29,9 @@ public:
     SignalSet(DefinitionSet const& definitions, CurrentFrame& frame, Reporter& reporter)
         : d_definitions(definitions), d_frame(frame), d_reporter(reporter) {}
 
-    // Builds shared signals: those whose instance names match the pattern `only` (as for file names); empty: all.
-    // To be called once, as the next. Whatever the result, what is behind it is reported.
-    Built share(std::string const& only);
+    // Builds shared signals: those whose instance name or original spelling matches one of the patterns (as for file
+    // names); no pattern: all. To be called once, as the next. Whatever the result, its reason is reported.
+    Built share(std::vector<std::string> const& only);
     // Builds signals of this process alone: those with these instance names, as far as the files define them.
     Built build(std::unordered_set<std::string> const& names);
 

@@ -3,6 +3,7 @@
 
 #include "tools/base/TextFile.h"
 #include "tools/definitions/Formats.h"
+#include "tools/drive/Names.h"
 
 namespace qztool {
 
@@ -16,7 +17,7 @@ bool ValueTexts::load(std::string const& path, Console& console) {
     for (MessageDefinition const& message : readDefinitions(text).messages)
         for (SignalDefinition const& signal : message.signals)
             for (ValueText const& value : signal.values)
-                d_tables[instanceName(message, signal)][value.value] = value.text;
+                d_tables[expressionName(instanceName(message, signal))][value.value] = value.text;
     return true;
 }
 

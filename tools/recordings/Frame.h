@@ -47,6 +47,8 @@ struct Frame {
     std::array<std::uint8_t, mostFrameBytes> bytes{}; // unspecified past `length`, and of remote frames
 
     bool is(std::uint16_t flag) const { return (flags & flag) != 0; }
+    // Sets the flag if `wanted`, and leaves it alone otherwise.
+    void add(std::uint16_t flag, bool wanted) { flags = static_cast<std::uint16_t>(wanted ? flags | flag : flags); }
     bool extended() const { return is(frameFlag::extended); }
 };
 

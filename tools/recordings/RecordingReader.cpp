@@ -76,12 +76,12 @@ void RecordingReader::closeOwn() {
 }
 
 RecordingReader::Next RecordingReader::next(Frame& frame) {
+    if (d_reader)
+        return d_reader->next(frame);
     if (!d_findings.problem().empty())
         return Next::End;
-    if (!d_reader)
-        if (Next const opened = openFormat(); opened != Next::Frame)
-            return opened;
-    return d_reader->next(frame);
+    Next const opened = openFormat();
+    return opened == Next::Frame ? d_reader->next(frame) : opened;
 }
 
 char const* RecordingReader::formatName() const {

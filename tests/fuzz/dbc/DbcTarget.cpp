@@ -7,6 +7,7 @@
 #include "tests/tools/definitions/dbc/DatabaseText.h"
 #include "tests/tools/definitions/dbc/Promises.h"
 #include "tools/definitions/TextEncoding.h"
+#include "tools/drive/SignalPlace.h"
 #include "tools/drive/can/CanDefinition.h"
 
 #include <cstdint>
@@ -87,6 +88,8 @@ void feed(Database const& database) {
     std::set<std::string> instances;
     for (MessageDefinition const& message : database.messages)
         for (SignalDefinition const& signal : message.signals) {
+            if (!fitsWindow(signal))
+                continue;
             canSignalDef_t const definition = canDefinition(message, signal, instanceName(message, signal), channel);
             expectUnit(definition.unit, signal.unit);
             if (instances.insert(definition.instance).second)

@@ -46,5 +46,13 @@ TEST(LineNumbersTest, textStaysShortForManyLines) {
     EXPECT_NE(lines.text().find(", 99 and 999950 more"), std::string::npos) << lines.text();
 }
 
+TEST(LineNumbers, lineThatComesAgainIsCountedButNotListedAgain) {
+    LineNumbers numbers;
+    for (std::size_t const line : {3, 3, 4, 4, 9})
+        numbers.add(line);
+    EXPECT_EQ(numbers.count(), 5U);
+    EXPECT_EQ(numbers.text(), "3-4, 9");
+}
+
 } // namespace
 } // namespace qztool

@@ -31,17 +31,30 @@ TEST(DefinitionFile, prefixIsAChannelNumberOrAnInterface) {
     }
 }
 
-TEST(Channels, fileWithoutChannelServesAllThatHaveNoneOfTheirOwn) {
+TEST(Channels, networkWithoutChannelTakesTheFirstThatIsClaimed) {
     Channels channels;
-    EXPECT_EQ(channels.filed(0), channels.common());
-    EXPECT_EQ(channels.filed(200), channels.common());
-    channels.addOwn(0);
-    channels.addOwn(2);
-    EXPECT_EQ(channels.common(), 1) << "a number that no other file has";
-    EXPECT_EQ(channels.filed(0), 0);
-    EXPECT_EQ(channels.filed(2), 2);
-    EXPECT_EQ(channels.filed(1), channels.common());
-    EXPECT_EQ(channels.filed(7), channels.common());
+    Network& network = channels.add(Bus::Can, 0, std::nullopt);
+    EXPECT_EQ(channels.candidates(Bus::Can, 0), std::vector<Network*>{&network});
+    EXPECT_EQ(channels.candidates(Bus::Can, 255), std::vector<Network*>{&network});
+    EXPECT_TRUE(channels.candidates(Bus::Lin, 0).empty());
+    EXPECT_TRUE(Channels::claim(network, 4));
+    EXPECT_FALSE(Channels::claim(network, 5));
+    EXPECT_FALSE(Channels::claim(network, 6));
+    EXPECT_TRUE(Channels::claim(network, 4));
+    EXPECT_EQ(network.foreignFrames, 2U);
+}
+
+TEST(Channels, channelWithNetworksOfItsOwnIsServedByThemAlone) {
+    Channels channels;
+    Network& any = channels.add(Bus::Can, 0, std::nullopt);
+    Network& first = channels.add(Bus::Can, 1, std::uint8_t{7});
+    Network& second = channels.add(Bus::Can, 2, std::uint8_t{7});
+    Network& lin = channels.add(Bus::Lin, 3, std::uint8_t{7});
+    EXPECT_EQ(channels.candidates(Bus::Can, 7), (std::vector<Network*>{&first, &second}));
+    EXPECT_EQ(channels.candidates(Bus::Can, 8), std::vector<Network*>{&any});
+    EXPECT_EQ(channels.candidates(Bus::Lin, 7), std::vector<Network*>{&lin});
+    EXPECT_NE(first.filed, any.filed);
+    EXPECT_NE(first.filed, second.filed);
 }
 
 } // namespace

@@ -6,6 +6,7 @@
 #include "tools/base/Reporter.h"
 #include "tools/definitions/dbc/DbcReader.h"
 #include "tools/drive/Buses.h"
+#include "tools/drive/Names.h"
 #include "tools/drive/SignalSet.h"
 
 #include <gtest/gtest.h>
@@ -36,22 +37,30 @@ private:
 };
 
 // Definition files, signals made of them, and a way to feed them.
-struct DrivenSet {
+struct DrivenSet : MessageSink {
     explicit DrivenSet(Reporter& reporter) : d_definitions(reporter), d_signals(d_definitions, d_frame, reporter) {}
 
     bool load(DefinitionFile const& file) { return d_definitions.load(file); }
-    SignalSet::Built share(std::string const& only = "") { return d_signals.share(only); }
+    SignalSet::Built share(std::string const& only = "") {
+        return d_signals.share(only.empty() ? std::vector<std::string>() : std::vector<std::string>{only});
+    }
     SignalSet::Built build(std::unordered_set<std::string> const& names) { return d_signals.build(names); }
+    // Key of the last message that the frame carries; 0: none.
     std::uint64_t feed(Frame const& frame) {
         if (!d_feeder)
             d_feeder = supportOf(frame.bus)->makeFeeder(d_definitions.channels(), d_frame);
-        return d_feeder->feed(frame);
+        d_message = 0;
+        d_fed = d_feeder->feed(frame, *this);
+        return d_message;
     }
+    void onMessage(std::uint64_t message) override { d_message = message; }
 
     CurrentFrame d_frame;
     DefinitionSet d_definitions;
     SignalSet d_signals;
     std::unique_ptr<Feeder> d_feeder;
+    std::uint64_t d_message = 0;
+    Feeder::Fed d_fed = Feeder::Fed::Nothing;
 };
 
 // A folder for files of a test, and a prefix that makes message names, and so instance names, its own. Removes the
@@ -86,8 +95,8 @@ protected:
             prefixed += line;
         }
         for (MessageDefinition const& message : readDatabase(prefixed).messages)
-            for (SignalDefinition const& signal : message.signals)
-                d_files.push_back("/tmp/" + message.name + "." + signal.name);
+            for (std::size_t i = 0; i < message.signals.size(); ++i)
+                d_files.push_back("/tmp/" + expressionName(originalName(message, i)));
         return file("definitions.dbc", prefixed);
     }
 

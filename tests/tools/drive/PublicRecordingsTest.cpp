@@ -77,7 +77,7 @@ TEST_P(PublicRecordingsTest, arriveWithoutLoss) {
         decoded += set.feed(frame) != 0 ? 1 : 0;
         for (MessageDefinition const* const message : messages[{frame.extended(), frame.address}])
             for (SignalDefinition const& signal : message->signals) {
-                std::string const name = message->name + "." + signal.name;
+                std::string const name = expressionName(instanceName(*message, signal));
                 Expected& value = expected[name];
                 if (carries(frame, *message, signal)) {
                     std::uint64_t const raw = rawOf(signal, *bitsOf(signal, frame));

@@ -23,12 +23,20 @@ inline std::string hexText(std::uint32_t value, int digits) {
     return text;
 }
 
-// "1500000 2 7FF#0102" of time stamp, channel, identifier (8 digits: extended) and data; of other frames their kind.
+// "1500000 2 7FF#0102" of timestamp, channel, identifier (8 digits: extended) and data. CAN FD: "7FF##3 0102", with the
+// flags as candump writes them; remote: "7FF#R2"; error frames: "error frame".
 inline std::string textOf(Frame const& frame) {
-    if (frame.is(frameFlag::error | frameFlag::remote | frameFlag::fd))
-        return frame.is(frameFlag::error) ? "error frame" : frame.is(frameFlag::remote) ? "remote frame" : "FD frame";
+    if (frame.is(frameFlag::error))
+        return "error frame";
     std::string text = std::to_string(frame.timestamp) + ' ' + std::to_string(frame.channel) + ' ';
     text += hexText(frame.address, frame.extended() ? 8 : 3) + '#';
+    if (frame.is(frameFlag::remote))
+        return text + 'R' + std::to_string(frame.length);
+    if (frame.is(frameFlag::fd))
+        text +=
+            std::string("#") +
+            std::to_string((frame.is(frameFlag::bitRateSwitch) ? 1 : 0) + (frame.is(frameFlag::errorState) ? 2 : 0)) +
+            " ";
     for (std::size_t i = 0; i < frame.length; ++i) {
         text += hexText(frame.bytes[i], 2);
     }

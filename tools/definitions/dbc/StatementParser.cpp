@@ -42,7 +42,8 @@ std::string withoutEscapes(std::string_view content) {
     return result;
 }
 
-constexpr unsigned usableBits = 64;
+constexpr unsigned mostBits = 64;              // of a signal
+constexpr unsigned mostMessageBits = 1785 * 8; // of J1939 messages, which come in several frames
 
 unsigned reachOf(SignalStatement const& statement) {
     unsigned const start = statement.startBit;
@@ -297,18 +298,18 @@ bool StatementParser::placeOf(SignalStatement& statement) {
 }
 
 bool StatementParser::checkPlace(SignalStatement& statement, std::uint64_t startBit, std::uint64_t bits) {
-    if (bits == 0 || bits > usableBits) {
+    if (bits == 0 || bits > mostBits) {
         return fail("it has " + std::to_string(bits) + " bits, but a signal has 1 to 64");
     }
-    if (startBit >= usableBits) {
-        return fail("it starts at bit " + std::to_string(startBit) + ", outside the first eight bytes");
+    if (startBit >= mostMessageBits) {
+        return fail("it starts at bit " + std::to_string(startBit) + ", but no message has more than 1785 bytes");
     }
     statement.startBit = static_cast<unsigned>(startBit);
     statement.bits = static_cast<unsigned>(bits);
     statement.reach = reachOf(statement);
-    if (statement.reach > usableBits) {
+    if (statement.reach > mostMessageBits) {
         return fail("it reaches into byte " + std::to_string((statement.reach - 1) / 8) +
-                    ", outside the first eight bytes (0 to 7)");
+                    ", but no message has more than 1785 bytes");
     }
     return true;
 }

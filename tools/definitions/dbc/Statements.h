@@ -33,10 +33,10 @@ struct SignalStatement {
     std::string_view name;
     MultiplexMark mark = MultiplexMark::None;
     std::uint64_t selector = 0;
-    unsigned startBit = 0; // 0..63
+    unsigned startBit = 0; // 0..14279
     unsigned bits = 0;     // 1..64
     bool bigEndian = false;
-    unsigned reach = 0; // payload bits up to and including the signal, counted as it grows; up to 64
+    unsigned reach = 0; // payload bits up to and including the signal, counted as it grows; up to 14280
     bool isSigned = false;
     double factor = 1.0;
     double offset = 0.0;

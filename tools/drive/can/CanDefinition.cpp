@@ -1,6 +1,8 @@
 // The library's definitions of signals, made of those of a definition file.
 #include "tools/drive/can/CanDefinition.h"
 
+#include "tools/drive/SignalPlace.h"
+
 #include <algorithm>
 #include <cstddef>
 #include <string>
@@ -43,7 +45,7 @@ canSignalDef_t canDefinition(MessageDefinition const& message, SignalDefinition 
     definition.channel = channel;
     definition.unit = cutUnit(signal.unit);
     definition.type = valueType(signal.kind);
-    definition.startbit = static_cast<std::uint16_t>(signal.startBit);
+    definition.startbit = static_cast<std::uint16_t>(signal.startBit - 8 * windowOf(signal));
     definition.bits = static_cast<std::uint8_t>(signal.bits);
     definition.scale = signal.factor;
     definition.offset = signal.offset;

@@ -9,8 +9,8 @@
 
 namespace qztool {
 
-// The signal's unit is cut to what a shared record holds. When it is present, if it is multiplexed, a definition does
-// not say.
+// The library's start bit counts from the signal's window (SignalPlace.h), which it has to fit. Its unit is cut to what
+// a shared record holds. When it is present, if it is multiplexed, a definition does not say.
 canSignalDef_t canDefinition(MessageDefinition const& message, SignalDefinition const& signal,
                              std::string const& instance, std::uint8_t channel);
 

@@ -15,19 +15,19 @@ namespace qztool {
 // Forms the serialized record of a frame, asks the pre-filter, and only then builds the message and dispatches it.
 class CanFeeder : public Feeder {
 public:
-    CanFeeder(Channels const& channels, CurrentFrame& frame) : d_channels(channels), d_frame(frame) {}
+    CanFeeder(Channels& channels, CurrentFrame& frame) : d_channels(channels), d_frame(frame) {}
 
-    std::uint64_t feed(Frame const& frame) override;
+    Fed feed(Frame const& frame, MessageSink& sink) override;
 
 private:
-    bool wanted(Frame const& frame, std::uint8_t channel);
+    bool wanted(Frame const& frame, std::uint8_t filed);
 
-    Channels const& d_channels;
+    Channels& d_channels;
     CurrentFrame& d_frame;
     std::array<unsigned char, 22> d_record{};
     CANExtTraceMessage d_message;
 };
 
-std::unique_ptr<Feeder> makeCanFeeder(Channels const& channels, CurrentFrame& frame);
+std::unique_ptr<Feeder> makeCanFeeder(Channels& channels, CurrentFrame& frame);
 
 } // namespace qztool

@@ -16,7 +16,7 @@ namespace qztool {
 // Begin Triggerblock Sat Sep 30 15:06:13.191 2017
 //    0.015991 1  18EBFF00x       Rx d 2 01 A0   Length = 273910    seconds, channel, identifier (x: extended), data
 //    0.015991 2  100             Tx r                              remote frame
-//    0.015991 CANFD   4 Rx        4EE  0 1 f 64 A1 02 ...          CAN FD, told apart but not read
+//    0.015991 CANFD   4 Rx        4EE  0 1 f 64 A1 02 ...          CAN FD: BRS, ESI, length code, length, data
 //    0.015991 CAN 1 Status:chip status error active                an event of another kind
 // End TriggerBlock
 class AscLog : public LineFormat {
@@ -27,11 +27,13 @@ public:
 
 private:
     ParsedLine parseBase(TextCursor cursor);
+    static ParsedLine errorFrame(std::string_view channel, Frame& frame);
     ParsedLine parseFdEvent(TextCursor cursor, Frame& frame) const;
     ParsedLine parseEvent(TextCursor cursor, Frame& frame);
     ParsedLine parseFrame(TextCursor cursor, Frame& frame) const;
     char const* readEventTime(TextCursor& cursor);
     char const* readIdentifier(std::string_view word, Frame& frame) const;
+    char const* readLongData(TextCursor& cursor, std::uint32_t number, Frame& frame) const;
     char const* readData(TextCursor& cursor, std::uint32_t length, Frame& frame) const;
 
     // A log without a base line has what the format's tools choose by themselves.

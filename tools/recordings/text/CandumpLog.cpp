@@ -5,6 +5,7 @@
 #include "tools/recordings/text/TextCursor.h"
 
 #include <algorithm>
+#include <cstring>
 
 namespace qztool {
 
@@ -56,55 +57,6 @@ std::uint32_t readHexDigits(char const* text, unsigned count, unsigned& strange)
         number = number << 4 | digit;
     }
     return number;
-}
-
-// Reads the line that most of a log consists of: a time since 1970, single blanks, a data frame, and nothing behind it.
-//     (1757617431.821276) can0 167#727FC3000019E500
-// Since all has its place there, one test in the end stands for one at each character. False: the line is another,
-// valid or not, and `frame` is unspecified.
-bool readUsualLine(std::string_view line, Frame& frame) {
-    constexpr std::size_t behindTime = 20;
-    constexpr std::size_t shortest = behindTime + 6; // a name of one character, a blank, and "123#"
-    if (line.size() < shortest) {
-        return false;
-    }
-    char const* const text = line.data();
-    unsigned strange = text[0] != '(' || text[11] != '.' || text[18] != ')' || text[19] != ' ' ? 1 : 0;
-    std::uint64_t const seconds = readDigits(text + 1, 10, strange);
-    frame.bus = Bus::Can;
-    frame.timestamp = seconds * 1'000'000 + readDigits(text + 12, 6, strange);
-
-    char const* const end = text + line.size();
-    char const* position = text + behindTime;
-    unsigned channel = 0;
-    for (; !isBlank(*position); ++position) {
-        channel = isDecimalDigit(*position) ? channel * 10 + hexDigit(*position) : 0;
-        if (channel > 255 || end - position <= 5) {
-            return false;
-        }
-    }
-    strange |= position == text + behindTime || *position != ' ' ? 1 : 0;
-    ++position;
-    frame.channel = static_cast<std::uint8_t>(channel);
-
-    bool const extended = position[3] != '#';
-    frame.flags = extended ? frameFlag::extended : 0;
-    unsigned const idDigits = extended ? 8 : 3;
-    if (extended && (end - position <= 8 || position[8] != '#')) {
-        return false;
-    }
-    frame.address = readHexDigits(position, idDigits, strange);
-    position += idDigits + 1;
-
-    auto const dataDigits = static_cast<std::size_t>(end - position);
-    if (dataDigits % 2 != 0 || dataDigits > 2 * mostClassicBytes) {
-        return false;
-    }
-    frame.length = static_cast<std::uint8_t>(dataDigits / 2);
-    for (std::size_t i = 0; i < frame.length; ++i) {
-        frame.bytes[i] = static_cast<std::uint8_t>(readHexDigits(position + 2 * i, 2, strange));
-    }
-    return strange == 0 && frame.address <= (extended ? highestExtendedIdentifier : highestStandardIdentifier);
 }
 
 // The readers below return the cause if they fail, and nothing if they do not.
@@ -184,10 +136,12 @@ char const* readRawLengthCode(TextCursor& cursor) {
 
 char const* readData(TextCursor& cursor, Frame& frame) {
     constexpr char const* badCharacter = "data holds a character that is not a hexadecimal digit";
+    bool const isFd = frame.is(frameFlag::fd);
+    std::size_t const most = isFd ? mostCanBytes : mostClassicBytes;
     std::uint8_t length = 0;
     for (; hexDigit(cursor.peek()) != noDigit; ++length) {
-        if (length == mostClassicBytes) {
-            return "more than 8 data bytes";
+        if (length == most) {
+            return isFd ? "more than 64 data bytes" : "more than 8 data bytes";
         }
         std::uint8_t const high = hexDigit(cursor.peek());
         cursor.advance();
@@ -199,34 +153,112 @@ char const* readData(TextCursor& cursor, Frame& frame) {
         frame.bytes[length] = static_cast<std::uint8_t>(high << 4 | low);
     }
     frame.length = length;
-    if (length == mostClassicBytes) {
+    if (length == mostClassicBytes && !isFd) {
         return readRawLengthCode(cursor);
     }
     return atFieldEnd(cursor) ? nullptr : badCharacter;
 }
 
-char const* readRemoteLength(TextCursor& cursor) {
-    if (cursor.peek() == '8') {
-        cursor.advance();
-        return readRawLengthCode(cursor);
-    }
-    if (cursor.peek() >= '0' && cursor.peek() < '8') {
+char const* readRemoteLength(TextCursor& cursor, Frame& frame) {
+    frame.length = 0;
+    if (cursor.peek() >= '0' && cursor.peek() <= '8') {
+        frame.length = hexDigit(cursor.peek());
         cursor.advance();
     }
+    return frame.length == mostClassicBytes ? readRawLengthCode(cursor) : nullptr;
+}
+
+// "1": bit 0 is the bit rate switch, bit 1 the error state.
+char const* readFdFlags(TextCursor& cursor, Frame& frame) {
+    std::uint8_t const flags = hexDigit(cursor.peek());
+    if (flags == noDigit) {
+        return "'##' is not followed by the flags of a CAN FD frame";
+    }
+    cursor.advance();
+    frame.flags |= frameFlag::fd;
+    frame.add(frameFlag::bitRateSwitch, (flags & 1) != 0);
+    frame.add(frameFlag::errorState, (flags & 2) != 0);
     return nullptr;
 }
 
-char const* readLineEnd(TextCursor& cursor) {
+char const* readLineEnd(TextCursor& cursor, Frame& frame) {
     if (!atFieldEnd(cursor)) {
         return "frame is not followed by a blank";
     }
     std::string_view const direction = cursor.word();
     bool const directionFits = direction.empty() || direction == "R" || direction == "T";
+    if (!direction.empty()) {
+        frame.flags |= direction == "R" ? frameFlag::received : frameFlag::transmitted;
+    }
     cursor.skipBlanks();
     return directionFits && cursor.atEnd() ? nullptr : "text behind the frame";
 }
 
 } // namespace
+
+// "(1757617431.", for the lines to come as well.
+bool CandumpLog::readSecond(char const* text) {
+    unsigned strange = text[0] != '(' || text[11] != '.' ? 1 : 0;
+    std::uint64_t const seconds = readDigits(text + 1, 10, strange);
+    if (strange != 0) {
+        return false;
+    }
+    std::copy_n(text, d_secondText.size(), d_secondText.begin());
+    d_second = seconds * 1'000'000;
+    return true;
+}
+
+// Reads the line that most of a log consists of: a time since 1970, single blanks, a data frame, and nothing behind it.
+//     (1757617431.821276) can0 167#727FC3000019E500
+// Since all has its place there, one test in the end stands for one at each character. False: the line is another,
+// valid or not, and `frame` is unspecified.
+bool CandumpLog::readUsualLine(std::string_view line, Frame& frame) {
+    constexpr std::size_t behindTime = 20;
+    constexpr std::size_t shortest = behindTime + 6; // a name of one character, a blank, and "123#"
+    if (line.size() < shortest) {
+        return false;
+    }
+    char const* const text = line.data();
+    // Hundreds of lines in a row begin with the same second.
+    if (std::memcmp(text, d_secondText.data(), d_secondText.size()) != 0 && !readSecond(text)) {
+        return false;
+    }
+    unsigned strange = text[18] != ')' || text[19] != ' ' ? 1 : 0;
+    frame.bus = Bus::Can;
+    frame.timestamp = d_second + readDigits(text + 12, 6, strange);
+
+    char const* const end = text + line.size();
+    char const* position = text + behindTime;
+    unsigned channel = 0;
+    for (; !isBlank(*position); ++position) {
+        channel = isDecimalDigit(*position) ? channel * 10 + hexDigit(*position) : 0;
+        if (channel > 255 || end - position <= 5) {
+            return false;
+        }
+    }
+    strange |= position == text + behindTime || *position != ' ' ? 1 : 0;
+    ++position;
+    frame.channel = static_cast<std::uint8_t>(channel);
+
+    bool const extended = position[3] != '#';
+    frame.flags = extended ? frameFlag::extended : 0;
+    unsigned const idDigits = extended ? 8 : 3;
+    if (extended && (end - position <= 8 || position[8] != '#')) {
+        return false;
+    }
+    frame.address = readHexDigits(position, idDigits, strange);
+    position += idDigits + 1;
+
+    auto const dataDigits = static_cast<std::size_t>(end - position);
+    if (dataDigits % 2 != 0 || dataDigits > 2 * mostClassicBytes) {
+        return false;
+    }
+    frame.length = static_cast<std::uint8_t>(dataDigits / 2);
+    for (std::size_t i = 0; i < frame.length; ++i) {
+        frame.bytes[i] = static_cast<std::uint8_t>(readHexDigits(position + 2 * i, 2, strange));
+    }
+    return strange == 0 && frame.address <= (extended ? highestExtendedIdentifier : highestStandardIdentifier);
+}
 
 bool CandumpLog::fits(std::string_view line) {
     TextCursor cursor(line);
@@ -255,20 +287,21 @@ ParsedLine CandumpLog::parse(std::string_view line, Frame& frame) {
         return malformedLine(cause);
     }
     if (cursor.take('#')) {
-        frame.flags |= frameFlag::fd;
-        frame.length = 0;
-        return {LineKind::Frame};
+        if (char const* const cause = readFdFlags(cursor, frame)) {
+            return malformedLine(cause);
+        }
+    } else if (cursor.take('R')) {
+        frame.flags |= frameFlag::remote;
     }
-    bool const isRemote = cursor.take('R');
-    if (char const* const cause = isRemote ? readRemoteLength(cursor) : readData(cursor, frame)) {
+    if (isError) {
+        frame.flags |= frameFlag::error;
+    }
+    char const* const cause = frame.is(frameFlag::remote) ? readRemoteLength(cursor, frame) : readData(cursor, frame);
+    if (cause != nullptr) {
         return malformedLine(cause);
     }
-    if (char const* const cause = readLineEnd(cursor)) {
-        return malformedLine(cause);
-    }
-    if (isError || isRemote) {
-        frame.flags |= isError ? frameFlag::error : frameFlag::remote;
-        frame.length = 0;
+    if (char const* const end = readLineEnd(cursor, frame)) {
+        return malformedLine(end);
     }
     return {LineKind::Frame};
 }

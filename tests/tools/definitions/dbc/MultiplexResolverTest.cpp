@@ -143,12 +143,12 @@ TEST(MultiplexResolver, valueThatTheMultiplexorNeverHasIsNoticed) {
 
 TEST(MultiplexResolver, leftOutMultiplexorTakesItsSignalsAlong) {
     Database const database = readDatabase("BO_ 1 Message: 8 X\n"
-                                           " SG_ Mux M : 60|8@1+ (1,0) [0|0] \"\" X\n"
+                                           " SG_ Mux M : 60|65@1+ (1,0) [0|0] \"\" X\n"
                                            " SG_ A m1M : 0|8@1+ (1,0) [0|0] \"\" X\n"
                                            " SG_ B m2 : 0|8@1+ (1,0) [0|0] \"\" X\n"
                                            " SG_ C : 0|8@1+ (1,0) [0|0] \"\" X\n"
                                            "SG_MUL_VAL_ 1 B A 2-2;\n");
-    EXPECT_EQ("2 error: SG_ 'Mux': it reaches into byte 8, outside the first eight bytes (0 to 7); left out\n"
+    EXPECT_EQ("2 error: SG_ 'Mux': it has 65 bits, but a signal has 1 to 64; left out\n"
               "3 error: SG_ 'A': its multiplexor 'Mux' (line 2) is left out; left out, too\n"
               "4 error: SG_ 'B': its multiplexor 'A' (line 3) is left out; left out, too\n",
               problemsOf(database));

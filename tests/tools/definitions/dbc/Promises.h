@@ -47,11 +47,12 @@ inline bool isOneLine(std::string_view text) {
 }
 
 // Walks over the bits of a signal, one by one.
-inline bool liesInEightBytes(SignalDefinition const& signal) {
+inline bool liesInAMessage(SignalDefinition const& signal) {
+    constexpr unsigned most = 1785 * 8;
     unsigned bit = signal.startBit;
-    for (unsigned i = 1; i < signal.bits && bit < 64; ++i)
+    for (unsigned i = 1; i < signal.bits && bit < most; ++i)
         bit = !signal.bigEndian ? bit + 1 : bit % 8 == 0 ? bit + 15 : bit - 1;
-    return signal.bits >= 1 && signal.bits <= 64 && bit < 64;
+    return signal.bits >= 1 && signal.bits <= 64 && bit < most;
 }
 
 inline bool rangesRunUpward(std::vector<SelectorRange> const& ranges) {
@@ -67,7 +68,7 @@ inline char const* brokenPromise(SignalDefinition const& signal, std::size_t lin
         return "name of a signal";
     if (signal.line < 1 || signal.line > lines)
         return "line of a signal";
-    if (!liesInEightBytes(signal))
+    if (!liesInAMessage(signal))
         return "place of a signal";
     if ((signal.kind == NumberKind::Float && signal.bits != 32) ||
         (signal.kind == NumberKind::Double && signal.bits != 64))

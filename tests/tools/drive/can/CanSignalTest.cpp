@@ -1,5 +1,9 @@
 // A frame writes the signals that it carries, and no others.
 #include "tests/tools/drive/DriveFixture.h"
+#include "tests/tools/drive/PlainDecoding.h"
+#include "tools/drive/SignalPlace.h"
+
+#include <random>
 
 namespace qztool {
 namespace {
@@ -146,12 +150,84 @@ TEST_F(CanSignalTest, preFilterKeepsForeignFramesAway) {
     EXPECT_EQ(raw("M.First"), std::nullopt);
 }
 
-TEST_F(CanSignalTest, fileWithoutChannelServesEveryChannel) {
+TEST_F(CanSignalTest, fileWithoutChannelServesTheFirstOneSeen) {
     load(plain);
-    d_set.feed(frameOf(256, {1}, 0));
+    d_set.feed(frameOf(257, {7}, 3));
+    EXPECT_EQ(d_set.d_fed, Feeder::Fed::Nothing) << "a frame of no message settles nothing";
+    d_set.feed(frameOf(256, {1}, 9));
+    EXPECT_EQ(d_set.d_fed, Feeder::Fed::Message);
     EXPECT_EQ(raw("M.First"), 1U);
-    d_set.feed(frameOf(256, {2}, 9));
-    EXPECT_EQ(raw("M.First"), 2U);
+    EXPECT_EQ(d_set.feed(frameOf(256, {2}, 0)), 0U);
+    EXPECT_EQ(d_set.d_fed, Feeder::Fed::OtherChannel);
+    EXPECT_EQ(raw("M.First"), 1U);
+    EXPECT_EQ(d_set.d_definitions.channels().networks().front().foreignFrames, 1U);
+    d_set.feed(frameOf(256, {3}, 9));
+    EXPECT_EQ(raw("M.First"), 3U);
+}
+
+// The bits of every place in a CAN FD frame against a decoding of our own.
+TEST_F(CanSignalTest, signalsAnywhereInSixtyFourBytesAreDecoded) {
+    std::string text = "BO_ 256 M: 64 X\n";
+    unsigned count = 0;
+    for (unsigned start = 0; start < 512; start += 5)
+        for (unsigned const bits : {1, 7, 16, 33, 57})
+            for (char const order : {'0', '1'}) {
+                unsigned const first = order == '0' ? start / 8 * 8 + 7 - start % 8 : start;
+                if (first + bits <= 512)
+                    text += " SG_ S" + std::to_string(count++) + " : " + std::to_string(start) + "|" +
+                            std::to_string(bits) + "@" + order + "- (1,0) [0|0] \"\" X\n";
+            }
+    ASSERT_TRUE(d_set.load({std::nullopt, dbcFile(text)}));
+    MessageDefinition const& message = d_set.d_definitions.files().front()->database.messages.front();
+    std::unordered_set<std::string> names;
+    for (SignalDefinition const& signal : message.signals)
+        names.insert(instanceName(message, signal));
+    ASSERT_EQ(d_set.build(names), SignalSet::Built::Ready);
+
+    std::mt19937 random(5);
+    std::size_t written = 0;
+    for (unsigned length : {64, 64, 48, 12, 8, 0}) {
+        std::vector<std::uint8_t> payload(length);
+        for (std::uint8_t& byte : payload)
+            byte = static_cast<std::uint8_t>(random());
+        Frame frame = frameOf(256, payload);
+        frame.flags = frameFlag::fd;
+        frame.timestamp += length;
+        std::fill(frame.bytes.begin() + length, frame.bytes.end(), std::uint8_t{0xee});
+        d_set.feed(frame);
+        for (SignalDefinition const& signal : message.signals) {
+            std::optional<std::uint64_t> const bits = bitsOf(signal, frame);
+            if (!bits || !fitsWindow(signal))
+                continue;
+            ++written;
+            EXPECT_EQ(rawValue(instanceName(message, signal)), rawOf(signal, *bits))
+                << signal.startBit << "|" << signal.bits << " of " << length;
+        }
+    }
+    EXPECT_EQ(d_frame.written, written) << "and no other";
+    EXPECT_GT(written, 2000U);
+}
+
+TEST_F(CanSignalTest, signalSpreadOverNineBytesIsLeftOut) {
+    std::string const path = dbcFile("BO_ 256 M: 64 X\n SG_ Nine : 100|64@1+ (1,0) [0|0] \"\" X\n"
+                                     " SG_ Eight : 168|64@1+ (1,0) [0|0] \"\" X\n");
+    ASSERT_TRUE(d_set.load({std::nullopt, path}));
+    EXPECT_EQ(d_reporter.text(), "error: " + path + ":2: '" + instance("M.Nine") +
+                                     "' is spread over 9 bytes, but a signal can have at most 8; left out\n");
+    EXPECT_EQ(d_set.d_definitions.names(), std::vector<std::string>{instance("M.Eight")});
+}
+
+TEST_F(CanSignalTest, multiplexorAnywhereSelects) {
+    load("BO_ 256 M: 64 X\n"
+         " SG_ Switch M : 480|8@1+ (1,0) [0|0] \"\" X\n"
+         " SG_ One m1 : 0|8@1+ (1,0) [0|0] \"\" X\n"
+         " SG_ Two m2 : 0|8@1+ (1,0) [0|0] \"\" X\n");
+    std::vector<std::uint8_t> payload(64);
+    payload[0] = 0x55;
+    payload[60] = 2;
+    feed(payload);
+    EXPECT_EQ(raw("M.One"), std::nullopt);
+    EXPECT_EQ(raw("M.Two"), 0x55U);
 }
 
 } // namespace

@@ -85,17 +85,62 @@ TEST(AscLogTest, eventsOfOtherKindsAreOther) {
 
 TEST(AscLogTest, otherFramesAreToldApart) {
     check({
-        {"   2.510001 2 100 Tx r", "remote frame"},
-        {"   2.520002 3 200 Tx r Length = 1704000 BitCount = 145 ID = 88888888x", "remote frame"},
-        {"   2.584921 4 300x Rx r 8 Length = 1704000", "remote frame"},
+        {"   2.510001 2 100 Tx r", "2510001 2 100#R0"},
+        {"   2.520002 3 200 Tx r Length = 1704000 BitCount = 145 ID = 88888888x", "2520002 3 200#R0"},
+        {"   2.584921 4 300x Rx r 8 Length = 1704000", "2584921 4 00000300#R8"},
         {"   2.501000 1 ErrorFrame", "error frame"},
         {"   2.501010 1 ErrorFrame ECC: 10100010", "error frame"},
         {"  30.806898 CANFD   5 Tx ErrorFrame Not Acknowledge error", "error frame"},
         {"  30.806898 CANFD   5 ErrorFrame", "error frame"},
-        {"  30.005071 CANFD   2 Rx        300  Generic_Name_12   1 0 8  8 01 02 03 04 05 06 07 08", "FD frame"},
-        {"  30.300981 CANFD   3 Tx     50005x     0 0 5 0 140000 73 200050 7a60", "FD frame"},
-        {"   0.000000 1  123x            Rx   d 40 00 01 02 03", "FD frame"},
-        {"   0.000000 1  123x            Rx   d 9 00 01 02 03 04 05 06 07 08", "FD frame"},
+        {"  30.005071 CANFD   2 Rx        300  Generic_Name_12   1 0 8  8 01 02 03 04 05 06 07 08",
+         "30005071 2 300##1 0102030405060708"},
+        {"  30.300981 CANFD   3 Tx     50005x     0 0 5 0 140000 73 200050 7a60", "30300981 3 00050005#R5"},
+    });
+}
+
+TEST(AscLogTest, canFdLinesAreRead) {
+    check({
+        {"0.5 CANFD 1 Rx 4EE 0 0 9 12 01 02 03 04 05 06 07 08 09 0A 0B FF 102203 133 303000 e0006659",
+         "500000 1 4EE##0 0102030405060708090A0BFF"},
+        {"0.5 CANFD 255 Tx 1C4D80A7x Name_2 1 1 a 16 00 01 02 03 04 05 06 07 08 09 0A 0B 0C 0D 0E 0F",
+         "500000 255 1C4D80A7##3 000102030405060708090A0B0C0D0E0F"},
+        // Classic frames on a CAN FD channel have the flag of the format clear.
+        {"0.5 CANFD 1 Rx 4EE 0 0 2 2 01 02 102203 133 200000 e0006659", "500000 1 4EE#0102"},
+        {"0.5 CANFD 1 Rx 4EE 0 0 f 8 01 02 03 04 05 06 07 08 102203 133 0 e0006659", "500000 1 4EE#0102030405060708"},
+        {"0.5 CANFD 1 Rx 4EE 0 0 0 0 102203 133 0 e0006659", "500000 1 4EE#"},
+        {"0.5 CANFD 1 Rx 4EE 0 0 f 0 102203 133 10 e0006659", "500000 1 4EE#R8"},
+        {"0.5 CANFD 0 Rx 4EE 0 0 0 0", "malformed: channel number is not within 1 and 255"},
+        {"0.5 CANFD 0 ErrorFrame", "malformed: channel number is not within 1 and 255"},
+        {"0.5 CANFD 1 Up 4EE 0 0 0 0", "malformed: direction is none of Rx, Tx and TxRq"},
+        {"0.5 CANFD 1 Rx", "malformed: identifier is not a number of the log's base"},
+        {"0.5 CANFD 1 Rx 800 0 0 0 0", "malformed: identifier without x above 7FF"},
+        {"0.5 CANFD 1 Rx 4EE a b 0 0 0", "malformed: bit rate switch and error state are not both 0 or 1"},
+        {"0.5 CANFD 1 Rx 4EE 0 2 0 0", "malformed: bit rate switch and error state are not both 0 or 1"},
+        {"0.5 CANFD 1 Rx 4EE 0 0 10 0", "malformed: data length code is not a number of the log's base up to 15"},
+        {"0.5 CANFD 1 Rx 4EE 0 0 8 65", "malformed: data length is not a number up to 64"},
+        {"0.5 CANFD 1 Rx 4EE 0 0 8 a", "malformed: data length is not a number up to 64"},
+        {"0.5 CANFD 1 Rx 4EE 0 0 8 8 01", "malformed: fewer data bytes than the data length says"},
+    });
+}
+
+TEST(AscLogTest, lengthsAboveEightAreToldByTheBytesThere) {
+    check({
+        // Length codes of classic frames.
+        {"0.5 1 123 Rx d 9 00 01 02 03 04 05 06 07 Length = 9", "500000 1 123#0001020304050607"},
+        {"0.5 1 123 Rx d f 00 01 02 03 04 05 06 07", "500000 1 123#0001020304050607"},
+        // Of CAN FD frames.
+        {"0.5 1 123 Rx d 9 00 01 02 03 04 05 06 07 08 09 0A 0B", "500000 1 123##0 000102030405060708090A0B"},
+        {"0.5 1 123 Rx d a 00 01 02 03 04 05 06 07 08 09 0A 0B 0C 0D 0E 0F Length = 2",
+         "500000 1 123##0 000102030405060708090A0B0C0D0E0F"},
+        // Lengths.
+        {"0.5 1 123 Rx d c 00 01 02 03 04 05 06 07 08 09 0A 0B", "500000 1 123##0 000102030405060708090A0B"},
+        {"0.5 1 123 Rx d 10 00 01 02 03 04 05 06 07 08 09 0A 0B 0C 0D 0E 0F",
+         "500000 1 123##0 000102030405060708090A0B0C0D0E0F"},
+        {"0.5 1 123 Rx d 9 00 01 02", "malformed: fewer data bytes than the data length says"},
+        {"0.5 1 123 Rx d 40 00 01 02 03", "malformed: fewer data bytes than the data length says"},
+        {"0.5 1 123 Rx d 41 00 01 02 03", "malformed: data length above 64"},
+        {"base dec", "other"},
+        {"0.5 1 291 Rx d 15 0 1 2 3 4 5 6 255", "500000 1 123#00010203040506FF"},
     });
 }
 
@@ -105,7 +150,7 @@ TEST(AscLogTest, decimalBaseAppliesToIdentifierLengthAndData) {
         {"base dec  timestamps absolute", "other"},
         {"0.5 1 100 Rx d 2 10 255", "500000 1 064#0AFF"},
         {"0.5 1 418119424x Rx d 1 0", "500000 1 18EBFF00#00"},
-        {"0.5 1 100 Rx d 64 1 2 3", "FD frame"},
+        {"0.5 1 100 Rx d 64 1 2 3", "malformed: fewer data bytes than the data length says"},
         {"0.5 1 6F9 Rx d 1 1", "malformed: identifier is not a number of the log's base"},
         {"0.5 1 2048 Rx d 1 1", "malformed: identifier without x above 7FF"},
         {"0.5 1 100 Rx d 1 256", "malformed: data byte is not a number of the log's base up to 255"},
@@ -121,10 +166,10 @@ TEST(AscLogTest, relativeTimesAddUpOverAllEvents) {
         {"1.000000 Start of measurement", "other"},
         {"0.250000 1 64 Rx d 0", "1250000 1 064#"},
         {"0.000001 1 ErrorFrame", "error frame"},
-        {"0.000001 CANFD 1 Rx 64 0 0 8 8", "FD frame"},
+        {"0.000001 CANFD 1 Rx 64 0 0 0 0", "1250002 1 064##0 "},
         {"0.000001 1 Statistic: D 0 R 0", "other"},
         {"0.000001 1 64 Rx d 1 XX", "malformed: data byte is not a number of the log's base up to 255"},
-        {"0.000001 1 64 Tx r", "remote frame"},
+        {"0.000001 1 64 Tx r", "1250005 1 064#R0"},
         {"0.1 1 64 Rx d 0", "1350005 1 064#"},
         {"18446744073709.551615 1 64 Rx d 0", "malformed: time stamp too large"},
         {"0.1 1 64 Rx d 0", "1450005 1 064#"},
@@ -181,8 +226,8 @@ TEST(AscLogTest, damagedLinesTellTheirCause) {
         {"1.0 1 64 Rx q 1 01", "malformed: frame is marked neither as data (d) nor as remote (r)"},
         {"1.0 1 64 Rx d", "malformed: data length is not a number of the log's base"},
         {"1.0 1 64 Rx d z 01", "malformed: data length is not a number of the log's base"},
-        {"1.0 1 64 Rx d 2 01", "malformed: fewer data bytes than the data length tells"},
-        {"1.0 1 64 Rx d 2", "malformed: fewer data bytes than the data length tells"},
+        {"1.0 1 64 Rx d 2 01", "malformed: fewer data bytes than the data length says"},
+        {"1.0 1 64 Rx d 2", "malformed: fewer data bytes than the data length says"},
         {"1.0 1 64 Rx d 2 01 0G", "malformed: data byte is not a number of the log's base up to 255"},
         {"1.0 1 64 Rx d 2 01 100", "malformed: data byte is not a number of the log's base up to 255"},
         {"1.0 1 64 Rx d 2 01 Length = 3", "malformed: data byte is not a number of the log's base up to 255"},

@@ -71,18 +71,48 @@ TEST(CandumpLogTest, channelIsNumberAtEndOfInterfaceName) {
 
 TEST(CandumpLogTest, otherFramesAreToldApart) {
     check({
-        {"(1.0) can0 123#R", "remote frame"},
-        {"(1.0) can0 12345678#R8", "remote frame"},
-        {"(1.0) can0 123#R0", "remote frame"},
-        {"(1.0) can0 123#R8_C", "remote frame"},
-        {"(1.0) can0 123#R T", "remote frame"},
-        {"(1.0) can0 123##1", "FD frame"},
-        {"(1.0) can0 12345678##300112233445566778899AABB", "FD frame"},
+        {"(1.0) can0 123#R", "1000000 0 123#R0"},
+        {"(1.0) can0 12345678#R8", "1000000 0 12345678#R8"},
+        {"(1.0) can0 123#R0", "1000000 0 123#R0"},
+        {"(1.0) can0 123#R8_C", "1000000 0 123#R8"},
+        {"(1.0) can0 123#R T", "1000000 0 123#R0"},
         {"(1.0) can0 20000080#0000000000000000", "error frame"},
         {"(1.0) can0 200000FF#0000000000000000 R", "error frame"},
         {"", "other"},
         {" \t ", "other"},
     });
+}
+
+TEST(CandumpLogTest, canFdFramesHaveFlagsAndUpTo64Bytes) {
+    std::string const most =
+        "0123456789ABCDEF0123456789ABCDEF0123456789ABCDEF0123456789ABCDEF0123456789ABCDEF0123456789ABCDEF"
+        "0123456789ABCDEF0123456789ABCDEF";
+    std::string const full = "(1.0) can0 123##0" + most;
+    check({
+        {"(1.0) can0 123##0", "1000000 0 123##0 "},
+        {"(1.0) can0 123##1", "1000000 0 123##1 "},
+        {"(1.0) can0 123##212", "1000000 0 123##2 12"},
+        {"(1.0) can0 12345678##300112233445566778899AABB", "1000000 0 12345678##3 00112233445566778899AABB"},
+        {"(1.0) can0 123##70011 T", "1000000 0 123##3 0011"},
+        {"(1.0) can0 123##", "malformed: '##' is not followed by the flags of a CAN FD frame"},
+        {"(1.0) can0 123##0 0", "malformed: text behind the frame"},
+        {"(1.0) can0 123##00", "malformed: odd number of data digits"},
+        {"(1.0) can0 123##00G", "malformed: data holds a character that is not a hexadecimal digit"},
+        {"(1.0) can0 123##00011223344556677_9", "malformed: data holds a character that is not a hexadecimal digit"},
+    });
+    EXPECT_EQ(parsed(full), "1000000 0 123##0 " + most);
+    EXPECT_EQ(parsed(full + "00"), "malformed: more than 64 data bytes");
+}
+
+TEST(CandumpLogTest, directionIsRead) {
+    Frame frame = usedFrame();
+    for (auto const& [line, flags] : {std::pair<char const*, std::uint16_t>{"(1.0) can0 123#01 R", frameFlag::received},
+                                      {"(1.0) can0 123#01 T", frameFlag::transmitted},
+                                      {"(1.0) can0 123#01", 0}}) {
+        ASSERT_EQ(CandumpLog().parse(line, frame).kind, LineKind::Frame) << line;
+        EXPECT_EQ(frame.flags, flags) << line;
+        EXPECT_EQ(frame.bus, Bus::Can) << line;
+    }
 }
 
 TEST(CandumpLogTest, suffixesAreAccepted) {
