@@ -258,6 +258,18 @@ TEST_F(ReplayTest, recordingInWhichNothingIsDefinedSaysSo) {
     EXPECT_TRUE(contains(elsewhere.errors, ": the definitions serve none of its channels\n")) << elsewhere.errors;
 }
 
+TEST_F(ReplayTest, recordingWithoutAPickedSignalSaysSo) {
+    std::string const definitions =
+        d_drive.folder().file("more.dbc", Drive::definitionText(d_drive.speed().substr(0, d_drive.speed().find('.'))) +
+                                              "BO_ 257 Empty: 8 X\n");
+    std::string const recording = log("(1.0) can0 101#01\n(1.5) can0 555#00\n");
+    Result const result({"replay", "-d", definitions, "--fast", "--only", "*.Speed", recording});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.errors,
+              "qzsignal: error: " + recording + ": none of its frames carries a signal that is shared\n");
+    EXPECT_TRUE(contains(result.output, "not defined: 1 frames, 1 identifiers\nnot picked: 1\n")) << result.output;
+}
+
 TEST_F(ReplayTest, definitionsHaveThreeNames) {
     std::string const recording = log(drivingFrame);
     for (char const* const name : {"-d", "--definitions", "--dbc"})

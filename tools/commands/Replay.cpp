@@ -68,7 +68,11 @@ public:
         if (d_options.keep)
             d_signals.keep();
         UnfedFrames const unfed = sortOut(drive.unfed(), d_definitions);
-        ExitStatus const status = report(drive, unfed, d_options.trace, d_console);
+        ExitStatus status = report(drive, unfed, d_options.trace, d_console);
+        if (status == exitSuccess && drive.counts().decoded == 0 && !stopRequested()) {
+            d_console.error(d_options.trace, ": none of its frames carries a signal that is shared");
+            status = exitNothingUsable;
+        }
         if (d_options.json)
             printJson(drive, unfed);
         else
