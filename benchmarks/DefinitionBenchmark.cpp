@@ -3,7 +3,7 @@
 #include "benchmarks/support/Keep.h"
 #include "benchmarks/support/NumberedSignals.h"
 #include "tools/base/TextFile.h"
-#include "tools/dbc/DbcReader.h"
+#include "tools/definitions/dbc/DbcReader.h"
 
 #include <benchmark/benchmark.h>
 

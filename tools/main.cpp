@@ -46,12 +46,12 @@ int run(int argc, char const* const* argv, qztool::Console& console) {
     parser.footer(std::string("\n") + qztool::exitStatusHelp +
                   "Eval and trigger end with 0 if the condition is true and with 1 if it is not.\n"
                   "\nExamples:\n"
-                  "  qzsignal replay --dbc car.dbc drive.log\n"
-                  "  candump -L can0 | qzsignal replay --dbc car.dbc -\n"
+                  "  qzsignal replay -d car.dbc drive.log\n"
+                  "  candump -L can0 | qzsignal replay -d car.dbc -\n"
                   "  qzsignal read Engine.Speed --wait 5\n"
                   "  qzsignal list --json\n"
                   "  qzsignal eval --follow 'Engine.Speed > 3000'\n"
-                  "  qzsignal trigger --dbc car.dbc 'Engine.Speed > 3000' drive.log\n");
+                  "  qzsignal trigger -d car.dbc 'Engine.Speed > 3000' drive.log\n");
     parser.require_subcommand(1);
     int status = qztool::exitSuccess;
     for (Subcommand const& each : subcommands) {

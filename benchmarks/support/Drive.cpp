@@ -2,9 +2,9 @@
 #include "benchmarks/support/Drive.h"
 
 #include "tools/base/TextFile.h"
-#include "tools/dbc/DbcReader.h"
-#include "tools/replay/SignalDefinitions.h"
-#include "tools/traces/TraceReader.h"
+#include "tools/definitions/dbc/DbcReader.h"
+#include "tools/drive/can/CanDefinition.h"
+#include "tools/recordings/RecordingReader.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -34,21 +34,23 @@ Drive readDrive() {
     // By identifier and its kind.
     std::map<std::pair<std::uint32_t, bool>, std::size_t> counts;
     for (qztool::MessageDefinition const& message : qztool::readDatabase(text).messages) {
-        counts[{message.identifier, message.extended}] = message.signals.size();
+        counts[{message.address, message.extended}] = message.signals.size();
         for (qztool::SignalDefinition const& signal : message.signals)
-            drive.definitions.push_back(qztool::canDefinition(message, signal, 0));
+            drive.definitions.push_back(
+                qztool::canDefinition(message, signal, qztool::instanceName(message, signal), 0));
     }
 
-    qztool::TraceReader reader(logFile());
+    qztool::NeverStop never;
+    qztool::RecordingReader reader(logFile(), never);
     qztool::Frame frame;
-    while (reader.next(frame) == qztool::TraceReader::Next::Frame) {
+    while (reader.next(frame) == qztool::RecordingReader::Next::Frame) {
         CANExtTraceMessage message;
         message.timestamp = frame.timestamp;
-        message.identifier = frame.identifier;
-        message.extended = frame.extended ? 1 : 0;
+        message.identifier = frame.address;
+        message.extended = frame.extended() ? 1 : 0;
         message.length = frame.length;
-        std::copy(frame.payload.begin(), frame.payload.end(), message.payload);
-        auto const known = counts.find({frame.identifier, frame.extended});
+        std::copy_n(frame.bytes.begin(), frame.length, message.payload);
+        auto const known = counts.find({frame.address, frame.extended()});
         if (known == counts.end() || known->second == 0)
             continue;
         drive.frames.push_back(message);

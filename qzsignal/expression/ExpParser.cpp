@@ -93,15 +93,24 @@ std::optional<ExpParser::Error> ExpParser::check(char const* expression) {
     return std::move(parser.d_error);
 }
 
-std::vector<std::string> ExpParser::signalNames(char const* expression) {
-    std::vector<std::string> names;
+std::vector<ExpParser::Mention> ExpParser::mentions(char const* expression) {
+    std::vector<Mention> found;
     expFlexLexer scanner;
     std::string const line = std::string(expression != nullptr ? expression : "") + '\n';
-    if (qzsignal::scanText(scanner, line) == nullptr)
-        return names;
+    char const* const begin = qzsignal::scanText(scanner, line);
+    if (begin == nullptr)
+        return found;
     while (int const token = scanner.yylex())
-        if (token == STRING && std::find(names.begin(), names.end(), scanner.YYText()) == names.end())
-            names.emplace_back(scanner.YYText());
+        if (token == STRING)
+            found.push_back({scanner.YYText(), static_cast<std::size_t>(scanner.YYText() - begin)});
+    return found;
+}
+
+std::vector<std::string> ExpParser::signalNames(char const* expression) {
+    std::vector<std::string> names;
+    for (Mention& each : mentions(expression))
+        if (std::find(names.begin(), names.end(), each.name) == names.end())
+            names.push_back(std::move(each.name));
     return names;
 }
 

@@ -97,7 +97,14 @@ public:
     /// What is wrong with a text, if it is not an expression. Compiles nothing, creates no signals and reports nothing.
     static std::optional<Error> check(char const* expression);
 
-    /// The names of signals in a text, each once, in order of appearance. The text need not be an expression.
+    /// One mention of a signal in a text.
+    struct Mention {
+        std::string name;      ///< as it is spelled there
+        std::size_t begin = 0; ///< offset of its first character in the text
+    };
+    /// All mentions of signals in a text, in order. The text need not be an expression.
+    static std::vector<Mention> mentions(char const* expression);
+    /// The names in them, each once, in order of appearance.
     static std::vector<std::string> signalNames(char const* expression);
 
     /// Why the text was not accepted; empty if it was.

@@ -52,14 +52,15 @@ public:
         return words;
     }
 
-    // "-h,--help  Print ..." has no value, "--wait SECONDS  Wait ..." has one.
+    // "-h,--help  Print ..." has no value, "--wait SECONDS  Wait ..." has one; of several long names, the first counts.
     Options options() const {
         Options options;
         for (std::string const& entry : entries("Options:")) {
             Words const words = wordsOf(entry.substr(0, entry.find("  ")));
             std::string const& names = words.front();
             std::string const value = words.size() > 1 && isValue(words[1]) ? lettersOf(words[1]) : "";
-            options[names.substr(names.find("--") + 2)] = value;
+            std::size_t const name = names.find("--") + 2;
+            options[names.substr(name, names.find(',', name) - name)] = value; // without further names of it
         }
         return options;
     }
@@ -160,7 +161,9 @@ private:
         for (std::size_t i = 0; i < words.size(); ++i) {
             if (words[i] == "Fl" || words[i] == ".Fl") {
                 // A short form, such as that of --help, is another name of the long one.
-                name = words.at(i + 1)[0] == '-' ? words[i + 1].substr(1) : "";
+                bool const isFurther = i > 0 && words[i - 1] == "," && !name.empty();
+                if (!isFurther)
+                    name = words.at(i + 1)[0] == '-' ? words[i + 1].substr(1) : "";
                 if (!name.empty())
                     options[name];
                 isValue = false;

@@ -4,6 +4,7 @@
 #include "qzsignal/shm/ShmSignal.h"
 
 #include <fstream>
+#include <nlohmann/json.hpp>
 #include <sys/stat.h>
 
 namespace {
@@ -70,10 +71,10 @@ TEST_F(ReplayTest, summaryCountsEverything) {
                                                           "(1700000000.8) can0 100#C900FD")}));
     EXPECT_EQ(result.status, 0);
     for (char const* const line :
-         {"lines: 11\n", "frames: 4\n", "decoded: 3\n", "skipped by the pre-filter: 1\n", "CAN FD frames: 1\n",
-          "remote frames: 1\n", "error frames: 1\n", "malformed lines: 3 (", "signals: 2\n",
-          "signals with a value: 2\n", "values written: 4\n", "values beyond the end of short frames: 2\n",
-          "frames per second: "})
+         {"lines: 11\n", "frames: 5\n", "decoded: 4\n", "not defined: 1 frames, 1 identifiers\n", "not picked: 0\n",
+          "on other channels: 0\n", "CAN FD frames: 1\n", "remote frames: 1\n", "error frames: 1\n",
+          "malformed lines: 3 (", "signals: 2\n", "signals with a value: 2\n", "values written: 6\n",
+          "values beyond the end of short frames: 2\n", "frames per second: "})
         EXPECT_TRUE(contains(result.output, line)) << line << "in\n" << result.output;
     EXPECT_TRUE(contains(result.output, ": 8; ")) << result.output;
     EXPECT_TRUE(contains(result.output, ": 9-10)")) << result.output;
@@ -199,6 +200,119 @@ TEST_F(ReplayTest, channelPrefixRestrictsAFile) {
     EXPECT_EQ(valueOf(d_drive.speed()), "61.000000 202 2000000");
 }
 
+TEST_F(ReplayTest, fileServesTheFirstChannelOnWhichItsFramesAreSeen) {
+    std::string const recording =
+        log("(1.0) can7 101#C800FD\n(1.5) can3 100#C800FD\n(2.0) can0 100#CA00FD\n(3.0) can0 100#CA00FD\n");
+    Result const result(replay({"--fast", "--keep", recording}));
+    EXPECT_EQ(result.status, 0) << result.errors;
+    EXPECT_EQ(valueOf(d_drive.speed()), "60.000000 200 1500000");
+    EXPECT_TRUE(contains(result.output, "decoded: 1\n")) << result.output;
+    EXPECT_TRUE(contains(result.output, "on other channels: 2 (" + d_drive.definitions() + " serves channel 3)\n"))
+        << result.output;
+}
+
+TEST_F(ReplayTest, reportComesAsJson) {
+    Result const result(
+        replay({"--fast", "--json",
+                log("(1.0) can1 100#C800FD\n(1.5) can3 18FEF100#00\n(2.0) can1 7#00\n(2.0) can2 100##0\n"
+                    "(2.5) can1 555#00\n(2.6) can1 555#R4\n(2.7) can1 20000080#\nx\n")}));
+    EXPECT_EQ(result.status, 0) << result.errors;
+    nlohmann::json const json = nlohmann::json::parse(result.output);
+    EXPECT_EQ(json["lines"], 8);
+    EXPECT_EQ(json["frames"], 4);
+    EXPECT_EQ(json["decoded"], 1);
+    EXPECT_EQ(json["notDefined"], nlohmann::json::parse(R"({"frames": 2, "identifiers": [
+                  {"bus": "can", "channel": 1, "id": 1365, "extended": false, "frames": 1},
+                  {"bus": "can", "channel": 3, "id": 419361024, "extended": true, "frames": 1}]})"));
+    EXPECT_EQ(json["notPicked"], 0);
+    EXPECT_EQ(json["otherChannels"], 1);
+    EXPECT_EQ(
+        json["served"],
+        nlohmann::json({{{"file", d_drive.definitions()}, {"bus", "can"}, {"channel", 1}, {"otherChannels", 1}}}));
+    EXPECT_EQ(json["fdFrames"], 1);
+    EXPECT_EQ(json["remoteFrames"], 1);
+    EXPECT_EQ(json["errorFrames"], 1);
+    ASSERT_EQ(json["malformed"].size(), 2U);
+    EXPECT_EQ(json["malformed"][1]["places"], "8");
+    EXPECT_EQ(json["malformed"][1]["count"], 1);
+    EXPECT_EQ(json["skipped"], nlohmann::json::object());
+    EXPECT_EQ(json["signals"], 2);
+    EXPECT_EQ(json["signalsWithValue"], 2);
+    EXPECT_EQ(json["valuesWritten"], 2);
+    EXPECT_EQ(json["valuesCut"], 0);
+    EXPECT_TRUE(json["seconds"].is_number());
+    EXPECT_TRUE(json["framesPerSecond"].is_number());
+}
+
+TEST_F(ReplayTest, recordingInWhichNothingIsDefinedSaysSo) {
+    std::string const recording = log("(1.0) can0 555#01\n(1.5) can0 18FEF100#00\n(2.0) can0 555#00\n");
+    Result const result(replay({"--fast", recording}));
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.errors, "qzsignal: error: " + recording +
+                                 ": the definitions define none of its 3 frames; most frequent identifiers: "
+                                 "555 (2), 18FEF100 (1)\n");
+    EXPECT_TRUE(contains(result.output, "not defined: 3 frames, 2 identifiers\n")) << result.output;
+    EXPECT_EQ(Result({"trigger", "-d", d_drive.definitions(), d_drive.speed(), recording}).status, 1);
+    Result const elsewhere({"replay", "-d", "can3:" + d_drive.definitions(), "--fast", log(drivingFrame)});
+    EXPECT_EQ(elsewhere.status, 1);
+    EXPECT_TRUE(contains(elsewhere.errors, ": the definitions serve none of its channels\n")) << elsewhere.errors;
+}
+
+TEST_F(ReplayTest, recordingWithoutAPickedSignalSaysSo) {
+    std::string const definitions =
+        d_drive.folder().file("more.dbc", Drive::definitionText(d_drive.speed().substr(0, d_drive.speed().find('.'))) +
+                                              "BO_ 257 Empty: 8 X\n");
+    std::string const recording = log("(1.0) can0 101#01\n(1.5) can0 555#00\n");
+    Result const result({"replay", "-d", definitions, "--fast", "--only", "*.Speed", recording});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.errors,
+              "qzsignal: error: " + recording + ": none of its frames carries a signal that is shared\n");
+    EXPECT_TRUE(contains(result.output, "not defined: 1 frames, 1 identifiers\nnot picked: 1\n")) << result.output;
+}
+
+TEST_F(ReplayTest, definitionsHaveThreeNames) {
+    std::string const recording = log(drivingFrame);
+    for (char const* const name : {"-d", "--definitions", "--dbc"})
+        EXPECT_EQ(Result({"replay", name, d_drive.definitions(), "--fast", recording}).status, 0) << name;
+}
+
+TEST_F(ReplayTest, signalsAnywhereInCanFdFramesAreDecoded) {
+    SharedName const name("Fd");
+    Folder folder;
+    std::string const definitions =
+        folder.file("fd.dbc", "BO_ 291 " + name.name() + ": 64 X\n SG_ Last : 504|8@1+ (1,0) [0|0] \"\" X\n");
+    std::string const payload = std::string(126, '0') + "2A";
+    EXPECT_EQ(
+        Result({"replay", "-d", definitions, "--fast", "--keep", log("(1.0) can0 123##1" + payload + "\n")}).status, 0);
+    EXPECT_EQ(valueOf(name.name() + ".Last"), "42.000000 42 1000000");
+}
+
+TEST_F(ReplayTest, manyProblemsOfOneKindAreOneLineAndQuietHidesWarnings) {
+    SharedName const name("Many");
+    Folder folder;
+    std::string text = "BO_ 291 " + name.name() + ": 1 X\n SG_ Good : 0|8@1+ (1,0) [0|0] \"\" X\n";
+    for (int i = 0; i < 12; ++i)
+        text += " SG_ Long" + std::to_string(i) + " : 8|8@1+ (1,0) [0|0] \"\" X\n";
+    text += " SG_ Bad : 0|0@1+ (1,0) [0|0] \"\" X\n";
+    std::string const definitions = folder.file("many.dbc", text), recording = log("(1.0) can0 123#01\n");
+    Result const loud({"replay", "-d", definitions, "--only", "*.Good", "--fast", recording});
+    EXPECT_EQ(loud.errors, "qzsignal: warning: " + definitions +
+                               ":3: SG_ 'Long0': it reaches beyond the 1 byte of message '" + name.name() +
+                               "'; 12 problems of this kind, in lines 3-14\n" + "qzsignal: error: " + definitions +
+                               ":15: SG_ 'Bad': it has 0 bits, but a signal has 1 to 64; left out\n");
+    Result const quiet({"replay", "-d", definitions, "--only", "*.Good", "--fast", "--quiet", recording});
+    EXPECT_EQ(quiet.errors, "qzsignal: error: " + definitions +
+                                ":15: SG_ 'Bad': it has 0 bits, but a signal has 1 to 64; left out\n");
+    EXPECT_EQ(quiet.status, 0);
+}
+
+TEST_F(ReplayTest, patternThatMatchesNothingIsNotThere) {
+    Result const result(replay({"--only", "a*", "--only", "b*", "--fast", log(drivingFrame)}));
+    EXPECT_EQ(result.status, 69);
+    EXPECT_EQ(result.errors, "qzsignal: error: no signal matches 'a*' or 'b*'\n");
+    EXPECT_EQ(Result(replay({"--only", "a*", "--only", "*.Speed", "--fast", log(drivingFrame)})).status, 0);
+}
+
 TEST_F(ReplayTest, missingRecordingIsReported) {
     Result const result(replay({"--fast", "/no/such.log"}));
     EXPECT_EQ(result.status, 1);
@@ -216,7 +330,7 @@ TEST_F(ReplayTest, missingDefinitionFileIsReportedAndTheOthersWork) {
 TEST_F(ReplayTest, emptyRecordingHoldsNothingUsable) {
     Result const result(replay({"--fast", log("")}));
     EXPECT_EQ(result.status, 1);
-    EXPECT_TRUE(contains(result.errors, ": holds no frame\n")) << result.errors;
+    EXPECT_TRUE(contains(result.errors, ": contains no frame\n")) << result.errors;
 }
 
 TEST_F(ReplayTest, recordingThatIsBadThroughoutIsBadData) {

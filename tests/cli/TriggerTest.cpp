@@ -37,6 +37,27 @@ TEST_F(TriggerTest, conditionMayNameSeveralSignals) {
     EXPECT_EQ(result.output, "1700000004.000000 true (line 6)\n");
 }
 
+TEST_F(TriggerTest, signalsAreFoundByTheirOwnNamesAndAsExpressionsHoldThem) {
+    SharedName const name("Spelled");
+    std::string const definitions = d_drive.folder().file(
+        "spelled.dbc", "BO_ 256 " + name.name() +
+                           ": 8 X\n SG_ a : 0|16@1+ (0.5,-40) [0|0] \"\" X\n SG_ b : 16|8@1- (1,0) [0|0] \"\" X\n"
+                           "BO_ 257 Other" +
+                           name.name() +
+                           ": 8 X\n SG_ Load : 0|8@1+ (1,0) [0|0] \"\" X\n"
+                           "BA_ \"SystemSignalLongSymbol\" SG_ 256 a \"Car Speed\";\n"
+                           "BA_ \"SystemSignalLongSymbol\" SG_ 256 b \"Load\";\n");
+    std::string const recording = log(rise);
+    for (std::string const& spelling : {name.name() + ".Car_Speed", std::string("Car_Speed")}) {
+        Result const result({"trigger", "-d", definitions, spelling + " > 50", recording});
+        EXPECT_EQ(result.output, "1700000001.000000 true (line 2)\n1700000004.000000 true (line 6)\n") << result.errors;
+    }
+    Result const result({"trigger", "-d", definitions, "Car_Speed > 50 && Load < 0", recording});
+    EXPECT_EQ(result.status, 69);
+    EXPECT_EQ(result.errors,
+              "qzsignal: error: 'Load' may be any of Other" + name.name() + ".Load, " + name.name() + ".Load\n");
+}
+
 TEST_F(TriggerTest, neverTriggeredIsStatus1) {
     Result const result(arguments({d_drive.speed() + " > 500", log(rise)}));
     EXPECT_EQ(result.status, 1);
@@ -167,7 +188,7 @@ TEST_F(TriggerTest, inputsWithoutContentAreJudged) {
     EXPECT_EQ(Result(arguments({d_drive.speed(), log("nonsense\n")})).status, 65);
     Result const none(arguments({d_drive.speed(), log("")}));
     EXPECT_EQ(none.status, 1);
-    EXPECT_TRUE(contains(none.errors, ": holds no frame\n")) << none.errors;
+    EXPECT_TRUE(contains(none.errors, ": contains no frame\n")) << none.errors;
 }
 
 TEST_F(TriggerTest, malformedLinesAreReportedAndTheRestIsRead) {

@@ -3,8 +3,9 @@
 
 #include "tests/fuzz/Expect.h"
 #include "tests/fuzz/MemoryFile.h"
-#include "tests/tools/traces/TraceFixtures.h"
-#include "tools/traces/TraceReader.h"
+#include "tests/tools/recordings/RecordingFixtures.h"
+#include "tools/recordings/Formats.h"
+#include "tools/recordings/RecordingReader.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -34,16 +35,9 @@ inline std::vector<std::string> linesOf(std::string_view text) {
 }
 
 inline void expectWellFormed(Frame const& frame, std::string const& line) {
-    expect(frame.length <= frame.payload.size(), "length", line);
-    expect(frame.identifier <= (frame.extended ? 0x1FFFFFFFU : 0x7FFU), "identifier", line);
-    expect(std::all_of(frame.payload.begin() + frame.length, frame.payload.end(),
-                       [](std::uint8_t byte) { return byte == 0; }),
-           "payload behind its end", line);
-}
-
-// What became of a line, as text.
-inline std::string textOf(ParsedLine const& parsed, Frame const& frame) {
-    return parsed.kind == LineKind::Frame ? textOf(frame) : textOf(parsed);
+    expect(frame.length <= (frame.is(frameFlag::fd) ? mostCanBytes : mostClassicBytes) && frame.bus == Bus::Can,
+           "length", line);
+    expect(frame.address <= (frame.extended() ? 0x1FFFFFFFU : 0x7FFU), "identifier", line);
 }
 
 // The line numbers in such a text as "3, 17-20 and 5 more" stand in order, within `lines`.
@@ -65,33 +59,30 @@ inline void expectLineNumbers(std::string const& numbers, std::size_t lines) {
 // Reads the text as the command does, and compares with what `Log`, which reads logs of that format, makes of its lines
 // one by one.
 template <typename Log>
-void expectReader(std::string_view text, TraceFormat format) {
+void expectReader(std::string_view text) {
     static MemoryFile file;
     file.fill(text);
-    TraceReader reader(file.path());
+    NeverStop stop;
+    RecordingReader reader(file.path(), stop);
     std::string found;
     Frame frame = usedFrame();
-    while (reader.next(frame) == TraceReader::Next::Frame)
+    while (reader.next(frame) == RecordingReader::Next::Frame)
         found += textOf(frame) + '\n';
     if (!reader.problem().empty())
-        return expect(reader.lines() == 0, "problem", reader.problem());
+        return expect(reader.place() == 0, "problem", reader.problem());
 
     std::vector<std::string> const lines = linesOf(text);
-    expect(reader.lines() == lines.size() && reader.bytesRead() == text.size(), "all is read");
-    std::size_t counted = 0;
-    for (std::size_t kind = 0; kind < lineKinds; ++kind)
-        counted += reader.count(static_cast<LineKind>(kind));
-    expect(counted == lines.size(), "lines by their kinds");
+    expect(reader.place() == lines.size() && reader.bytesRead() == text.size(), "all is read");
     std::size_t malformed = 0;
-    for (MalformedLines const& group : reader.malformed()) {
-        expectLineNumbers(group.lines.text(), lines.size());
-        malformed += group.lines.count();
+    for (Malformed const& group : reader.findings().malformed()) {
+        expectLineNumbers(group.places.text(), lines.size());
+        malformed += group.places.count();
     }
-    expect(malformed == reader.count(LineKind::Malformed), "malformed lines by their causes");
+    expect(malformed == reader.findings().malformedCount(), "malformed lines by their causes");
 
-    if (reader.format() != format)
+    auto const first = std::find_if(lines.begin(), lines.end(), lineFormatOf);
+    if (first == lines.end() || lineFormatOf(*first)->looksLike != Log::fits)
         return;
-    auto const first = std::find_if(lines.begin(), lines.end(), Log::fits);
     std::string expected;
     Log log;
     for (auto line = first; line != lines.end(); ++line)

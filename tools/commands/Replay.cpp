@@ -4,15 +4,19 @@
 #include "tools/base/Console.h"
 #include "tools/base/ExitStatus.h"
 #include "tools/base/StopRequest.h"
-#include "tools/replay/DefinitionOption.h"
-#include "tools/replay/FrameFeeder.h"
-#include "tools/replay/Pacer.h"
-#include "tools/replay/Progress.h"
-#include "tools/replay/SignalSet.h"
-#include "tools/traces/TraceReader.h"
-#include "tools/traces/TraceReport.h"
+#include "tools/console/ConsoleReporter.h"
+#include "tools/console/DefinitionOption.h"
+#include "tools/console/Pacer.h"
+#include "tools/console/Progress.h"
+#include "tools/console/RecordingReport.h"
+#include "tools/drive/DefinitionSet.h"
+#include "tools/drive/Drive.h"
+#include "tools/drive/SignalSet.h"
+
+#include "tools/machine/StateJson.h"
 
 #include <CLI/CLI.hpp>
+#include <nlohmann/json.hpp>
 
 #include <cmath>
 #include <memory>
@@ -24,41 +28,55 @@ namespace qztool {
 namespace {
 
 struct Options {
-    std::vector<std::string> definitions;
+    DefinitionOptions definitions;
     std::string trace;
-    std::string only;
+    std::vector<std::string> only;
     double speed = 1;
     bool speedGiven = false;
     bool fast = false;
     bool keep = false;
+    bool json = false;
 };
 
-class Replay {
+class Replay : private DriveListener {
 public:
     Replay(Options const& options, Console& console)
         : d_options(options),
           d_console(console),
-          d_signals(console, d_frame, options.only),
-          d_feeder(d_signals.channels(), d_frame) {}
+          d_reporter(console, options.definitions.quiet),
+          d_definitions(d_reporter),
+          d_signals(d_definitions, d_frame, d_reporter),
+          d_pacer(speed()) {}
 
     int run() {
-        TraceReader trace(d_options.trace);
-        if (!trace.isOpen()) {
-            d_console.error(trace.problem());
+        RecordingReader recording(d_options.trace, d_stop);
+        if (!recording.isOpen()) {
+            d_console.error(recording.problem());
             return exitNothingUsable;
         }
         bool allLoaded = true;
-        for (std::string const& definition : d_options.definitions)
-            allLoaded = d_signals.load(parseDefinitionFile(definition)) && allLoaded;
+        for (std::string const& definition : d_options.definitions.files)
+            allLoaded = d_definitions.load(parseDefinitionFile(definition)) && allLoaded;
         noteStopRequests();
-        ExitStatus const defined = d_signals.define();
-        if (defined != exitSuccess)
-            return defined;
-        feedFrom(trace);
+        SignalSet::Built const built = d_signals.share(d_options.only);
+        if (built != SignalSet::Built::Ready)
+            return built == SignalSet::Built::BadFiles  ? exitBadData
+                   : built == SignalSet::Built::NoMatch ? exitNotThere
+                                                        : exitNothingUsable;
+        Drive drive(recording, d_definitions.channels(), d_frame, d_stop);
+        feedFrom(drive);
         if (d_options.keep)
             d_signals.keep();
-        ExitStatus const status = report(trace, d_options.trace, d_console);
-        summarize(trace);
+        UnfedFrames const unfed = sortOut(drive.unfed(), d_definitions);
+        ExitStatus status = report(drive, unfed, d_options.trace, d_console);
+        if (status == exitSuccess && drive.counts().decoded == 0 && !stopRequested()) {
+            d_console.error(d_options.trace, ": none of its frames carries a signal that is shared");
+            status = exitNothingUsable;
+        }
+        if (d_options.json)
+            printJson(drive, unfed);
+        else
+            print(drive, unfed);
         return status == exitSuccess && !allLoaded ? exitNothingUsable : status;
     }
 
@@ -70,74 +88,136 @@ private:
         return d_options.speed;
     }
 
-    void feedFrom(TraceReader& trace) {
-        Pacer pacer(speed());
+    void feedFrom(Drive& drive) {
         Progress progress;
-        clock_gettime(CLOCK_MONOTONIC, &d_start);
-        Frame frame;
-        while (!stopRequested()) {
-            TraceReader::Next const next = trace.next(frame);
-            if (next == TraceReader::Next::End)
-                break;
-            progress.show(d_frames, trace.bytesRead(), trace.totalBytes());
-            if (next == TraceReader::Next::Interrupted)
-                continue;
-            pacer.waitFor(frame.timestamp);
-            if (stopRequested())
-                break;
-            ++d_frames;
-            d_feeder.feed(frame);
-        }
-        d_seconds = secondsSince(d_start);
+        d_progress = &progress;
+        timespec start{};
+        clock_gettime(CLOCK_MONOTONIC, &start);
+        drive.run(*this);
+        d_seconds = secondsSince(start);
     }
 
-    void summarize(TraceReader const& trace) {
-        std::ostream& out = d_console.results();
-        auto const perSecond = d_seconds > 0 ? std::llround(static_cast<double>(d_frames) / d_seconds) : 0;
-        out << "lines: " << trace.lines() << "\n"
-            << "frames: " << d_frames << "\n"
-            << "decoded: " << d_feeder.decoded() << "\n"
-            << "skipped by the pre-filter: " << d_feeder.filtered() << "\n"
-            << "CAN FD frames: " << trace.count(LineKind::FdFrame) << "\n"
-            << "remote frames: " << trace.count(LineKind::RemoteFrame) << "\n"
-            << "error frames: " << trace.count(LineKind::ErrorFrame) << "\n"
-            << "malformed lines: " << trace.count(LineKind::Malformed) << malformedNumbers(trace) << "\n"
-            << "signals: " << d_signals.sharedCount() << "\n"
-            << "signals with a value: " << d_signals.writtenCount() << "\n"
-            << "values written: " << d_frame.written << "\n"
-            << "values beyond the end of short frames: " << d_frame.cut << "\n"
-            << "frames per second: " << perSecond << std::endl;
+    bool onFrame(Frame const& frame) override {
+        d_pacer.waitFor(frame.timestamp);
+        return !stopRequested();
+    }
+    void onProgress(RecordingReader const& recording) override {
+        d_progress->show(d_frame.number, recording.bytesRead(), recording.totalBytes());
     }
 
-    static std::string malformedNumbers(TraceReader const& trace) {
+    void print(Drive const& drive, UnfedFrames const& unfed) {
+        DriveCounts const& counts = drive.counts();
+        Findings const& findings = drive.recording().findings();
+        d_console.results() << drive.recording().placeKind() << "s: " << drive.recording().place() << "\n"
+                            << "frames: " << counts.frames << "\n"
+                            << "decoded: " << counts.decoded << "\n"
+                            << "not defined: " << unfed.notDefined << " frames, " << unfed.identifiers.size()
+                            << " identifiers\n"
+                            << "not picked: " << unfed.notPicked << "\n"
+                            << "on other channels: " << counts.otherChannel + unfed.otherChannel << otherChannels()
+                            << "\n"
+                            << "CAN FD frames: " << counts.fdFrames << "\n"
+                            << "remote frames: " << counts.remoteFrames << "\n"
+                            << "error frames: " << counts.errorFrames << "\n"
+                            << "malformed lines: " << findings.malformedCount() << malformedNumbers(findings) << "\n"
+                            << "signals: " << d_signals.sharedCount() << "\n"
+                            << "signals with a value: " << d_signals.writtenCount() << "\n"
+                            << "values written: " << d_frame.written << "\n"
+                            << "values beyond the end of short frames: " << d_frame.cut << "\n"
+                            << "frames per second: " << framesPerSecond(counts) << std::endl;
+    }
+
+    long long framesPerSecond(DriveCounts const& counts) const {
+        return d_seconds > 0 ? std::llround(static_cast<double>(counts.frames) / d_seconds) : 0;
+    }
+
+    // Such as " (car.dbc serves can0)", of files whose messages were seen elsewhere, too.
+    std::string otherChannels() const {
         std::string text;
-        for (MalformedLines const& lines : trace.malformed())
-            text += (text.empty() ? " (" : "; ") + std::string(lines.cause) + ": " + lines.lines.text();
+        for (Network const& network : d_definitions.channels().networks())
+            if (network.foreignFrames != 0)
+                text += (text.empty() ? " (" : "; ") + d_definitions.files()[network.file]->path + " serves channel " +
+                        std::to_string(*network.channel);
+        return text.empty() ? text : text + ")";
+    }
+
+    void printJson(Drive const& drive, UnfedFrames const& unfed) {
+        DriveCounts const& counts = drive.counts();
+        Findings const& findings = drive.recording().findings();
+        nlohmann::ordered_json json;
+        json[std::string(drive.recording().placeKind()) + "s"] = drive.recording().place();
+        json["frames"] = counts.frames;
+        json["decoded"] = counts.decoded;
+        json["notDefined"] = {{"frames", unfed.notDefined}, {"identifiers", nlohmann::ordered_json::array()}};
+        for (TalliedFrames const& each : unfed.identifiers)
+            json["notDefined"]["identifiers"].push_back({{"bus", busName(each.bus)},
+                                                         {"channel", each.channel},
+                                                         {"id", each.address},
+                                                         {"extended", each.extended},
+                                                         {"frames", each.count}});
+        json["notPicked"] = unfed.notPicked;
+        json["otherChannels"] = counts.otherChannel + unfed.otherChannel;
+        json["served"] = nlohmann::ordered_json::array();
+        for (Network const& network : d_definitions.channels().networks())
+            json["served"].push_back(
+                {{"file", d_definitions.files()[network.file]->path},
+                 {"bus", busName(network.bus)},
+                 {"channel", network.channel ? nlohmann::ordered_json(*network.channel) : nlohmann::ordered_json()},
+                 {"otherChannels", network.foreignFrames}});
+        json["fdFrames"] = counts.fdFrames;
+        json["remoteFrames"] = counts.remoteFrames;
+        json["errorFrames"] = counts.errorFrames;
+        json["malformed"] = nlohmann::ordered_json::array();
+        for (Malformed const& each : findings.malformed())
+            json["malformed"].push_back(
+                {{"cause", each.cause}, {"count", each.places.count()}, {"places", each.places.text()}});
+        json["skipped"] = findings.skipped();
+        json["signals"] = d_signals.sharedCount();
+        json["signalsWithValue"] = d_signals.writtenCount();
+        json["valuesWritten"] = d_frame.written;
+        json["valuesCut"] = d_frame.cut;
+        json["seconds"] = d_seconds;
+        json["framesPerSecond"] = framesPerSecond(counts);
+        d_console.results() << jsonText(json) << std::endl;
+    }
+
+    static std::string malformedNumbers(Findings const& findings) {
+        std::string text;
+        for (Malformed const& each : findings.malformed())
+            text += (text.empty() ? " (" : "; ") + std::string(each.cause) + ": " + each.places.text();
         return text.empty() ? text : text + ")";
     }
 
     Options const& d_options;
     Console& d_console;
-    FrameInHand d_frame;
+    ConsoleReporter d_reporter;
+    SignalStop d_stop;
+    CurrentFrame d_frame;
+    DefinitionSet d_definitions;
     SignalSet d_signals;
-    FrameFeeder d_feeder;
-    timespec d_start{};
+    Pacer d_pacer;
+    Progress* d_progress = nullptr;
     double d_seconds = 0;
-    std::uint64_t d_frames = 0;
 };
 
 } // namespace
 
 std::function<int()> setUpReplay(CLI::App& parser, Console& console) {
     auto const options = std::make_shared<Options>();
-    addDefinitionOption(parser, options->definitions);
+    addDefinitionOptions(parser, options->definitions);
     CLI::Option* const speed = parser.add_option("--speed", options->speed, "Play this many times as fast as recorded")
                                    ->type_name("FACTOR")
                                    ->check(CLI::Range(1e-6, 1e6).description(""));
     parser.add_flag("--fast", options->fast, "Play as fast as possible")->excludes(speed);
     parser.add_flag("--keep", options->keep, "Leave the signals behind when done");
-    parser.add_option("--only", options->only, "Share only signals whose name (Message.Signal) matches the pattern")
-        ->type_name("GLOB");
+    parser
+        .add_option(
+            "--only", options->only,
+            "Share only signals whose name (Message.Signal), or its spelling in the file, matches the pattern. May "
+            "be given more than once")
+        ->type_name("GLOB")
+        ->allow_extra_args(false);
+    parser.add_flag("--json", options->json, "Print what was counted as an object");
     parser
         .add_option("TRACE", options->trace,
                     "Recording: the log format of candump (candump -L) or an ASC text log; - is standard input, "
@@ -146,12 +226,12 @@ std::function<int()> setUpReplay(CLI::App& parser, Console& console) {
         ->required();
     parser.footer(std::string("\n"
                               "Each signal becomes a shared signal called Message.Signal. Recorded times are stored in "
-                              "microseconds.\nCAN FD, remote and error frames are counted and skipped.\n\n") +
+                              "microseconds.\nRemote and error frames are counted and skipped.\n\n") +
                   exitStatusHelp +
                   "\nExamples:\n"
-                  "  qzsignal replay --dbc car.dbc drive.log\n"
-                  "  qzsignal replay --dbc 1:powertrain.dbc --dbc 2:body.dbc --fast --keep drive.asc\n"
-                  "  candump -L can0 | qzsignal replay --dbc car.dbc --only 'Engine.*' -\n");
+                  "  qzsignal replay -d car.dbc drive.log\n"
+                  "  qzsignal replay -d 1:powertrain.dbc -d 2:body.dbc --fast --keep drive.asc\n"
+                  "  candump -L can0 | qzsignal replay -d car.dbc --only 'Engine.*' -\n");
     return [options, speed, &console] {
         options->speedGiven = speed->count() != 0;
         return Replay(*options, console).run();

@@ -4,18 +4,19 @@
 #include "tools/base/ExitStatus.h"
 #include "tools/base/Nearest.h"
 #include "tools/base/StopRequest.h"
+#include "tools/console/ConsoleReporter.h"
+#include "tools/console/DefinitionOption.h"
+#include "tools/console/RecordingReport.h"
+#include "tools/drive/DefinitionSet.h"
+#include "tools/drive/Drive.h"
+#include "tools/drive/SignalSet.h"
 #include "tools/expression/Compile.h"
 #include "tools/expression/MomentPrinter.h"
-#include "tools/replay/DefinitionOption.h"
-#include "tools/replay/FrameFeeder.h"
-#include "tools/replay/SignalSet.h"
-#include "tools/traces/TraceReader.h"
-#include "tools/traces/TraceReport.h"
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <memory>
-#include <set>
 #include <string>
 #include <vector>
 
@@ -24,7 +25,7 @@ namespace qztool {
 namespace {
 
 struct Options {
-    std::vector<std::string> definitions;
+    DefinitionOptions definitions;
     std::string expression;
     std::string trace;
     std::string format = "text";
@@ -40,34 +41,49 @@ ExitStatus statusOf(ExitStatus status) {
     return status == exitNothingUsable ? exitNotThere : status;
 }
 
-class Search {
+// Output that no process reads any more is a reason to stop as well.
+class OutputStop : public SignalStop {
+public:
+    explicit OutputStop(std::ostream const& output) : d_output(output) {}
+    bool requested() override { return !d_output || SignalStop::requested(); }
+
+private:
+    std::ostream const& d_output;
+};
+
+class Search : private DriveListener {
 public:
     Search(Options const& options, Console& console)
         : d_options(options),
           d_console(console),
-          d_names(ExpParser::signalNames(options.expression.c_str())),
-          d_signals(console, d_frame, std::set<std::string>(d_names.begin(), d_names.end())),
-          d_feeder(d_signals.channels(), d_frame),
+          d_reporter(console, options.definitions.quiet),
+          d_stop(console.results()),
+          d_expression(options.expression),
+          d_definitions(d_reporter),
+          d_signals(d_definitions, d_frame, d_reporter),
           d_printer(console.results(), formatOf(options.format), options.level) {}
 
     int run() {
-        TraceReader trace(d_options.trace);
-        if (!trace.isOpen()) {
-            d_console.error(trace.problem());
+        RecordingReader recording(d_options.trace, d_stop);
+        if (!recording.isOpen()) {
+            d_console.error(recording.problem());
             return exitNotThere;
         }
         ExitStatus const prepared = prepare();
         if (prepared != exitSuccess)
             return statusOf(prepared);
         noteStopRequests();
-        d_live = trace.totalBytes() == 0;
+        d_live = recording.totalBytes() == 0;
         d_printer.begin();
-        readFrom(trace);
-        ExitStatus const status = report(trace, d_options.trace, d_console);
-        if (trace.count(LineKind::Frame) != 0)
+        Drive drive(recording, d_definitions.channels(), d_frame, d_stop);
+        d_recording = &recording;
+        drive.run(*this);
+        UnfedFrames const unfed = sortOut(drive.unfed(), d_definitions);
+        ExitStatus const status = report(drive, unfed, d_options.trace, d_console);
+        if (drive.counts().frames != 0)
             reportUnwritten();
         // A recording without a frame has been searched, too.
-        if (status == exitBadData || !trace.problem().empty())
+        if (status == exitBadData || !recording.problem().empty())
             return statusOf(status);
         return d_found ? exitTrue : exitFalse;
     }
@@ -75,17 +91,20 @@ public:
 private:
     // From files and text to signals and a program.
     ExitStatus prepare() {
-        for (std::string const& definition : d_options.definitions)
-            if (!d_signals.load(parseDefinitionFile(definition)))
+        for (std::string const& definition : d_options.definitions.files)
+            if (!d_definitions.load(parseDefinitionFile(definition)))
                 return exitNotThere;
-        ExitStatus const defined = d_signals.define();
-        if (defined != exitSuccess)
-            return defined;
+        if (!resolveNames())
+            return exitNotThere;
+        d_names = ExpParser::signalNames(d_expression.c_str());
+        SignalSet::Built const built = d_signals.build({d_names.begin(), d_names.end()});
+        if (built != SignalSet::Built::Ready)
+            return built == SignalSet::Built::BadFiles ? exitBadData : exitNothingUsable;
         std::vector<std::string> undefined;
         for (std::string const& name : d_names)
             if (BaseSignal::getInstance(name.c_str()) == nullptr)
                 undefined.push_back(name);
-        d_parser = compile(d_options.expression, false, d_console);
+        d_parser = compile(d_expression, false, d_console);
         if (!d_parser)
             return exitBadData;
         // The parser has created input signals for these, which it does not own.
@@ -96,31 +115,52 @@ private:
             return exitBadData;
         }
         for (std::string const& name : undefined) {
-            std::string const meant = nearest(name, d_signals.names());
+            std::string const meant = nearest(name, d_definitions.names());
             d_console.error("the definition files hold no signal '", name, "'",
                             meant.empty() ? "" : ", did you mean '" + meant + "'?");
         }
         return undefined.empty() ? exitSuccess : exitNotThere;
     }
 
-    void readFrom(TraceReader& trace) {
-        Frame frame;
-        while (!stopRequested() && d_console.results()) {
-            TraceReader::Next const next = trace.next(frame);
-            if (next == TraceReader::Next::End)
-                break;
-            if (next == TraceReader::Next::Interrupted)
-                continue;
-            d_lastTime = frame.timestamp;
-            std::uint64_t const message = d_feeder.feed(frame);
-            if (message != 0 && d_parser->signalMessageIds.count(message) != 0)
-                evaluate(frame.timestamp, trace.lines());
+    // Puts instance names in place of what else signals may be called. False if a name may be that of several.
+    bool resolveNames() {
+        std::vector<ExpParser::Mention> const mentions = ExpParser::mentions(d_options.expression.c_str());
+        bool resolved = true;
+        for (auto each = mentions.rbegin(); each != mentions.rend(); ++each) { // so that the places of others stay
+            std::vector<std::string> const meant = d_definitions.meantBy(each->name);
+            if (meant.size() == 1)
+                d_expression.replace(each->begin, each->name.size(), meant.front());
+            resolved = resolved && meant.size() < 2;
+            if (meant.size() > 1)
+                d_console.error("'", each->name, "' may be any of ", listOf(meant));
         }
+        return resolved;
+    }
+
+    static std::string listOf(std::vector<std::string> const& names) {
+        constexpr std::size_t most = 20;
+        std::string text;
+        for (std::size_t i = 0; i < std::min(names.size(), most); ++i)
+            text += (text.empty() ? "" : ", ") + names[i];
+        return text + (names.size() > most ? " and " + std::to_string(names.size() - most) + " more" : "");
+    }
+
+    bool onFrame(Frame const& frame) override {
+        d_lastTime = frame.timestamp;
+        return true;
+    }
+
+    void onMessage(Frame const& frame, std::uint64_t message) override {
+        if (d_parser->signalMessageIds.count(message) != 0)
+            evaluate(frame.timestamp, d_recording->place());
+    }
+
+    void onEnd() override {
         if (d_true)
             end(d_lastTime, false);
     }
 
-    void evaluate(std::uint64_t time, std::size_t line) {
+    void evaluate(std::uint64_t time, std::uint64_t line) {
         d_written = d_written || d_parser->isWritten();
         if (!d_written || d_parser->getTrigger() == d_true)
             return;
@@ -130,10 +170,10 @@ private:
             begin(time, line);
     }
 
-    void begin(std::uint64_t time, std::size_t line) {
+    void begin(std::uint64_t time, std::uint64_t line) {
         d_true = true;
         d_found = true;
-        d_moment = {time, line, 0, false};
+        d_moment = {time, static_cast<std::size_t>(line), 0, false};
         if (!d_options.level)
             print();
     }
@@ -165,10 +205,14 @@ private:
 
     Options const& d_options;
     Console& d_console;
-    FrameInHand d_frame;
+    ConsoleReporter d_reporter;
+    OutputStop d_stop;
+    CurrentFrame d_frame;
+    std::string d_expression; // with instance names alone
     std::vector<std::string> d_names;
+    DefinitionSet d_definitions;
     SignalSet d_signals;
-    FrameFeeder d_feeder;
+    RecordingReader* d_recording = nullptr;
     MomentPrinter d_printer;
     std::vector<std::unique_ptr<BaseSignal>> d_inputs;
     std::unique_ptr<ExpParser> d_parser;
@@ -184,7 +228,7 @@ private:
 
 std::function<int()> setUpTrigger(CLI::App& parser, Console& console) {
     auto const options = std::make_shared<Options>();
-    addDefinitionOption(parser, options->definitions);
+    addDefinitionOptions(parser, options->definitions);
     parser.add_flag("--level", options->level, "Print how long the condition held as well");
     parser
         .add_option("--format", options->format,
@@ -214,9 +258,9 @@ std::function<int()> setUpTrigger(CLI::App& parser, Console& console) {
         "  69  a file or a signal is not there\n"
         "  70  the command could not go on, as without memory\n"
         "\nExamples:\n"
-        "  qzsignal trigger --dbc car.dbc 'Engine.Speed > 3000 && Transmission.Gear == 1' drive.log\n"
-        "  qzsignal trigger --dbc car.dbc --level --format csv 'VehicleSpeed.Speed > 50' drive.log\n"
-        "  candump -L can0 | qzsignal trigger --dbc car.dbc 'Brake.PedalPressed' -\n");
+        "  qzsignal trigger -d car.dbc 'Engine.Speed > 3000 && Transmission.Gear == 1' drive.log\n"
+        "  qzsignal trigger -d car.dbc --level --format csv 'VehicleSpeed.Speed > 50' drive.log\n"
+        "  candump -L can0 | qzsignal trigger -d car.dbc 'Brake.PedalPressed' -\n");
     return [options, &console] { return Search(*options, console).run(); };
 }
 

@@ -2,7 +2,8 @@
 #include "tools/machine/ValueTexts.h"
 
 #include "tools/base/TextFile.h"
-#include "tools/dbc/DbcReader.h"
+#include "tools/definitions/Formats.h"
+#include "tools/drive/Names.h"
 
 namespace qztool {
 
@@ -13,10 +14,10 @@ bool ValueTexts::load(std::string const& path, Console& console) {
         console.error(path, ": ", problem);
         return false;
     }
-    for (MessageDefinition const& message : readDatabase(text).messages)
+    for (MessageDefinition const& message : readDefinitions(text).messages)
         for (SignalDefinition const& signal : message.signals)
             for (ValueText const& value : signal.values)
-                d_tables[instanceName(message, signal)][value.value] = value.text;
+                d_tables[expressionName(instanceName(message, signal))][value.value] = value.text;
     return true;
 }
 

@@ -1,7 +1,7 @@
 // Fuzz target: any bytes as an ASC log.
 #include "tests/fuzz/TraceText.h"
 #include "tools/base/Numbers.h"
-#include "tools/traces/AscLog.h"
+#include "tools/recordings/text/AscLog.h"
 
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size);
 
@@ -10,11 +10,20 @@ namespace {
 using namespace qztool;
 
 std::string written(Frame const& frame) {
+    if (frame.is(frameFlag::fd)) {
+        std::string line = secondsText(frame.timestamp) + " CANFD " + std::to_string(frame.channel) + " Rx " +
+                           hexText(frame.address, 1) + (frame.extended() ? "x " : " ") +
+                           (frame.is(frameFlag::bitRateSwitch) ? "1 " : "0 ") +
+                           (frame.is(frameFlag::errorState) ? "1 0 " : "0 0 ") + std::to_string(frame.length);
+        for (std::size_t i = 0; i < frame.length; ++i)
+            line += " " + hexText(frame.bytes[i], 2);
+        return line;
+    }
     std::string line = secondsText(frame.timestamp) + " " + std::to_string(frame.channel) + " " +
-                       hexText(frame.identifier, 1) + (frame.extended ? "x" : "") + " Rx d " +
+                       hexText(frame.address, 1) + (frame.extended() ? "x" : "") + " Rx d " +
                        std::to_string(frame.length);
     for (std::size_t i = 0; i < frame.length; ++i)
-        line += " " + hexText(frame.payload[i], 2);
+        line += " " + hexText(frame.bytes[i], 2);
     return line;
 }
 
@@ -42,13 +51,13 @@ int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size) {
         ParsedLine const result = log.parse(line, frame);
         std::string const found = textOf(result, frame);
         expectEqual(parsed(other, respaced(line)), found, "with other blanks", line);
-        if (result.kind != LineKind::Frame)
+        if (result.kind != LineKind::Frame || frame.is(frameFlag::error | frameFlag::remote))
             continue;
         expectWellFormed(frame, line);
         expect(frame.channel >= 1, "channel", line);
         AscLog fresh;
         expectEqual(parsed(fresh, written(frame)), found, "written and read again", line);
     }
-    expectReader<AscLog>(text, TraceFormat::Asc);
+    expectReader<AscLog>(text);
     return 0;
 }

@@ -4,10 +4,11 @@
 #include "tests/fuzz/Expect.h"
 #include "tests/support/Capture.h"
 #include "tests/support/Naive.h"
-#include "tests/tools/dbc/DatabaseText.h"
-#include "tests/tools/dbc/Promises.h"
-#include "tools/dbc/TextEncoding.h"
-#include "tools/replay/SignalDefinitions.h"
+#include "tests/tools/definitions/dbc/DatabaseText.h"
+#include "tests/tools/definitions/dbc/Promises.h"
+#include "tools/definitions/TextEncoding.h"
+#include "tools/drive/SignalPlace.h"
+#include "tools/drive/can/CanDefinition.h"
 
 #include <cstdint>
 #include <memory>
@@ -26,7 +27,7 @@ std::string textOf(Database const& database) {
     std::ostringstream out;
     out << problemsOf(database);
     for (MessageDefinition const& message : database.messages) {
-        out << message.line << " " << message.name << " " << message.identifier << message.extended << message.length
+        out << message.line << " " << message.name << " " << message.address << message.extended << message.length
             << " " << multiplexingOf(message) << "\n";
         for (SignalDefinition const& signal : message.signals)
             out << signal.line << " " << static_cast<int>(signal.kind) << " " << signal.startBit << "|" << signal.bits
@@ -87,7 +88,9 @@ void feed(Database const& database) {
     std::set<std::string> instances;
     for (MessageDefinition const& message : database.messages)
         for (SignalDefinition const& signal : message.signals) {
-            canSignalDef_t const definition = canDefinition(message, signal, channel);
+            if (!fitsWindow(signal))
+                continue;
+            canSignalDef_t const definition = canDefinition(message, signal, instanceName(message, signal), channel);
             expectUnit(definition.unit, signal.unit);
             if (instances.insert(definition.instance).second)
                 signals.push_back(std::make_unique<Fed>(definition));

@@ -1,12 +1,12 @@
 // Triggers in recordings of real cars, against moments found by a decoding of our own.
 #include "qzsignal/expression/ExpParser.h"
 #include "tests/support/Capture.h"
-#include "tests/tools/replay/PlainDecoding.h"
+#include "tests/tools/drive/PlainDecoding.h"
 #include "tools/Subcommand.h"
 #include "tools/base/Console.h"
 #include "tools/base/TextFile.h"
-#include "tools/dbc/DbcReader.h"
-#include "tools/traces/TraceReader.h"
+#include "tools/definitions/dbc/DbcReader.h"
+#include "tools/recordings/RecordingReader.h"
 
 #include <CLI/CLI.hpp>
 #include <gtest/gtest.h>
@@ -53,7 +53,7 @@ struct Series {
     std::string name() const { return instanceName(*message, *signal); }
     double threshold() const { return lowest + (highest - lowest) / 2; }
     bool inFrame(Frame const& frame) const {
-        return message->identifier == frame.identifier && message->extended == frame.extended;
+        return message->address == frame.address && message->extended == frame.extended();
     }
     std::optional<double> valueIn(Frame const& frame) const {
         if (!inFrame(frame) || !carries(frame, *message, *signal))
@@ -76,9 +76,9 @@ protected:
         std::map<std::pair<bool, std::uint32_t>, std::vector<Series>> all;
         for (MessageDefinition const& message : database.messages)
             for (SignalDefinition const& signal : message.signals)
-                all[{message.extended, message.identifier}].push_back({&message, &signal});
+                all[{message.extended, message.address}].push_back({&message, &signal});
         for (auto const& [frame, line] : d_frames)
-            for (Series& series : all[{frame.extended, frame.identifier}])
+            for (Series& series : all[{frame.extended(), frame.address}])
                 if (auto const value = series.valueIn(frame)) {
                     series.lowest = std::min(series.lowest, *value);
                     series.highest = std::max(series.highest, *value);
@@ -141,10 +141,11 @@ TEST_P(PublicTriggersTest, areFoundWhereTheyAre) {
     ASSERT_EQ(readTextFile(definitions, text), "");
     Database const database = readDatabase(text);
 
-    TraceReader trace(path);
+    NeverStop stop;
+    RecordingReader trace(path, stop);
     Frame frame;
-    while (trace.next(frame) == TraceReader::Next::Frame)
-        d_frames.emplace_back(frame, trace.lines());
+    while (trace.next(frame) == RecordingReader::Next::Frame)
+        d_frames.emplace_back(frame, trace.place());
     ASSERT_FALSE(d_frames.empty());
 
     std::vector<Series> const varying = varyingSignals(database);

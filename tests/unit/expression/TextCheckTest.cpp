@@ -102,6 +102,13 @@ TEST_F(TextCheck, eachTextHasItsOwnPlaces) {
 TEST_F(TextCheck, namesComeOnceInOrder) {
     EXPECT_EQ(ExpParser::signalNames("b.x > 1 && (a == pressed || !b.x) && c"), (Names{"b.x", "a", "c"}));
     EXPECT_EQ(ExpParser::signalNames("1 + 2 > high"), Names());
+    std::string const text = "# x\nb.x > 1 && (a == b.x)";
+    std::string spelled;
+    for (ExpParser::Mention const& each : ExpParser::mentions(text.c_str())) {
+        EXPECT_EQ(text.substr(each.begin, each.name.size()), each.name);
+        spelled += each.name + "@" + std::to_string(each.begin) + " ";
+    }
+    EXPECT_EQ(spelled, "b.x@4 a@17 b.x@22 ");
     EXPECT_EQ(ExpParser::signalNames("# b\na"), Names{"a"});
     EXPECT_EQ(ExpParser::signalNames("a&&b || 0x1F"), (Names{"a&&b", "x1F"}));
 }

@@ -1,0 +1,24 @@
+// The table of buses.
+#include "tools/drive/Buses.h"
+
+#include "tools/drive/can/CanFeeder.h"
+#include "tools/drive/can/CanSignal.h"
+
+namespace qztool {
+
+namespace {
+
+constexpr BusSupport buses[] = {
+    {Bus::Can, buildCanSignal, makeCanFeeder},
+};
+
+} // namespace
+
+BusSupport const* supportOf(Bus bus) {
+    for (BusSupport const& support : buses)
+        if (support.bus == bus)
+            return &support;
+    return nullptr;
+}
+
+} // namespace qztool

@@ -1,0 +1,60 @@
+// Which definitions serve which bus channel of a recording.
+#pragma once
+
+#include "tools/base/Bus.h"
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace qztool {
+
+// A definition file as it is named on the command line: FILE, or CHANNEL:FILE for one channel alone.
+struct DefinitionFile {
+    std::optional<std::uint8_t> channel;
+    std::string path;
+};
+
+// CHANNEL is a number or an interface name that ends in one (can0); everything else before a colon belongs to the path.
+DefinitionFile parseDefinitionFile(std::string const& argument);
+
+// One bus that a definition file describes, and the recorded channel that it stands for.
+struct Network {
+    Bus bus = Bus::Can;
+    std::size_t file = 0;                // number of its definition file, as the owner counts them
+    std::optional<std::uint8_t> channel; // that it serves; nothing: none yet
+    bool isRestricted = false;           // to that channel, from the beginning
+    std::uint8_t filed = 0;          // channel number under which the library files its signals, its own for each bus
+    std::uint64_t foreignFrames = 0; // frames of its messages on other channels, which were not fed
+};
+
+// A network that was restricted to a channel serves that one. Any other serves the first channel on which one of its
+// frames is seen, out of those to which no network was restricted. A signal lives on exactly one channel; frames of
+// further ones are counted.
+class Channels {
+public:
+    // Adds a network, and returns it; it stays where it is.
+    Network& add(Bus bus, std::size_t file, std::optional<std::uint8_t> channel);
+
+    // The networks whose messages frames of a recorded channel may be, valid until the next `add`.
+    std::vector<Network*> const& candidates(Bus bus, std::uint8_t recorded) const {
+        return d_candidates[static_cast<std::size_t>(bus)][recorded];
+    }
+    // A frame of one of the network's messages is there. True if the network serves the channel, from now on if need
+    // be.
+    static bool claim(Network& network, std::uint8_t recorded);
+
+    std::deque<Network> const& networks() const { return d_networks; }
+
+private:
+    void fillCandidates(Bus bus);
+
+    std::deque<Network> d_networks;
+    std::array<std::array<std::vector<Network*>, 256>, busKinds> d_candidates;
+};
+
+} // namespace qztool

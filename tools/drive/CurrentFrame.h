@@ -1,0 +1,26 @@
+// The frame that is being fed, and what became of its signals.
+#pragma once
+
+#include "tools/recordings/Frame.h"
+
+#include <cstdint>
+
+namespace qztool {
+
+// The library hands each signal a payload of eight bytes. What else there is to know about the frame, signals find
+// here.
+struct CurrentFrame {
+    std::uint64_t number = 0; // counts from 1
+    std::uint8_t const* bytes = nullptr;
+    unsigned length = 0;       // bytes of payload
+    std::uint64_t written = 0; // signals written so far, over all frames
+    std::uint64_t cut = 0;     // signals not written because they are past the end of a short frame
+
+    void begin(Frame const& frame) {
+        ++number;
+        bytes = frame.bytes.data();
+        length = frame.length;
+    }
+};
+
+} // namespace qztool

@@ -1,0 +1,67 @@
+// Reads the frames of a recording, whatever its format.
+#pragma once
+
+#include "tools/base/Stop.h"
+#include "tools/recordings/FileSource.h"
+#include "tools/recordings/Findings.h"
+#include "tools/recordings/FrameReader.h"
+#include "tools/recordings/InputBuffer.h"
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+namespace qztool {
+
+class TextReader;
+struct RecordingFormat;
+
+// Opens a recording, finds its format out when the first bytes are there, and hands its frames out. One that cannot be
+// read leaves a problem in the findings and has no (further) frames.
+class RecordingReader {
+public:
+    using Next = FrameReader::Next;
+
+    // Opens a file, pipe or device; "-" is standard input. `stop` must outlive the reader.
+    RecordingReader(std::string const& path, Stop& stop);
+    ~RecordingReader();
+    RecordingReader(RecordingReader const&) = delete;
+    RecordingReader& operator=(RecordingReader const&) = delete;
+
+    // Moves to the next frame of any kind, over all that is none.
+    Next next(Frame& frame);
+
+    // False: there is no such file, or it may not be read; the problem says so.
+    bool isOpen() const { return d_descriptor >= 0; }
+    // One line such as "cannot open 'x.log': No such file or directory"; empty if all is well.
+    std::string const& problem() const { return d_findings.problem(); }
+    Findings const& findings() const { return d_findings; }
+
+    // Such as "ASC"; empty as long as it is not known.
+    char const* formatName() const;
+    // Lines or objects so far, which includes that of the current frame, and what is counted: "line", "object", ...
+    std::uint64_t place() const { return d_reader ? d_reader->place() : 0; }
+    char const* placeKind() const { return d_reader ? d_reader->placeKind() : "line"; }
+
+    // Progress: bytes taken so far, out of all; 0 where the size is not known beforehand, as with pipes.
+    std::uint64_t bytesRead() const { return d_file.bytesRead(); }
+    std::uint64_t totalBytes() const { return d_totalBytes; }
+
+private:
+    void inspect();
+    void closeOwn();
+    Next openFormat();
+
+    bool d_isStandardInput;
+    std::string d_name; // as it is in messages
+    int d_descriptor;   // negative: not open
+    std::uint64_t d_totalBytes = 0;
+    Findings d_findings;
+    FileSource d_file;
+    InputBuffer d_input;
+    RecordingFormat const* d_format = nullptr; // of formats without lines
+    TextReader const* d_text = nullptr;        // of the others
+    std::unique_ptr<FrameReader> d_reader;     // null: the beginning has not been read yet
+};
+
+} // namespace qztool

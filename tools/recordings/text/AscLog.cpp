@@ -1,0 +1,313 @@
+// Headers, events and frames of ASC logs.
+#include "tools/recordings/text/AscLog.h"
+
+#include "tools/recordings/LengthCode.h"
+#include "tools/recordings/text/DecimalTime.h"
+
+#include <algorithm>
+#include <charconv>
+#include <limits>
+#include <system_error>
+
+namespace qztool {
+
+namespace {
+
+constexpr std::uint32_t fdFormat = 0x1000; // in the flags of a CANFD line; clear: a classic frame on a CAN FD channel
+
+char toLower(char character) {
+    return character >= 'A' && character <= 'Z' ? static_cast<char>(character - 'A' + 'a') : character;
+}
+
+bool equalIgnoringCase(std::string_view a, std::string_view b) {
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                      [](char left, char right) { return toLower(left) == toLower(right); });
+}
+
+// True if the words of `phrase` come next, with any number of blanks between them.
+bool beginsWith(TextCursor line, std::string_view phrase) {
+    TextCursor expected(phrase);
+    for (std::string_view word = expected.word(); !word.empty(); word = expected.word()) {
+        if (!equalIgnoringCase(line.word(), word)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+bool isComment(TextCursor line) {
+    return line.take('/') && line.take('/');
+}
+
+bool isBaseHeader(TextCursor line) {
+    return beginsWith(line, "base");
+}
+
+bool isOtherHeader(TextCursor line) {
+    return isComment(line) || beginsWith(line, "date") || beginsWith(line, "internal events logged") ||
+           beginsWith(line, "no internal events logged") || beginsWith(line, "begin triggerblock") ||
+           beginsWith(line, "end triggerblock");
+}
+
+// Returns false if `word` is not a number in that base, or too large.
+bool toNumber(std::string_view word, int base, std::uint32_t& value) {
+    char const* const end = word.data() + word.size();
+    auto const [position, error] = std::from_chars(word.data(), end, value, base);
+    return error == std::errc() && position == end;
+}
+
+bool isDirection(std::string_view word) {
+    return word == "Rx" || word == "Tx" || word == "TxRq";
+}
+
+std::uint16_t directionFlag(std::string_view word) {
+    return word == "Rx" ? frameFlag::received : frameFlag::transmitted;
+}
+
+// Returns false if `word` is not a channel.
+bool readChannel(std::string_view word, Frame& frame) {
+    std::uint32_t channel = 0;
+    if (!toNumber(word, 10, channel) || channel < 1 || channel > 255) {
+        return false;
+    }
+    frame.channel = static_cast<std::uint8_t>(channel);
+    return true;
+}
+
+constexpr char const* badChannel = "channel number is not within 1 and 255";
+constexpr char const* fewBytes = "fewer data bytes than the data length says";
+
+bool isErrorFrame(std::string_view word) {
+    return equalIgnoringCase(word, "ErrorFrame");
+}
+
+} // namespace
+
+bool AscLog::fits(std::string_view line) {
+    TextCursor cursor(line);
+    cursor.skipBlanks();
+    if (isBaseHeader(cursor) || isOtherHeader(cursor)) {
+        return true;
+    }
+    // With a point, as logs of other formats begin their lines with a running number.
+    std::string_view const first = cursor.word();
+    TextCursor time(first);
+    std::uint64_t microseconds = 0;
+    return first.find('.') != std::string_view::npos && readTime(time, microseconds) == nullptr && time.atEnd();
+}
+
+ParsedLine AscLog::parse(std::string_view line, Frame& frame) {
+    TextCursor cursor(line);
+    cursor.skipBlanks();
+    if (cursor.atEnd()) {
+        return {LineKind::Other};
+    }
+    if (isDecimalDigit(cursor.peek())) {
+        return parseEvent(cursor, frame);
+    }
+    if (isBaseHeader(cursor)) {
+        return parseBase(cursor);
+    }
+    return isOtherHeader(cursor) ? ParsedLine{LineKind::Other} : malformedLine("neither a header nor an event");
+}
+
+ParsedLine AscLog::parseBase(TextCursor cursor) {
+    cursor.word(); // "base"
+    std::string_view const base = cursor.word();
+    bool const isDecimal = equalIgnoringCase(base, "dec");
+    if (!isDecimal && !equalIgnoringCase(base, "hex")) {
+        return malformedLine("base is neither hex nor dec");
+    }
+    bool relative = d_relative;
+    if (equalIgnoringCase(cursor.word(), "timestamps")) {
+        std::string_view const reference = cursor.word();
+        relative = equalIgnoringCase(reference, "relative");
+        if (!relative && !equalIgnoringCase(reference, "absolute")) {
+            return malformedLine("time stamps are neither absolute nor relative");
+        }
+    }
+    d_base = isDecimal ? 10 : 16;
+    d_relative = relative;
+    return {LineKind::Other};
+}
+
+char const* AscLog::readEventTime(TextCursor& cursor) {
+    std::uint64_t time = 0;
+    if (char const* const cause = readTime(cursor, time)) {
+        return cause;
+    }
+    if (!cursor.atEnd() && !isBlank(cursor.peek())) {
+        return "time stamp is not a number";
+    }
+    if (d_relative) {
+        if (time > std::numeric_limits<std::uint64_t>::max() - d_time) {
+            return timeTooLarge;
+        }
+        time += d_time;
+    }
+    d_time = time;
+    return nullptr;
+}
+
+ParsedLine AscLog::parseEvent(TextCursor cursor, Frame& frame) {
+    if (char const* const cause = readEventTime(cursor)) {
+        return malformedLine(cause);
+    }
+    frame.timestamp = d_time;
+    frame.bus = Bus::Can;
+    TextCursor const afterTime = cursor;
+    std::string_view const first = cursor.word();
+    if (first == "CANFD") {
+        return parseFdEvent(cursor, frame);
+    }
+    if (first.empty() || !std::all_of(first.begin(), first.end(), isDecimalDigit)) {
+        return {LineKind::Other};
+    }
+    // A channel's number begins frames, but statistics and transport protocol messages as well.
+    if (isErrorFrame(cursor.word())) {
+        return errorFrame(first, frame);
+    }
+    return isDirection(cursor.word()) ? parseFrame(afterTime, frame) : ParsedLine{LineKind::Other};
+}
+
+ParsedLine AscLog::errorFrame(std::string_view channel, Frame& frame) {
+    frame.address = 0;
+    frame.flags = frameFlag::error;
+    frame.length = 0;
+    return readChannel(channel, frame) ? ParsedLine{LineKind::Frame} : malformedLine(badChannel);
+}
+
+// From after "CANFD" on: error frames have the word in place of the direction or of the identifier.
+ParsedLine AscLog::parseFdEvent(TextCursor cursor, Frame& frame) const {
+    std::string_view const channel = cursor.word();
+    std::string_view const direction = cursor.word();
+    std::string_view const identifier = isErrorFrame(direction) ? direction : cursor.word();
+    if (isErrorFrame(identifier)) {
+        return errorFrame(channel, frame);
+    }
+    if (!readChannel(channel, frame)) {
+        return malformedLine(badChannel);
+    }
+    if (!isDirection(direction)) {
+        return malformedLine("direction is none of Rx, Tx and TxRq");
+    }
+    if (char const* const cause = readIdentifier(identifier, frame)) {
+        return malformedLine(cause);
+    }
+    std::string_view const next = cursor.word();
+    bool const hasName = next != "0" && next != "1"; // that a database gave the message
+    std::string_view const bitRateSwitch = hasName ? cursor.word() : next;
+    std::string_view const errorState = cursor.word();
+    if ((bitRateSwitch != "0" && bitRateSwitch != "1") || (errorState != "0" && errorState != "1")) {
+        return malformedLine("bit rate switch and error state are not both 0 or 1");
+    }
+    std::uint32_t code = 0, length = 0;
+    if (!toNumber(cursor.word(), d_base, code) || code > highestLengthCode) {
+        return malformedLine("data length code is not a number of the log's base up to 15");
+    }
+    // Deliberate: decimal, whatever the base.
+    if (!toNumber(cursor.word(), 10, length) || length > mostCanBytes) {
+        return malformedLine("data length is not a number up to 64");
+    }
+    if (char const* const cause = readData(cursor, length, frame)) {
+        return malformedLine(cause);
+    }
+    cursor.word(); // duration
+    cursor.word(); // bits
+    std::uint32_t flags = fdFormat;
+    toNumber(cursor.word(), 16, flags); // not written by every tool
+    frame.flags |= directionFlag(direction);
+    if (length == 0 && code != 0 && (flags & fdFormat) == 0) {
+        frame.flags |= frameFlag::remote;
+        frame.length = static_cast<std::uint8_t>(std::min<std::uint32_t>(code, mostClassicBytes));
+    } else if ((flags & fdFormat) != 0 || length > mostClassicBytes) {
+        frame.flags |= frameFlag::fd;
+        frame.add(frameFlag::bitRateSwitch, bitRateSwitch == "1");
+        frame.add(frameFlag::errorState, errorState == "1");
+    }
+    return {LineKind::Frame};
+}
+
+ParsedLine AscLog::parseFrame(TextCursor cursor, Frame& frame) const {
+    if (!readChannel(cursor.word(), frame)) {
+        return malformedLine(badChannel);
+    }
+    if (char const* const cause = readIdentifier(cursor.word(), frame)) {
+        return malformedLine(cause);
+    }
+    frame.flags |= directionFlag(cursor.word());
+    std::string_view const type = cursor.word();
+    if (type == "r") {
+        std::uint32_t length = 0; // may be missing
+        frame.flags |= frameFlag::remote;
+        frame.length = toNumber(cursor.word(), d_base, length) && length <= mostClassicBytes
+                           ? static_cast<std::uint8_t>(length)
+                           : std::uint8_t{0};
+        return {LineKind::Frame};
+    }
+    if (type != "d") {
+        return malformedLine("frame is marked neither as data (d) nor as remote (r)");
+    }
+    std::uint32_t length = 0;
+    if (!toNumber(cursor.word(), d_base, length)) {
+        return malformedLine("data length is not a number of the log's base");
+    }
+    char const* const cause =
+        length <= mostClassicBytes ? readData(cursor, length, frame) : readLongData(cursor, length, frame);
+    return cause != nullptr ? malformedLine(cause) : ParsedLine{LineKind::Frame};
+}
+
+// A number above 8 may be a length, or a length code: of a classic frame with its eight bytes, or, since some tools
+// write CAN FD frames in the classic form, of such a frame. The bytes that follow decide.
+char const* AscLog::readLongData(TextCursor& cursor, std::uint32_t number, Frame& frame) const {
+    std::uint32_t there = 0;
+    TextCursor ahead = cursor;
+    std::uint32_t byte = 0;
+    while (there < mostCanBytes && toNumber(ahead.word(), d_base, byte) && byte <= 255) {
+        ++there;
+    }
+    std::uint32_t length = number;
+    if (number <= highestLengthCode && (there == fdLength(number) || there == mostClassicBytes)) {
+        length = there;
+    }
+    if (length > mostCanBytes) {
+        return "data length above 64";
+    }
+    if (length > mostClassicBytes) {
+        frame.flags |= frameFlag::fd;
+    }
+    return readData(cursor, length, frame);
+}
+
+char const* AscLog::readIdentifier(std::string_view word, Frame& frame) const {
+    bool const extended = !word.empty() && word.back() == 'x';
+    frame.flags = extended ? frameFlag::extended : 0;
+    if (extended) {
+        word.remove_suffix(1);
+    }
+    if (!toNumber(word, d_base, frame.address)) {
+        return "identifier is not a number of the log's base";
+    }
+    if (frame.address > (extended ? highestExtendedIdentifier : highestStandardIdentifier)) {
+        return extended ? "identifier above 1FFFFFFF" : "identifier without x above 7FF";
+    }
+    return nullptr;
+}
+
+char const* AscLog::readData(TextCursor& cursor, std::uint32_t length, Frame& frame) const {
+    frame.length = static_cast<std::uint8_t>(length);
+    for (std::uint32_t i = 0; i < length; ++i) {
+        std::string_view const word = cursor.word();
+        if (word.empty()) {
+            return fewBytes;
+        }
+        std::uint32_t byte = 0;
+        if (!toNumber(word, d_base, byte) || byte > 255) {
+            return "data byte is not a number of the log's base up to 255";
+        }
+        frame.bytes[i] = static_cast<std::uint8_t>(byte);
+    }
+    return nullptr;
+}
+
+} // namespace qztool

@@ -1,0 +1,45 @@
+// Reads the lines of ASC logs, the text format of Vector's tools.
+#pragma once
+
+#include "tools/recordings/Frame.h"
+#include "tools/recordings/text/LineFormat.h"
+#include "tools/recordings/text/TextCursor.h"
+
+#include <cstdint>
+#include <string_view>
+
+namespace qztool {
+
+// date Sat Sep 30 15:06:13.191 2017
+// base hex  timestamps absolute          base of identifiers, lengths and data; relative: to the previous event's time
+// // version 9.0.0
+// Begin Triggerblock Sat Sep 30 15:06:13.191 2017
+//    0.015991 1  18EBFF00x       Rx d 2 01 A0   Length = 273910    seconds, channel, identifier (x: extended), data
+//    0.015991 2  100             Tx r                              remote frame
+//    0.015991 CANFD   4 Rx        4EE  0 1 f 64 A1 02 ...          CAN FD: BRS, ESI, length code, length, data
+//    0.015991 CAN 1 Status:chip status error active                an event of another kind
+// End TriggerBlock
+class AscLog : public LineFormat {
+public:
+    // True if the line can open a log: header, comment or event.
+    static bool fits(std::string_view line);
+    ParsedLine parse(std::string_view line, Frame& frame) override;
+
+private:
+    ParsedLine parseBase(TextCursor cursor);
+    static ParsedLine errorFrame(std::string_view channel, Frame& frame);
+    ParsedLine parseFdEvent(TextCursor cursor, Frame& frame) const;
+    ParsedLine parseEvent(TextCursor cursor, Frame& frame);
+    ParsedLine parseFrame(TextCursor cursor, Frame& frame) const;
+    char const* readEventTime(TextCursor& cursor);
+    char const* readIdentifier(std::string_view word, Frame& frame) const;
+    char const* readLongData(TextCursor& cursor, std::uint32_t number, Frame& frame) const;
+    char const* readData(TextCursor& cursor, std::uint32_t length, Frame& frame) const;
+
+    // A log without a base line has what the format's tools choose by themselves.
+    int d_base = 16;
+    bool d_relative = false;
+    std::uint64_t d_time = 0; // of the last event, of whatever kind; microseconds
+};
+
+} // namespace qztool

@@ -1,0 +1,71 @@
+// Lines, their numbers and their format.
+#include "tools/recordings/text/TextReader.h"
+
+#include "tools/recordings/Formats.h"
+#include "tools/recordings/text/TextCursor.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace qztool {
+
+namespace {
+
+constexpr std::string_view utf8Mark = "\xEF\xBB\xBF";
+
+bool isBlankLine(std::string_view line) {
+    return std::all_of(line.begin(), line.end(), isBlank);
+}
+
+} // namespace
+
+TextReader::TextReader(InputBuffer& input, Findings& findings, std::string name)
+    : d_input(input), d_findings(findings), d_name(std::move(name)), d_source(input) {}
+
+TextReader::~TextReader() = default;
+
+FrameReader::Next TextReader::next(Frame& frame) {
+    // So that the caller can look whether to stop, even if a large file holds no frames.
+    constexpr unsigned mostLinesWithoutFrame = 65536;
+    for (unsigned i = 0; i < mostLinesWithoutFrame; ++i) {
+        std::string_view line;
+        LineSource::Next const result = d_source.next(line);
+        bool const isTooLong = result == LineSource::Next::TooLong;
+        if (!isTooLong && result != LineSource::Next::Line)
+            return stop(result);
+        ++d_lines;
+        ParsedLine const parsed = isTooLong ? malformedLine("line longer than 65536 bytes") : parse(line, frame);
+        if (parsed.kind == LineKind::Frame)
+            return Next::Frame;
+        if (parsed.kind == LineKind::Malformed)
+            d_findings.addMalformed(parsed.cause, d_lines);
+    }
+    return Next::Interrupted;
+}
+
+FrameReader::Next TextReader::stop(LineSource::Next reason) {
+    if (reason == LineSource::Next::Interrupted)
+        return Next::Interrupted;
+    if (reason == LineSource::Next::Failed)
+        d_findings.fail("cannot read " + d_name + ": " + d_input.source().error());
+    return Next::End;
+}
+
+ParsedLine TextReader::parse(std::string_view line, Frame& frame) {
+    if (!d_lineFormat) {
+        if (d_lines == 1 && line.substr(0, utf8Mark.size()) == utf8Mark)
+            line.remove_prefix(utf8Mark.size());
+        recognise(line);
+    }
+    if (d_lineFormat)
+        return d_lineFormat->parse(line, frame);
+    return isBlankLine(line) ? ParsedLine{} : malformedLine(noLineFormat());
+}
+
+void TextReader::recognise(std::string_view line) {
+    d_format = lineFormatOf(line);
+    if (d_format != nullptr)
+        d_lineFormat = d_format->makeLineFormat();
+}
+
+} // namespace qztool
