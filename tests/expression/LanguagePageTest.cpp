@@ -12,6 +12,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iostream>
+#include <memory>
 #include <sstream>
 #include <string>
 #include <unistd.h>
@@ -156,13 +157,14 @@ TEST_F(LanguagePage, numbersFollowTheLocaleOfTheProcess) {
 // What the page says of the order of definitions.
 TEST_F(LanguagePage, nameStaysAnInputIfItsSignalIsDefinedLater) {
     CompiledExpression early("Belated + 1");
-    BaseSignal const* const input = BaseSignal::getInstance("Belated");
+    // Its entry in the registry goes with the later signal of the same name.
+    std::unique_ptr<BaseSignal> const input(BaseSignal::getInstance("Belated"));
     Capture const errors(std::cerr);
     TestValue belated("Belated");
     belated.d_value = 4.0;
     CompiledExpression late("Belated + 1");
     EXPECT_NE(errors.text(), "") << "the name is taken";
-    EXPECT_EQ(BaseSignal::getInstance("Belated"), input);
+    EXPECT_EQ(BaseSignal::getInstance("Belated"), input.get());
     EXPECT_EQ(early.getValue(), 0.0);
     EXPECT_EQ(late.getValue(), 0.0);
 }
