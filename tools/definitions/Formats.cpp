@@ -2,6 +2,7 @@
 #include "tools/definitions/Formats.h"
 
 #include "tools/definitions/dbc/DbcReader.h"
+#include "tools/definitions/ldf/LdfReader.h"
 
 #include <algorithm>
 #include <iterator>
@@ -16,6 +17,7 @@ bool anything(std::string_view) {
 }
 
 constexpr DefinitionFormat formats[] = {
+    {"LDF", looksLikeLdf, readLdf},
     {"DBC", anything, readDatabase},
 };
 
