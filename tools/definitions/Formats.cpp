@@ -2,6 +2,7 @@
 #include "tools/definitions/Formats.h"
 
 #include "tools/definitions/dbc/DbcReader.h"
+#include "tools/definitions/kcd/KcdReader.h"
 #include "tools/definitions/ldf/LdfReader.h"
 
 #include <algorithm>
@@ -18,6 +19,7 @@ bool anything(std::string_view) {
 
 constexpr DefinitionFormat formats[] = {
     {"LDF", looksLikeLdf, readLdf},
+    {"KCD", looksLikeKcd, readKcd},
     {"DBC", anything, readDatabase},
 };
 

@@ -15,7 +15,7 @@
 namespace qztool {
 
 inline unsigned mostPayloadBits(Bus bus) {
-    return bus == Bus::Can ? 64 * 8 : bus == Bus::Lin ? 8 * 8 : 254 * 8;
+    return bus == Bus::Can ? 1785 * 8 : bus == Bus::Lin ? 8 * 8 : 254 * 8;
 }
 
 // Walks over the bits of a signal, one by one.
