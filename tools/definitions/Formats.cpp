@@ -2,6 +2,7 @@
 #include "tools/definitions/Formats.h"
 
 #include "tools/definitions/dbc/DbcReader.h"
+#include "tools/definitions/fibex/FibexReader.h"
 #include "tools/definitions/kcd/KcdReader.h"
 #include "tools/definitions/ldf/LdfReader.h"
 
@@ -19,6 +20,7 @@ bool anything(std::string_view) {
 
 constexpr DefinitionFormat formats[] = {
     {"LDF", looksLikeLdf, readLdf},
+    {"FIBEX", looksLikeFibex, readFibex},
     {"KCD", looksLikeKcd, readKcd},
     {"DBC", anything, readDatabase},
 };

@@ -89,6 +89,16 @@ protected:
     std::filesystem::path d_data;
 };
 
+class PublicXmlDefinitions : public PublicDefinitions {
+protected:
+    void SetUp() override {
+#ifndef QZSIGNAL_WITH_PUGIXML
+        GTEST_SKIP() << "built without pugixml";
+#endif
+        PublicDefinitions::SetUp();
+    }
+};
+
 } // namespace
 
 TEST_F(PublicDefinitions, ldfFilesHoldWhatWasCounted) {
@@ -129,6 +139,30 @@ TEST_F(PublicDefinitions, ldfValuesAreThoseOfTheText) {
                                                                            : std::vector<std::uint32_t>{},
                   message.eventTriggered)
             << message.name;
+}
+
+TEST_F(PublicXmlDefinitions, fibexFilesHoldWhatWasCounted) {
+    expectFiles(d_data / "fibex", "FIBEX",
+                {
+                    {"CAN_example.xml", {2, 4, 2, 4, 0}},
+                    {"CAN_Multiplex_example.xml", {3, 15, 7, 7, 0}},
+                });
+}
+
+// As the comment at the head of the file states them.
+TEST_F(PublicXmlDefinitions, fibexValuesAreThoseOfTheText) {
+    Database const database = readDefinitions(contentOf(d_data / "fibex/CAN_Multiplex_example.xml"));
+    ASSERT_EQ(3U, database.messages.size());
+    EXPECT_EQ(0x300U, database.messages[2].address);
+    EXPECT_EQ("MuxSwitch* Temperature<MuxSwitch(0-0) Humidity<MuxSwitch(0-0) Pressure<MuxSwitch(0-0) "
+              "MotorRPM<MuxSwitch(1-1) MotorTorque<MuxSwitch(1-1) MotorCurrent<MuxSwitch(1-1) MotorTemp<MuxSwitch(1-1) "
+              "ErrorCode<MuxSwitch(2-2) ErrorSeverity<MuxSwitch(2-2) ErrorCount<MuxSwitch(2-2) ",
+              multiplexingOf(database.messages[2]));
+    SignalDefinition const pressure = signalOf(database, "MuxControl.Pressure");
+    EXPECT_EQ(32U, pressure.startBit);
+    EXPECT_EQ(32U, pressure.bits);
+    EXPECT_EQ("0=INFO 1=WARNING 2=ERROR ", valuesOf(signalOf(database, "MuxControl.ErrorSeverity")));
+    EXPECT_EQ(0.5, signalOf(database, "EngineStatus.EngineSpeed").factor);
 }
 
 } // namespace qztool

@@ -21,6 +21,7 @@ constexpr std::uint64_t highestExtended = 0x1FFFFFFF;
 constexpr std::uint64_t mostBytes = 1785; // of a message that is transported in packets
 constexpr std::uint64_t mostLabels = 1024;
 
+// Ends the reading of an element; caught where it is reported.
 struct LeftOut {
     std::string cause;
 };
@@ -78,7 +79,7 @@ private:
         }
         const std::string text = attributeOf(element, attribute);
         std::uint64_t number = 0;
-        const std::errc error = readCount(text, number);
+        const std::errc error = readCount(withoutBlanks(text), number);
         if (error != std::errc{}) {
             throw LeftOut{
                 std::string(attribute) + " " + quote(text) +
@@ -93,7 +94,7 @@ private:
         }
         const std::string text = attributeOf(element, attribute);
         double number = 0.0;
-        const std::string reason = readReal(text, number);
+        const std::string reason = readReal(withoutBlanks(text), number);
         if (!reason.empty()) {
             throw LeftOut{std::string(attribute) + " " + quote(text) + " " + reason};
         }
@@ -338,7 +339,7 @@ private:
         return static_cast<std::int64_t>(count(element, "value", 0));
     }
 
-    static void addLabelGroup(pugi::xml_node element, SignalDefinition& signal) {
+    void addLabelGroup(pugi::xml_node element, SignalDefinition& signal) {
         if (!hasAttribute(element, "from") || !hasAttribute(element, "to")) {
             throw LeftOut{"it has no range"};
         }
@@ -350,6 +351,10 @@ private:
         if (last - first >= mostLabels) {
             throw LeftOut{"it names more than " + std::to_string(mostLabels) + " values"};
         }
+        if (last - first >= d_labelsLeft) {
+            throw LeftOut{"the file names more values than are read"};
+        }
+        d_labelsLeft -= last - first + 1;
         const std::string name = attributeOf(element, "name");
         for (std::uint64_t value = first; value - first <= last - first; ++value) {
             signal.values.push_back({static_cast<std::int64_t>(value), name});
@@ -361,7 +366,8 @@ private:
     std::unordered_map<std::string, std::size_t> d_messages; // of the bus: line by name
     std::unordered_map<std::uint32_t, std::string> d_identifiers;
     std::unordered_map<std::string, std::size_t> d_signals; // of the message: index by name
-    std::uint64_t d_reach = 0;                              // payload bits that signals of the message need
+    std::uint64_t d_labelsLeft = 1'000'000; // of groups, so that a small file does not become a large one
+    std::uint64_t d_reach = 0;              // payload bits that signals of the message need
 };
 
 } // namespace

@@ -1,4 +1,5 @@
 // Stands in for the readers of XML formats in a build without pugixml.
+#include "tools/definitions/fibex/FibexReader.h"
 #include "tools/definitions/kcd/KcdReader.h"
 
 #include <string>
@@ -19,6 +20,10 @@ Database refuse(char const* format) {
 
 Database readKcd(std::string_view) {
     return refuse("KCD");
+}
+
+Database readFibex(std::string_view) {
+    return refuse("FIBEX");
 }
 
 } // namespace qztool

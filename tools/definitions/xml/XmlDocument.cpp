@@ -14,13 +14,7 @@ std::string_view withoutPrefix(std::string_view name) {
     return name.substr(name.find(':') + 1); // npos + 1 is 0
 }
 
-std::string cleaned(std::string_view text) {
-    constexpr std::string_view blanks = " \t\r\n";
-    std::size_t const first = text.find_first_not_of(blanks);
-    if (first == std::string_view::npos) {
-        return {};
-    }
-    text = text.substr(first, text.find_last_not_of(blanks) + 1 - first);
+std::string toUtf8(std::string_view text) {
     std::string storage;
     return std::string(toPlainText(text, storage));
 }
@@ -92,11 +86,18 @@ std::vector<pugi::xml_node> childrenOf(pugi::xml_node element, std::string_view 
 }
 
 std::string textOf(pugi::xml_node element) {
-    return cleaned(element.child_value());
+    return toUtf8(withoutBlanks(element.child_value()));
 }
 
 std::string attributeOf(pugi::xml_node element, std::string_view name) {
-    return cleaned(findAttribute(element, name).value());
+    return toUtf8(findAttribute(element, name).value());
+}
+
+std::string_view withoutBlanks(std::string_view text) {
+    constexpr std::string_view blanks = " \t\r\n";
+    std::size_t const first = text.find_first_not_of(blanks);
+    return first == std::string_view::npos ? std::string_view()
+                                           : text.substr(first, text.find_last_not_of(blanks) + 1 - first);
 }
 
 bool hasAttribute(pugi::xml_node element, std::string_view name) {

@@ -6,6 +6,7 @@
 #include <pugixml.hpp>
 
 #include <cstddef>
+#include <initializer_list>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -41,9 +42,10 @@ pugi::xml_node childOf(pugi::xml_node element, std::string_view name);
 pugi::xml_node descendantOf(pugi::xml_node element, std::initializer_list<std::string_view> path);
 std::vector<pugi::xml_node> childrenOf(pugi::xml_node element, std::string_view name);
 
-// As valid UTF-8 (character references may spell anything), without blanks around it.
+// As valid UTF-8 (character references may spell anything). The text of an element has no blanks around it.
 std::string textOf(pugi::xml_node element);
 std::string attributeOf(pugi::xml_node element, std::string_view name); // empty if there is none
+std::string_view withoutBlanks(std::string_view text);
 bool hasAttribute(pugi::xml_node element, std::string_view name);
 
 } // namespace qztool

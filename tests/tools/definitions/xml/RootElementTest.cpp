@@ -26,6 +26,7 @@ TEST(RootElement, isEmptyOfWhatIsNoXml) {
 TEST(RootElement, tellsTheFormat) {
     EXPECT_STREQ("KCD", definitionFormatOf("<NetworkDefinition/>").name);
     EXPECT_STREQ("KCD", definitionFormatOf("<?xml version=\"1.0\"?><k:NetworkDefinition xmlns:k=\"x\"/>").name);
+    EXPECT_STREQ("FIBEX", definitionFormatOf("<fx:FIBEX VERSION=\"4.1\"/>").name);
     EXPECT_STREQ("DBC", definitionFormatOf("<other/>").name);
 }
 
@@ -33,6 +34,8 @@ TEST(RootElement, tellsTheFormat) {
 TEST(RootElement, formatsThatNeedALibraryNameIt) {
     EXPECT_EQ("0 error: KCD files cannot be read: this qzsignal was built without the library pugixml\n",
               problemsOf(readDefinitions("<NetworkDefinition/>")));
+    EXPECT_EQ("0 error: FIBEX files cannot be read: this qzsignal was built without the library pugixml\n",
+              problemsOf(readDefinitions("<FIBEX/>")));
 }
 #endif
 
