@@ -266,8 +266,8 @@ void FibexCodings::readUnit(pugi::xml_node method, FibexCoding& coding, std::str
         if (!unit) {
             return;
         }
-        const std::string displayed = textOf(childOf(unit, "DISPLAY-NAME"));
-        coding.unit = displayed.empty() ? textOf(childOf(unit, "SHORT-NAME")) : displayed;
+        pugi::xml_node const displayed = childOf(unit, "DISPLAY-NAME"); // which is empty for a number without unit
+        coding.unit = textOf(displayed ? displayed : childOf(unit, "SHORT-NAME"));
         std::replace_if(coding.unit.begin(), coding.unit.end(), isControlCharacter, ' ');
     } catch (FibexLeftOut const& leftOut) {
         d_file.leaveOut(method, label + leftOut.cause);

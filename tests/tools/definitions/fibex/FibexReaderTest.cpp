@@ -291,6 +291,27 @@ TEST_F(FibexReader, inverseScalingIsTurnedRound) {
     EXPECT_EQ(90.0, signal.maximum);
 }
 
+TEST_F(FibexReader, unitsAreCalledAsTheyAreDisplayed) {
+    struct {
+        char const* names;
+        char const* unit;
+    } const cases[] = {
+        {"<ho:SHORT-NAME>kmh</ho:SHORT-NAME><ho:DISPLAY-NAME>m/s</ho:DISPLAY-NAME>", "m/s"},
+        {"<ho:SHORT-NAME>none</ho:SHORT-NAME><ho:DISPLAY-NAME></ho:DISPLAY-NAME>", ""},
+        {"<ho:SHORT-NAME>V</ho:SHORT-NAME>", "V"},
+    };
+    for (auto const& c : cases) {
+        File file;
+        file.method = "<ho:UNIT-REF ID-REF=\"U2\"/>";
+        std::string text = file.text();
+        std::string const units = "<ho:UNITS>";
+        text.insert(text.find(units) + units.size(), std::string("<ho:UNIT ID=\"U2\">") + c.names + "</ho:UNIT>");
+        Database const database = readFibex(text);
+        EXPECT_EQ("", problemsOf(database));
+        EXPECT_EQ(c.unit, signalOf(database).unit);
+    }
+}
+
 TEST_F(FibexReader, physicalLimitsComeFirst) {
     File file;
     file.method =
