@@ -41,6 +41,7 @@ XmlDocument::XmlDocument(std::string_view bytes, std::vector<Problem>& problems)
     for (std::size_t end = d_text.find('\n'); end != std::string::npos; end = d_text.find('\n', end + 1)) {
         d_lineEnds.push_back(end);
     }
+    d_text += '\n'; // the parser overwrites the last byte, which could be inside a character of a name
     const pugi::xml_parse_result result =
         d_document.load_buffer_inplace(d_text.data(), d_text.size(), pugi::parse_default, pugi::encoding_utf8);
     if (!result) {

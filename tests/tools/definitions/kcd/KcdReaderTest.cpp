@@ -270,6 +270,14 @@ TEST_F(KcdReader, whatPrecedesAnErrorOfTheXmlIsRead) {
     EXPECT_EQ("M: A ; N: ; ", namesOf(database));
 }
 
+TEST_F(KcdReader, nameAtTheEndOfTheFileIsWhole) {
+    Database const database = readKcd("<NetworkDefinition><Bus><\xC3\xBF\xC3\xBF");
+    EXPECT_EQ(
+        "1 error: the XML is not well-formed (Error parsing start element tag); the rest of the file is left out\n"
+        "1 error: unknown element '\xC3\xBF\xC3\xBF' in 'Bus'; left out\n",
+        problemsOf(database));
+}
+
 TEST_F(KcdReader, entitiesAndDepthDoNoHarm) {
     std::string bomb = "<!DOCTYPE b [<!ENTITY a0 \"ha\">";
     for (int i = 1; i < 40; ++i)
