@@ -19,7 +19,7 @@ for folder in "$root"/tests/fuzz/*/; do
     all_targets+=("$(basename "$folder")")
 done
 # Bytes of the longest inputs that are worth trying; 2000 for other targets.
-declare -A longest=([dbc]=4000 [records]=300 [shared]=600)
+declare -A longest=([dbc]=4000 [fibex]=6000 [kcd]=4000 [ldf]=4000 [records]=300 [shared]=600)
 
 scratch=
 setup=yes

@@ -2,6 +2,9 @@
 #include "tools/definitions/Formats.h"
 
 #include "tools/definitions/dbc/DbcReader.h"
+#include "tools/definitions/fibex/FibexReader.h"
+#include "tools/definitions/kcd/KcdReader.h"
+#include "tools/definitions/ldf/LdfReader.h"
 
 #include <algorithm>
 #include <iterator>
@@ -16,6 +19,9 @@ bool anything(std::string_view) {
 }
 
 constexpr DefinitionFormat formats[] = {
+    {"LDF", looksLikeLdf, readLdf},
+    {"FIBEX", looksLikeFibex, readFibex},
+    {"KCD", looksLikeKcd, readKcd},
     {"DBC", anything, readDatabase},
 };
 

@@ -151,7 +151,7 @@ std::optional<Problem> findEncodingProblem(std::string_view bytes) {
     }
     const std::size_t nul = bytes.find('\0');
     if (nul != std::string_view::npos) {
-        return Problem{lineOf(bytes, nul), Severity::Error, "there is a NUL byte: this is a binary file, not DBC text"};
+        return Problem{lineOf(bytes, nul), Severity::Error, "there is a NUL byte: this is a binary file, not text"};
     }
     return std::nullopt;
 }

@@ -116,9 +116,9 @@ TEST(TextEncoding, nulByteIsOneProblemWithItsLine) {
     text[text.find("S :")] = '\0';
     text += '\0';
     Database const database = readDatabase(text);
-    EXPECT_EQ("3 error: there is a NUL byte: this is a binary file, not DBC text\n", problemsOf(database));
+    EXPECT_EQ("3 error: there is a NUL byte: this is a binary file, not text\n", problemsOf(database));
     EXPECT_TRUE(database.messages.empty());
-    EXPECT_EQ("1 error: there is a NUL byte: this is a binary file, not DBC text\n",
+    EXPECT_EQ("1 error: there is a NUL byte: this is a binary file, not text\n",
               problemsOf(readDatabase(std::string_view("\0", 1))));
 }
 

@@ -2,33 +2,16 @@
 #include "tools/definitions/dbc/StatementParser.h"
 
 #include "tools/base/Printable.h"
+#include "tools/definitions/Numerals.h"
 #include "tools/definitions/ProblemText.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cmath>
 #include <system_error>
 
 namespace qztool {
 
 namespace {
-
-// The standard library reads no plus sign.
-std::string_view withoutPlus(std::string_view numeral) {
-    if (numeral.size() > 1 && numeral.front() == '+' && numeral[1] != '-') {
-        numeral.remove_prefix(1);
-    }
-    return numeral;
-}
-
-// Success only if all of `numeral` is the number.
-template <typename Number>
-std::errc convert(std::string_view numeral, Number& result) {
-    numeral = withoutPlus(numeral);
-    char const* const end = numeral.data() + numeral.size();
-    auto const [stop, error] = std::from_chars(numeral.data(), end, result);
-    return error == std::errc{} && stop != end ? std::errc::invalid_argument : error;
-}
 
 std::string withoutEscapes(std::string_view content) {
     std::string result;
@@ -108,7 +91,7 @@ bool StatementParser::read(SelectionStatement& statement) {
         if (last.empty()) {
             return missing("a range such as 0-3");
         }
-        if (convert(first, range.first) != std::errc{} || convert(last, range.last) != std::errc{}) {
+        if (readNumeral(first, range.first) != std::errc{} || readNumeral(last, range.last) != std::errc{}) {
             return fail("a value of the range " + std::string(first) + "-" + std::string(last) + " is too large");
         }
         if (range.first > range.last) {
@@ -213,12 +196,12 @@ bool StatementParser::integer(Integer& result, std::string_view what) {
     if (numeral.empty()) {
         return missing(what);
     }
-    const std::errc error = convert(numeral, result);
+    const std::errc error = readNumeral(numeral, result);
     if (error == std::errc{}) {
         return true;
     }
     std::int64_t number = 0;
-    if (convert(numeral, number) == std::errc{} && number < 0) {
+    if (readNumeral(numeral, number) == std::errc{} && number < 0) {
         return fail(std::string(what) + " is negative (" + std::string(numeral) + ")");
     }
     return fail(std::string(what) + " " + quote(numeral) +
@@ -230,14 +213,8 @@ bool StatementParser::real(double& result, std::string_view what) {
     if (numeral.empty()) {
         return missing(what);
     }
-    const std::errc error = convert(numeral, result);
-    if (error == std::errc{} && std::isfinite(result)) {
-        return true;
-    }
-    char const* const reason = error == std::errc::result_out_of_range ? " is beyond the range of a double"
-                               : error == std::errc{}                  ? " is not a finite number"
-                                                                       : " is not a number";
-    return fail(std::string(what) + " " + quote(numeral) + reason);
+    const std::string reason = readReal(numeral, result);
+    return reason.empty() || fail(std::string(what) + " " + quote(numeral) + " " + reason);
 }
 
 bool StatementParser::text(std::string& result, std::string_view what) {
@@ -273,7 +250,7 @@ bool StatementParser::multiplexMark(SignalStatement& statement) {
     } else {
         bool const both = mark.back() == 'M';
         const std::string_view number = mark.substr(1, mark.size() - (both ? 2 : 1));
-        if (mark.front() != 'm' || convert(number, statement.selector) != std::errc{}) {
+        if (mark.front() != 'm' || readNumeral(number, statement.selector) != std::errc{}) {
             return fail("the multiplexing mark " + quote(mark) + " is none of M, m1 and m1M (with any number)");
         }
         statement.mark = both ? MultiplexMark::SelectedMultiplexor : MultiplexMark::Selected;
@@ -354,13 +331,13 @@ bool StatementParser::value(std::string_view numeral, ValueText& value) {
     if (numeral.empty()) {
         return missing("a value or ';'");
     }
-    if (convert(numeral, value.value) != std::errc{}) {
+    if (readNumeral(numeral, value.value) != std::errc{}) {
         // Unsigned 64-bit signals reach higher, and some files write whole numbers as 2.0 or 1E3.
         std::uint64_t large = 0;
         double number = 0.0;
-        if (convert(numeral, large) == std::errc{}) {
+        if (readNumeral(numeral, large) == std::errc{}) {
             value.value = static_cast<std::int64_t>(large);
-        } else if (convert(numeral, number) == std::errc{} && std::trunc(number) == number &&
+        } else if (readNumeral(numeral, number) == std::errc{} && std::trunc(number) == number &&
                    std::fabs(number) < 1e15) {
             value.value = static_cast<std::int64_t>(number);
         } else {
