@@ -2,22 +2,18 @@
 #pragma once
 
 #include "tools/recordings/compressed/DecompressedSource.h"
-
-#include <zlib.h>
+#include "tools/recordings/compressed/Inflater.h"
 
 namespace qztool {
 
 class GzipSource : public DecompressedSource {
 public:
-    explicit GzipSource(InputBuffer& input);
-    ~GzipSource() override;
-    GzipSource(GzipSource const&) = delete;
-    GzipSource& operator=(GzipSource const&) = delete;
+    explicit GzipSource(InputBuffer& input) : DecompressedSource(input, "gzip") {}
 
 private:
     Step decompress(std::string_view input, bool isLast, char* output, std::size_t size) override;
 
-    z_stream d_stream{};
+    Inflater d_inflater{Inflater::Header::Gzip};
     bool d_atBorder = false; // after a member, where zero bytes may fill up the file
 };
 
