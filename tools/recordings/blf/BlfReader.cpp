@@ -42,6 +42,12 @@ std::uint64_t dateOf(char const* bytes) {
     return isDate ? sinceEpoch(date, std::uint64_t{milliseconds} * 1000) : 0;
 }
 
+std::size_t interestingBytes(BaseHeader const& header) {
+    if (!header.hasSize() || objectKindOf(header.kind).read == nullptr)
+        return BaseHeader::bytes;
+    return std::min<std::size_t>(header.objectSize, mostHeaderBytes + mostObjectContent);
+}
+
 std::uint64_t timeOf(char const* object) {
     std::uint64_t const time = little64(object + 24);
     return little32(object + 16) == tenMicroseconds ? time * 10 : time / 1000;
@@ -90,15 +96,27 @@ InputBuffer::Read BlfReader::readFileHeader() {
 
 // Bytes: the next object is there, as far as it is of interest.
 InputBuffer::Read BlfReader::toNextObject() {
-    if (d_objectLeft != 0)
-        if (Read const result = skipBytes(d_objects, d_objectLeft); result != Read::Bytes)
+    while (d_objectLeft != 0)
+        if (Read const result = passObject(); result != Read::Bytes)
             return result;
     if (Read const result = d_finder.find(); result != Read::Bytes)
         return result;
     BaseHeader const header = baseHeaderOf(d_objects.bytes());
-    bool const isFrame = header.hasSize() && objectKindOf(header.kind).read != nullptr;
-    std::size_t const interesting = isFrame ? mostHeaderBytes + mostObjectContent : BaseHeader::bytes;
-    return d_objects.require(std::min<std::size_t>(interesting, header.objectSize));
+    return d_objects.require(interestingBytes(header));
+}
+
+// Passes over some of the rest of an object, which ends where damage begins.
+InputBuffer::Read BlfReader::passObject() {
+    if (d_objects.bytes().empty())
+        if (Read const result = d_objects.fill(); result != Read::Bytes)
+            return result;
+    std::uint64_t const offset = d_containers.handedOut() - d_objects.bytes().size();
+    if (d_containers.damage() < offset + d_objectLeft)
+        d_objectLeft = d_containers.damage() - std::min(offset, d_containers.damage());
+    auto const count = static_cast<std::size_t>(std::min<std::uint64_t>(d_objectLeft, d_objects.bytes().size()));
+    d_objects.consume(count);
+    d_objectLeft -= count;
+    return Read::Bytes;
 }
 
 // False: it holds no frame.
@@ -107,13 +125,13 @@ bool BlfReader::readObject(Frame& frame) {
     BaseHeader const header = baseHeaderOf(d_objects.bytes());
     d_objectLeft = header.objectSize;
     ObjectKind const& kind = objectKindOf(header.kind);
-    if (d_containers.damage() != ContainerSource::noDamage && endsInDamage(header.objectSize))
+    if (d_containers.damage() != ContainerSource::noDamage && endsInDamage(interestingBytes(header)))
         return false;
     if (d_finder.takeDamage())
         addDamaged();
     if (!header.hasSize()) {
         d_objectLeft = 1; // finds the next one
-        d_findings.addMalformed("object of an impossible size", d_place);
+        addMalformed("object of an impossible size");
         return false;
     }
     if (kind.read == nullptr) {
@@ -122,20 +140,21 @@ bool BlfReader::readObject(Frame& frame) {
     }
     if (header.headerSize < objectHeaderBytes || header.headerSize > mostHeaderBytes ||
         header.headerSize > header.objectSize) {
-        d_findings.addMalformed("header of an unknown size", d_place);
+        addMalformed("header of an unknown size");
         return false;
     }
     std::string_view const object = d_objects.bytes().substr(0, header.objectSize);
     if (char const* const cause = kind.read(object.substr(header.headerSize), frame)) {
-        d_findings.addMalformed(cause, d_place);
+        addMalformed(cause);
         return false;
     }
     frame.timestamp = timeOf(object.data());
     return true;
 }
 
-// Reports damage before the current object. True: the object's end is missing, and what follows belongs to others.
-bool BlfReader::endsInDamage(std::uint32_t size) {
+// Reports damage before the current object. True: of its first `size` bytes, the last ones are missing, and what
+// follows belongs to others.
+bool BlfReader::endsInDamage(std::size_t size) {
     std::uint64_t const object = d_containers.handedOut() - d_objects.bytes().size();
     std::uint64_t const damage = d_containers.damage();
     if (damage >= object + size)
@@ -150,7 +169,11 @@ bool BlfReader::endsInDamage(std::uint32_t size) {
 }
 
 void BlfReader::addDamaged() {
-    d_findings.addMalformed("damaged bytes", d_place);
+    addMalformed("damaged bytes");
+}
+
+void BlfReader::addMalformed(char const* cause) {
+    d_findings.addMalformed(cause, static_cast<std::size_t>(d_place));
 }
 
 void BlfReader::addSkipped(char const* name, std::uint32_t kind) {
@@ -164,6 +187,14 @@ void BlfReader::addSkipped(char const* name, std::uint32_t kind) {
 FrameReader::Next BlfReader::stop(Read reason) {
     if (reason == Read::Interrupted)
         return Next::Interrupted;
+    // What the damaged bytes at the end held counts as one object.
+    bool const passedDamage = d_finder.takeDamage();
+    if (d_containers.damage() != ContainerSource::noDamage || passedDamage) {
+        while (d_containers.damage() != ContainerSource::noDamage)
+            d_containers.takeDamage();
+        ++d_place;
+        addDamaged();
+    }
     if (!d_headerRead) {
         d_findings.failReading(reason == Read::Failed ? d_file.source().error() : "unexpected end of file");
     } else if (reason == Read::Failed) {

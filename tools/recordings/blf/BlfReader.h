@@ -35,8 +35,10 @@ private:
     Read readFileHeader();
     Read toNextObject();
     bool readObject(Frame& frame);
-    bool endsInDamage(std::uint32_t size);
+    Read passObject();
+    bool endsInDamage(std::size_t size);
     void addDamaged();
+    void addMalformed(char const* cause);
     Next stop(Read reason);
     void addSkipped(char const* name, std::uint32_t kind);
 

@@ -10,6 +10,14 @@ namespace {
 constexpr std::string_view mark = "LOBJ";
 constexpr std::size_t mostFill = 3;
 
+// How many of the last bytes, which do not hold the mark, are the beginning of one.
+std::size_t beginningOfMark(std::string_view bytes) {
+    std::size_t count = std::min(bytes.size(), mark.size() - 1);
+    while (bytes.substr(bytes.size() - count) != mark.substr(0, count))
+        --count;
+    return count;
+}
+
 } // namespace
 
 InputBuffer::Read ObjectFinder::find() {
@@ -26,7 +34,7 @@ InputBuffer::Read ObjectFinder::find() {
         if (result == InputBuffer::Read::Bytes)
             continue;
         if (result == InputBuffer::Read::End && found == std::string_view::npos)
-            pass(d_input.bytes().size());
+            pass(d_input.bytes().size() - beginningOfMark(d_input.bytes()));
         return result;
     }
 }

@@ -403,6 +403,24 @@ TEST(BlfReaderTest, objectsThatEndInDamagedContainersAreLeftOut) {
 #endif
 }
 
+TEST(BlfReaderTest, damageAtTheEndIsReported) {
+    std::string const good = blf::stored(blf::can(1, 1, ""));
+    RecordingText const expected = {"0 can 1 001 rx ", "! damaged bytes: 2"};
+    EXPECT_EQ(textOf(good + blf::container("anything", 10, 1)), expected);
+    EXPECT_EQ(textOf(good + "what a failing disk returned"), expected);
+    EXPECT_EQ(textOf(blf::stored(blf::can(1, 1, "") + "what a failing disk returned")), expected);
+}
+
+// The events before and after it are read, wherever in the event that is not read the damage is.
+TEST(BlfReaderTest, damageInObjectsThatArePassedOverEndsThem) {
+    std::string const large = blf::object(71, std::string(600'000, 'x'));
+    for (std::size_t const size : {40U, 1000U, 500'000U})
+        EXPECT_EQ(textOf(blf::stored(blf::can(1, 1, "") + large.substr(0, size)) + blf::container("anything", 10, 1) +
+                         blf::can(1, 2, "")),
+                  (RecordingText{"0 can 1 001 rx ", "0 can 1 002 rx ", "! damaged bytes: 3", "- 1 Ethernet frame"}))
+            << size;
+}
+
 #ifdef QZSIGNAL_WITH_ZLIB
 TEST(BlfReaderTest, containersThatEndBeforeTheirContentAreDamaged) {
     std::string const objects = blf::can(1, 1, "") + blf::can(1, 2, "");
