@@ -26,7 +26,7 @@ public:
     explicit Findings(std::string name = "the recording") : d_name(std::move(name)) {}
 
     // `place` counts lines or objects from 1; it is above all places before.
-    void addMalformed(char const* cause, std::size_t place);
+    void addMalformed(char const* cause, std::uint64_t place);
     // Counts something that is sound but is not read, such as "statistics". Only the first of a kind allocates.
     void addSkipped(std::string_view kind);
     // Reading cannot go on. One line that names the recording, such as "cannot read 'x.log': Input/output error".

@@ -131,7 +131,7 @@ bool BlfReader::readObject(Frame& frame) {
         addDamaged();
     if (!header.hasSize()) {
         d_objectLeft = 1; // finds the next one
-        addMalformed("object of an impossible size");
+        d_findings.addMalformed("object of an impossible size", d_place);
         return false;
     }
     if (kind.read == nullptr) {
@@ -140,12 +140,12 @@ bool BlfReader::readObject(Frame& frame) {
     }
     if (header.headerSize < objectHeaderBytes || header.headerSize > mostHeaderBytes ||
         header.headerSize > header.objectSize) {
-        addMalformed("header of an unknown size");
+        d_findings.addMalformed("header of an unknown size", d_place);
         return false;
     }
     std::string_view const object = d_objects.bytes().substr(0, header.objectSize);
     if (char const* const cause = kind.read(object.substr(header.headerSize), frame)) {
-        addMalformed(cause);
+        d_findings.addMalformed(cause, d_place);
         return false;
     }
     frame.timestamp = timeOf(object.data());
@@ -169,11 +169,7 @@ bool BlfReader::endsInDamage(std::size_t size) {
 }
 
 void BlfReader::addDamaged() {
-    addMalformed("damaged bytes");
-}
-
-void BlfReader::addMalformed(char const* cause) {
-    d_findings.addMalformed(cause, static_cast<std::size_t>(d_place));
+    d_findings.addMalformed("damaged bytes", d_place);
 }
 
 void BlfReader::addSkipped(char const* name, std::uint32_t kind) {

@@ -38,7 +38,6 @@ private:
     Read passObject();
     bool endsInDamage(std::size_t size);
     void addDamaged();
-    void addMalformed(char const* cause);
     Next stop(Read reason);
     void addSkipped(char const* name, std::uint32_t kind);
 

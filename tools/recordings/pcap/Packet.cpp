@@ -123,7 +123,7 @@ bool readPacket(Packet const& packet, std::uint64_t place, Findings& findings, F
     if (packet.linkType == cooked || packet.linkType == cooked2) {
         CookedHeader const& header = packet.linkType == cooked ? cookedHeader : cookedHeader2;
         if (bytes.size() < header.bytes) {
-            findings.addMalformed(cutShort, static_cast<std::size_t>(place));
+            findings.addMalformed(cutShort, place);
             return false;
         }
         std::uint16_t const protocol = big16(bytes.data() + header.protocolAt);
@@ -149,7 +149,7 @@ bool readPacket(Packet const& packet, std::uint64_t place, Findings& findings, F
         return false;
     }
     if (char const* const cause = readFrame(bytes, originalSize, order, frame)) {
-        findings.addMalformed(cause, static_cast<std::size_t>(place));
+        findings.addMalformed(cause, place);
         return false;
     }
     return true;

@@ -166,7 +166,7 @@ void PcapngReader::addInterface(std::string_view content) {
 bool PcapngReader::readEnhancedPacket(std::string_view content, bool isOld, Frame& frame) {
     if (content.size() < enhancedHeaderBytes) {
         ++d_place;
-        d_findings.addMalformed("packet is cut short", static_cast<std::size_t>(d_place));
+        d_findings.addMalformed("packet is cut short", d_place);
         return false;
     }
     std::uint32_t const interface = isOld ? number16(content.data()) : number32(content.data());
@@ -193,7 +193,7 @@ bool PcapngReader::readEnhancedPacket(std::string_view content, bool isOld, Fram
 bool PcapngReader::readSimplePacket(std::string_view content, Frame& frame) {
     if (content.size() < simpleHeaderBytes) {
         ++d_place;
-        d_findings.addMalformed("packet is cut short", static_cast<std::size_t>(d_place));
+        d_findings.addMalformed("packet is cut short", d_place);
         return false;
     }
     std::uint32_t const originalSize = number32(content.data());
@@ -206,7 +206,7 @@ bool PcapngReader::readContent(std::uint32_t interface, std::string_view bytes, 
                                Frame& frame) {
     ++d_place;
     if (interface >= d_interfaces.size()) {
-        d_findings.addMalformed("packet of an interface that is not described", static_cast<std::size_t>(d_place));
+        d_findings.addMalformed("packet of an interface that is not described", d_place);
         return false;
     }
     frame.channel = d_interfaces[interface].channel;
