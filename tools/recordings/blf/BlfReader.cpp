@@ -188,6 +188,7 @@ FrameReader::Next BlfReader::stop(Read reason) {
     if (d_containers.damage() != ContainerSource::noDamage || passedDamage) {
         while (d_containers.damage() != ContainerSource::noDamage)
             d_containers.takeDamage();
+        d_objectLeft = 0; // of an object that ends there
         ++d_place;
         addDamaged();
     }

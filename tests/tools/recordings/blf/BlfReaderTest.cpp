@@ -411,6 +411,15 @@ TEST(BlfReaderTest, damageAtTheEndIsReported) {
     EXPECT_EQ(textOf(blf::stored(blf::can(1, 1, "") + "what a failing disk returned")), expected);
 }
 
+// Also when the object that ends there is through before its damage is found.
+TEST(BlfReaderTest, damageAtTheEndIsNoEarlyEnd) {
+    std::string const text = blf::object(65, "a text that is not all there");
+    for (std::size_t const most : {std::string::npos, std::size_t{1}})
+        EXPECT_EQ(textOf(blf::stored(text.substr(0, 40)) + blf::container("anything", 10, 1), {most, false}),
+                  (RecordingText{"! damaged bytes: 2", "- 1 text"}))
+            << most;
+}
+
 // The events before and after it are read, wherever in the event that is not read the damage is.
 TEST(BlfReaderTest, damageInObjectsThatArePassedOverEndsThem) {
     std::string const large = blf::object(71, std::string(600'000, 'x'));
