@@ -45,6 +45,8 @@ void ContainerSource::addDamage(std::uint64_t offset) {
 
 ByteSource::Read ContainerSource::beginObject() {
     Read const found = d_finder.find();
+    if (found == Read::Interrupted)
+        return found;
     if (d_finder.takeDamage())
         addDamage(d_handedOut);
     if (found == Read::End && d_file.bytes().empty())

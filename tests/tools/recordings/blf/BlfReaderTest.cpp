@@ -355,6 +355,7 @@ TEST(BlfReaderTest, bytesThatBelongToNoObjectArePassedOver) {
     std::string const junk = "what a failing disk returned";
     RecordingText const expected = {"0 can 1 001 rx ", "0 can 1 002 rx ", "! damaged bytes: 2"};
     EXPECT_EQ(textOf(blf::can(1, 1, "") + junk + blf::can(1, 2, "")), expected);
+    EXPECT_EQ(textOf(blf::can(1, 1, "") + junk + blf::can(1, 2, ""), {2, true}), expected);
     EXPECT_EQ(textOf(blf::stored(blf::can(1, 1, "")) + junk + blf::stored(blf::can(1, 2, ""))), expected);
     EXPECT_EQ(textOf(blf::stored(blf::can(1, 1, "") + junk + blf::can(1, 2, ""))), expected);
     EXPECT_EQ(textOf(blf::stored(blf::can(1, 1, "") + junk) + blf::stored(blf::can(1, 2, ""))), expected);
