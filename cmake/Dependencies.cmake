@@ -1,5 +1,6 @@
-# What the build takes from Debian: flex and Bison for the library, CLI11 and nlohmann/json (headers only) for the
-# command, pugixml where the target has it, GoogleTest for the tests, and for the benchmarks Google Benchmark, with LuaJIT and muParser to compare with.
+# What the build takes from Debian: flex and Bison for the library, CLI11 and nlohmann/json (headers only) and, where the
+# target has them, pugixml, zlib, liblzma and libzstd for the command, GoogleTest for the tests, and for the benchmarks
+# Google Benchmark, with LuaJIT and muParser to compare with.
 
 # Header-only packages are the same for every target, but a cross build must not see the rest of the host's include
 # folder. So each is reached through a link of its own in the build tree.
@@ -22,8 +23,11 @@ qzsignal_header_package(flexlexer FlexLexer.h)
 if(QZSIGNAL_BUILD_TOOLS OR QZSIGNAL_BUILD_TESTS OR QZSIGNAL_BUILD_BENCHMARKS)
     qzsignal_header_package(cli11 CLI/CLI.hpp)
     qzsignal_header_package(nlohmann nlohmann/json.hpp)
-    # Of the formats of definition files that are XML. Debian has it for the host alone; without it, these formats are refused.
+    # A target's distribution may lack these; the command is then built without them (tools/CMakeLists.txt).
     find_package(pugixml QUIET)
+    find_package(ZLIB QUIET)
+    find_package(LibLZMA QUIET)
+    find_package(zstd QUIET)
 endif()
 
 if(QZSIGNAL_BUILD_TESTS)

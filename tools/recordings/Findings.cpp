@@ -5,12 +5,12 @@
 
 namespace qztool {
 
-void Findings::addMalformed(char const* cause, std::size_t place) {
+void Findings::addMalformed(char const* cause, std::uint64_t place) {
     ++d_malformedCount;
     auto const known = std::find_if(d_malformed.begin(), d_malformed.end(),
                                     [cause](Malformed const& other) { return std::string_view(other.cause) == cause; });
     Malformed& group = known != d_malformed.end() ? *known : d_malformed.emplace_back(Malformed{cause, LineNumbers()});
-    group.places.add(place);
+    group.places.add(static_cast<std::size_t>(place));
 }
 
 void Findings::addSkipped(std::string_view kind) {

@@ -8,6 +8,7 @@
 #include <map>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace qztool {
@@ -21,12 +22,17 @@ struct Malformed {
 // Filled by the reader of a format, while it reads.
 class Findings {
 public:
+    // `name` is the recording's in messages, such as "'x.log'".
+    explicit Findings(std::string name = "the recording") : d_name(std::move(name)) {}
+
     // `place` counts lines or objects from 1; it is above all places before.
-    void addMalformed(char const* cause, std::size_t place);
+    void addMalformed(char const* cause, std::uint64_t place);
     // Counts something that is sound but is not read, such as "statistics". Only the first of a kind allocates.
     void addSkipped(std::string_view kind);
     // Reading cannot go on. One line that names the recording, such as "cannot read 'x.log': Input/output error".
     void fail(std::string problem) { d_problem = std::move(problem); }
+    // The same, by its cause alone.
+    void failReading(std::string const& cause) { fail("cannot read " + d_name + ": " + cause); }
 
     // By cause, in order of the first places.
     std::vector<Malformed> const& malformed() const { return d_malformed; }
@@ -37,6 +43,7 @@ public:
     std::string const& problem() const { return d_problem; }
 
 private:
+    std::string d_name;
     std::vector<Malformed> d_malformed;
     std::size_t d_malformedCount = 0;
     std::map<std::string, std::size_t, std::less<>> d_skipped;

@@ -1,8 +1,12 @@
 // The table of formats.
 #include "tools/recordings/Formats.h"
 
+#include "tools/recordings/blf/BlfReader.h"
+#include "tools/recordings/pcap/PcapReader.h"
+#include "tools/recordings/pcap/PcapngReader.h"
 #include "tools/recordings/text/AscLog.h"
 #include "tools/recordings/text/CandumpLog.h"
+#include "tools/recordings/trc/TrcLog.h"
 
 namespace qztool {
 
@@ -17,6 +21,10 @@ std::unique_ptr<LineFormat> make() {
 constexpr RecordingFormat formats[] = {
     {"candump", CandumpLog::fits, make<CandumpLog>, nullptr},
     {"ASC", AscLog::fits, make<AscLog>, nullptr},
+    {"TRC", TrcLog::fits, make<TrcLog>, nullptr},
+    {"BLF", BlfReader::fits, nullptr, BlfReader::open},
+    {"pcap", PcapReader::fits, nullptr, PcapReader::open},
+    {"pcapng", PcapngReader::fits, nullptr, PcapngReader::open},
 };
 
 } // namespace
@@ -36,7 +44,7 @@ RecordingFormat const* lineFormatOf(std::string_view line) {
 }
 
 char const* noLineFormat() {
-    return "neither a candump nor an ASC line";
+    return "neither a candump nor an ASC nor a TRC line";
 }
 
 } // namespace qztool

@@ -25,6 +25,9 @@ public:
     virtual std::uint64_t place() const = 0;
     // What `place` counts: "line", "object" or "packet".
     virtual char const* placeKind() const = 0;
+    // Microseconds since 1970 at which the recording began, if the frames' times count from there; known with the first
+    // frame. 0: they count from 1970, or the recording does not say.
+    virtual std::uint64_t startTime() const { return 0; }
 };
 
 } // namespace qztool

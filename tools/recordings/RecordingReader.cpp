@@ -1,7 +1,9 @@
 // Opening a recording, and finding out its format.
 #include "tools/recordings/RecordingReader.h"
 
+#include "tools/recordings/ForeignContent.h"
 #include "tools/recordings/Formats.h"
+#include "tools/recordings/compressed/Compression.h"
 #include "tools/recordings/text/TextReader.h"
 
 #include <cerrno>
@@ -17,10 +19,6 @@ namespace qztool {
 
 namespace {
 
-bool startsWith(std::string_view text, std::string_view start) {
-    return text.substr(0, start.size()) == start;
-}
-
 std::string systemText(int error) {
     return std::generic_category().message(error);
 }
@@ -31,19 +29,13 @@ int openRecording(std::string const& path) {
     return descriptor >= 0 ? descriptor : -errno;
 }
 
-// Null if the beginning of a file may be that of a text log.
-char const* findContentProblem(std::string_view bytes) {
-    if (startsWith(bytes, "\xFF\xFE") || startsWith(bytes, "\xFE\xFF"))
-        return "it is UTF-16";
-    return bytes.find('\0') == std::string_view::npos ? nullptr : "it contains NUL bytes";
-}
-
 } // namespace
 
 RecordingReader::RecordingReader(std::string const& path, Stop& stop)
     : d_isStandardInput(path == "-"),
       d_name(d_isStandardInput ? "standard input" : "'" + path + "'"),
       d_descriptor(d_isStandardInput ? STDIN_FILENO : openRecording(path)),
+      d_findings(d_name),
       d_file(d_descriptor, stop),
       d_input(d_file) {
     if (d_descriptor < 0)
@@ -91,32 +83,68 @@ char const* RecordingReader::formatName() const {
 
 // Frame: there may be some, and `d_reader` reads them.
 RecordingReader::Next RecordingReader::openFormat() {
-    // A line may be shorter than what formats without lines begin with, and on a pipe nothing may follow it for long.
-    while (d_input.bytes().size() < formatBytes && d_input.bytes().find('\n') == std::string_view::npos) {
-        InputBuffer::Read const read = d_input.fill();
-        if (read == InputBuffer::Read::Interrupted)
+    if (!d_content) {
+        if (readBeginning(d_input) == Read::Interrupted)
             return Next::Interrupted;
-        if (read == InputBuffer::Read::Failed)
-            d_findings.fail("cannot read " + d_name + ": " + d_file.error());
-        if (read != InputBuffer::Read::Bytes)
-            break;
+        if (!decompress())
+            return Next::End;
     }
+    if (d_content && readBeginning(*d_content) == Read::Interrupted)
+        return Next::Interrupted;
     if (!d_findings.problem().empty())
         return Next::End;
-    std::string_view const bytes = d_input.bytes();
+    std::string_view const bytes = content().bytes();
     if (RecordingFormat const* const format = binaryFormatOf(bytes)) {
         d_format = format;
-        d_reader = format->open(d_input, d_findings);
+        d_reader = format->open(content(), d_findings);
         return Next::Frame;
     }
-    if (char const* const cause = findContentProblem(bytes)) {
-        d_findings.fail(d_name + " is not a text log: " + cause);
+    if (char const* const cause = foreignContent(bytes))
+        return failForeign(cause);
+    if (bytes.find('\0') != std::string_view::npos) {
+        d_findings.fail(d_name + " is not a text log: it contains NUL bytes");
         return Next::End;
     }
-    auto text = std::make_unique<TextReader>(d_input, d_findings, d_name);
+    std::string_view const line = bytes.substr(0, bytes.find_first_of("\r\n"));
+    if (lineFormatOf(line) == nullptr)
+        if (char const* const cause = foreignLine(line))
+            return failForeign(cause);
+    auto text = std::make_unique<TextReader>(content(), d_findings, d_name);
     d_text = text.get();
     d_reader = std::move(text);
     return Next::Frame;
+}
+
+// Reads what is needed to tell the format, or as much as there is.
+RecordingReader::Read RecordingReader::readBeginning(InputBuffer& input) {
+    // A line may be shorter than what formats without lines begin with, and on a pipe nothing may follow it for long.
+    while (input.bytes().size() < formatBytes && input.bytes().find('\n') == std::string_view::npos) {
+        Read const read = input.fill();
+        if (read == Read::Failed)
+            d_findings.failReading(input.source().error());
+        if (read != Read::Bytes)
+            return read;
+    }
+    return Read::Bytes;
+}
+
+// False: it is compressed, and cannot be decompressed.
+bool RecordingReader::decompress() {
+    Compression const* const compression = compressionOf(d_input.bytes());
+    if (compression == nullptr)
+        return true;
+    if (compression->open == nullptr) {
+        d_findings.failReading(missingLibrary(*compression));
+        return false;
+    }
+    d_decompressed = compression->open(d_input);
+    d_content = std::make_unique<InputBuffer>(*d_decompressed);
+    return true;
+}
+
+RecordingReader::Next RecordingReader::failForeign(char const* cause) {
+    d_findings.failReading(cause);
+    return Next::End;
 }
 
 } // namespace qztool

@@ -43,14 +43,24 @@ public:
     std::uint64_t place() const { return d_reader ? d_reader->place() : 0; }
     char const* placeKind() const { return d_reader ? d_reader->placeKind() : "line"; }
 
+    // Microseconds since 1970 at which the recording began, if the frames' times count from there; known with the first
+    // frame. 0: they count from 1970, or the recording does not say.
+    std::uint64_t startTime() const { return d_reader ? d_reader->startTime() : 0; }
+
     // Progress: bytes taken so far, out of all; 0 where the size is not known beforehand, as with pipes.
     std::uint64_t bytesRead() const { return d_file.bytesRead(); }
     std::uint64_t totalBytes() const { return d_totalBytes; }
 
 private:
+    using Read = InputBuffer::Read;
+
     void inspect();
     void closeOwn();
     Next openFormat();
+    Read readBeginning(InputBuffer& input);
+    bool decompress();
+    Next failForeign(char const* cause);
+    InputBuffer& content() { return d_content ? *d_content : d_input; }
 
     bool d_isStandardInput;
     std::string d_name; // as it is in messages
@@ -59,6 +69,9 @@ private:
     Findings d_findings;
     FileSource d_file;
     InputBuffer d_input;
+    // Null: the file is not compressed.
+    std::unique_ptr<ByteSource> d_decompressed;
+    std::unique_ptr<InputBuffer> d_content;
     RecordingFormat const* d_format = nullptr; // of formats without lines
     TextReader const* d_text = nullptr;        // of the others
     std::unique_ptr<FrameReader> d_reader;     // null: the beginning has not been read yet

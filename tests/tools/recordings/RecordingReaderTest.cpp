@@ -98,7 +98,7 @@ TEST(RecordingReaderTest, byteOrderMarkIsNoPartOfTheFirstLine) {
 TEST(RecordingReaderTest, linesBeforeRecognitionAreMalformed) {
     Result const result = resultOf("hello\n\nworld\n(1.0) can0 123#01\n");
     EXPECT_EQ(result.frames, Frames{"1000000 0 123#01"});
-    EXPECT_EQ(result.malformed, "neither a candump nor an ASC line: 1, 3");
+    EXPECT_EQ(result.malformed, "neither a candump nor an ASC nor a TRC line: 1, 3");
 }
 
 TEST(RecordingReaderTest, formatStaysAsRecognised) {
@@ -112,7 +112,7 @@ TEST(RecordingReaderTest, textOfAnotherKindHasNoFrames) {
     Result const result = resultOf("hello\nworld\n");
     EXPECT_EQ(result.format, "");
     EXPECT_EQ(result.frames, Frames{});
-    EXPECT_EQ(result.malformed, "neither a candump nor an ASC line: 1-2");
+    EXPECT_EQ(result.malformed, "neither a candump nor an ASC nor a TRC line: 1-2");
     EXPECT_EQ(result.problem, "");
 }
 
@@ -168,7 +168,7 @@ TEST(RecordingReaderTest, callerHasATurnDuringManyLinesWithoutFrames) {
     Frame frame;
     EXPECT_EQ(reader.next(frame), Next::Interrupted);
     EXPECT_EQ(reader.next(frame), Next::End);
-    EXPECT_EQ(malformedText(reader), "neither a candump nor an ASC line: 1-100000");
+    EXPECT_EQ(malformedText(reader), "neither a candump nor an ASC nor a TRC line: 1-100000");
 }
 
 TEST(RecordingReaderTest, progressEndsAtTheSizeOfTheFile) {
@@ -219,7 +219,7 @@ TEST(RecordingReaderTest, failedReadingIsAProblem) {
 
 TEST(RecordingReaderTest, binaryContentIsOneProblem) {
     using namespace std::string_view_literals;
-    for (std::string_view content : {"LOGG\x90\0\0\0\n\n\n"sv, "(1.0) can0 123#\n\0"sv}) {
+    for (std::string_view content : {"BINA\x90\0\0\0\n\n\n"sv, "(1.0) can0 123#\n\0"sv}) {
         Result const result = resultOf(content);
         EXPECT_EQ(result.frames, Frames{});
         EXPECT_EQ(result.malformed, "");
@@ -228,7 +228,7 @@ TEST(RecordingReaderTest, binaryContentIsOneProblem) {
     for (std::string_view content : {"\xFF\xFE(\0001\0"sv, "\xFE\xFF\0(\0001"sv}) {
         Result const result = resultOf(content);
         EXPECT_EQ(result.malformed, "");
-        EXPECT_NE(result.problem.find("is not a text log: it is UTF-16"), std::string::npos) << result.problem;
+        EXPECT_NE(result.problem.find("it is UTF-16 text; convert it to UTF-8"), std::string::npos) << result.problem;
     }
 }
 

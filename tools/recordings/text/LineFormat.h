@@ -4,6 +4,7 @@
 #include "tools/recordings/Frame.h"
 #include "tools/recordings/text/ParsedLine.h"
 
+#include <cstdint>
 #include <string_view>
 
 namespace qztool {
@@ -17,6 +18,8 @@ public:
     // Reads the next line, which comes without its end. `frame` is valid if the kind is Frame, and unspecified
     // otherwise.
     virtual ParsedLine parse(std::string_view line, Frame& frame) = 0;
+    // As FrameReader's, by the lines so far.
+    virtual std::uint64_t startTime() const { return 0; }
 };
 
 } // namespace qztool

@@ -25,6 +25,7 @@ public:
     Next next(Frame& frame) override;
     std::uint64_t place() const override { return d_lines; }
     char const* placeKind() const override { return "line"; }
+    std::uint64_t startTime() const override { return d_lineFormat ? d_lineFormat->startTime() : 0; }
 
     // Null as long as no line looked like one.
     RecordingFormat const* format() const { return d_format; }
