@@ -1,8 +1,8 @@
 // Names that expressions can hold, and names that signals are found by.
 #include "tools/drive/Names.h"
 
+#include "qzsignal/expression/ExpParser.h"
 #include "tests/tools/drive/DriveFixture.h"
-#include "tools/expression/Tokens.h"
 
 namespace qztool {
 namespace {
@@ -25,7 +25,8 @@ TEST(ExpressionName, charactersThatAnExpressionCannotHoldBecomeUnderscores) {
     };
     for (auto const& each : cases) {
         EXPECT_EQ(expressionName(each.original), each.name);
-        EXPECT_EQ(signalNames(expressionName(each.original)), Names{each.name}) << "as the parser reads it";
+        EXPECT_EQ(ExpParser::signalNames(expressionName(each.original).c_str()), Names{each.name})
+            << "as the parser reads it";
     }
 }
 
