@@ -38,7 +38,7 @@ FrameReader::Next TextReader::next(Frame& frame) {
         if (parsed.kind == LineKind::Frame)
             return Next::Frame;
         if (parsed.kind == LineKind::Malformed)
-            d_findings.addMalformed(parsed.cause, d_lines);
+            d_findings.addMalformed(parsed.cause, static_cast<std::size_t>(d_lines));
     }
     return Next::Interrupted;
 }
