@@ -28,11 +28,11 @@ bool holdsValue(ExpParser::value_t const& operand, unsigned long long& timestamp
 std::set<ExpParser*> ExpParser::allExpParsers;
 int ExpParser::debug = 0;
 
-expFlexLexer& qzsignal::scannerOf(ExpParser& expression) {
+expFlexLexer& qzsignal::ParserAccess::scanner(ExpParser& expression) {
     return *expression.lexer;
 }
 
-void qzsignal::rejectText(ExpParser& expression, char const* message) {
+void qzsignal::ParserAccess::reject(ExpParser& expression, char const* message) {
     expression.d_error = errorAtToken(message);
     if (expression.d_purpose == ExpParser::Purpose::Evaluate)
         experror(message);
@@ -83,7 +83,7 @@ void ExpParser::clear() {
 bool ExpParser::compile() {
     if (qzsignal::beginTokens(*lexer, text + '\n'))
         return expparse(this) == 0;
-    qzsignal::rejectText(*this, "memory exhausted");
+    qzsignal::ParserAccess::reject(*this, "memory exhausted");
     return false;
 }
 

@@ -20,12 +20,8 @@ class ExpParser;
 class expFlexLexer;
 
 namespace qzsignal {
-/// The scanner that reads an expression's text, for the parser's token source.
-expFlexLexer& scannerOf(ExpParser& expression);
-/// Called by the parser, once, if it does not accept the text.
-void rejectText(ExpParser& expression, char const* message);
-
 class CompactProgram;
+class ParserAccess;
 } // namespace qzsignal
 
 /// The parser's trace switch: if not zero, the steps of every parse go to standard error.
@@ -194,6 +190,5 @@ private:
     // program.
     std::unique_ptr<qzsignal::CompactProgram> d_compact;
 
-    friend expFlexLexer& qzsignal::scannerOf(ExpParser& expression);
-    friend void qzsignal::rejectText(ExpParser& expression, char const* message);
+    friend class qzsignal::ParserAccess;
 };

@@ -31,7 +31,7 @@ bool qzsignal::beginTokens(expFlexLexer& scanner, std::string_view text) {
 }
 
 int explex(YYSTYPE* value, void* parser) {
-    expFlexLexer& scanner = qzsignal::scannerOf(*static_cast<ExpParser*>(parser));
+    expFlexLexer& scanner = qzsignal::ParserAccess::scanner(*static_cast<ExpParser*>(parser));
     bool const first = place.d_context == nullptr;
     place.d_line = scanner.lineno();
     if (!first)

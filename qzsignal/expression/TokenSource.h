@@ -26,6 +26,15 @@ char const* scanText(expFlexLexer& scanner, std::string_view text);
 // The error at the token that was read last.
 ExpParser::Error errorAtToken(char const* message);
 
+// The parts of an expression that its scanner and parser need.
+class ParserAccess {
+public:
+    // The scanner that reads the text.
+    static expFlexLexer& scanner(ExpParser& expression);
+    // Called by the parser, once, if it does not accept the text.
+    static void reject(ExpParser& expression, char const* message);
+};
+
 } // namespace qzsignal
 
 // Reads the next token of the ExpParser `parser` and returns its code, 0 at the end of the text.

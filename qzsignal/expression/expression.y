@@ -70,7 +70,7 @@ namespace {
 
 // What the generated parser calls.
 void experror(void* parser, char const* message) {
-    qzsignal::rejectText(*static_cast<ExpParser*>(parser), message);
+    qzsignal::ParserAccess::reject(*static_cast<ExpParser*>(parser), message);
 }
 
 template <typename Instruction>

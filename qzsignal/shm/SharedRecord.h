@@ -6,7 +6,7 @@
 
 #include "qzsignal/Export.h"
 #include "qzsignal/signal/BaseSignal.h"
-#include "qzsignal/signal/BitLayout.h"
+#include "qzsignal/signal/ValueCut.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -16,6 +16,7 @@
 namespace qzsignal {
 
 class RecordResetLock;
+struct BitLayout;
 template <typename Signal>
 class RecordLock;
 
@@ -49,11 +50,16 @@ enum class FeedPath : std::uint8_t {
 template <typename Signal, typename Record, typename StartByte>
 class QZSIGNAL_EXPORT SharedRecord : public BaseSignal {
 public:
+    /// @{
+    /// Of the record in use, which is read without its lock.
     char const* getUnit() const override { return d_data->unit; }
     double getScaleFactor() const override { return d_data->scale; }
     double getOffset() const override { return d_data->offset; }
     unsigned char getBits() const override { return d_data->bits; }
     signalValue_t getType() const override { return static_cast<signalValue_t>(d_data->type); }
+    /// @}
+
+    /// True if the last write of this object changed the value.
     bool isModified() const override { return d_modified; }
 
 protected:

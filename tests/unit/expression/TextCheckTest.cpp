@@ -108,7 +108,7 @@ TEST_F(TextCheck, namesComeOnceInOrder) {
         EXPECT_EQ(text.substr(each.begin, each.name.size()), each.name);
         spelled += each.name + "@" + std::to_string(each.begin) + " ";
     }
-    EXPECT_EQ(spelled, "b.x@4 a@17 b.x@22 ");
+    EXPECT_EQ(spelled, "b.x@4 a@16 b.x@21 ");
     EXPECT_EQ(ExpParser::signalNames("# b\na"), Names{"a"});
     EXPECT_EQ(ExpParser::signalNames("a&&b || 0x1F"), (Names{"a&&b", "x1F"}));
 }
