@@ -50,14 +50,12 @@ enum class FeedPath : std::uint8_t {
 template <typename Signal, typename Record, typename StartByte>
 class QZSIGNAL_EXPORT SharedRecord : public BaseSignal {
 public:
-    /// @{
-    /// Of the record in use, which is read without its lock.
-    char const* getUnit() const override { return d_data->unit; }
-    double getScaleFactor() const override { return d_data->scale; }
-    double getOffset() const override { return d_data->offset; }
-    unsigned char getBits() const override { return d_data->bits; }
-    signalValue_t getType() const override { return static_cast<signalValue_t>(d_data->type); }
-    /// @}
+    // All of the record in use, which is read without its lock.
+    char const* getUnit() const override { return d_data->unit; }    ///< as defined, 31 characters at most
+    double getScaleFactor() const override { return d_data->scale; } ///< as defined
+    double getOffset() const override { return d_data->offset; }     ///< as defined
+    unsigned char getBits() const override { return d_data->bits; }  ///< as defined
+    signalValue_t getType() const override { return static_cast<signalValue_t>(d_data->type); } ///< as defined
 
     /// True if the last write of this object changed the value.
     bool isModified() const override { return d_modified; }
