@@ -70,13 +70,12 @@ void settle(shmSignalData_t& record) {
         record.used = 1;
         record.conv = 0;
     }
-    if (record.used != 0) {
+    if (record.used != 0)
         record.value = decoded(record, layoutOf(record));
-    } else if (record.rawValue == unwrittenValue) {
+    else if (record.rawValue == unwrittenValue)
         record.value = unwrittenValue;
-    } else {
+    else
         forget(record);
-    }
     setMark(record.pending, markAfter(before));
 }
 

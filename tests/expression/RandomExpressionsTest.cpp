@@ -84,9 +84,8 @@ TEST(RandomExpressions, areReadAndEvaluatedLikeTheReference) {
         {
             CompiledExpression expression(text);
             bool const compiled = expression.accepted();
-            if (reading.d_accepted) {
+            if (reading.d_accepted)
                 ASSERT_EQ(expression.postfix(), programOf(reading.d_term)) << "Text: " << text;
-            }
             double const value = compiled ? expression.getValue() : 0.0;
             ASSERT_EQ(seen(compiled, expression.postfix(), value, errors.take()), expected) << "Text: " << text;
             if (compiled) {

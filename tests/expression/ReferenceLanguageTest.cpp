@@ -27,15 +27,12 @@ TEST(ReferenceLanguage, readsTheCasesAsTheyAreWritten) {
                 continue;
             }
             double const value = evaluate(reading.d_term, [&](std::string const& name) { return valueIn(each, name); });
-            if (each.d_program) {
+            if (each.d_program)
                 EXPECT_EQ(print(programOf(reading.d_term)), *each.d_program);
-            }
-            if (each.d_value) {
+            if (each.d_value)
                 EXPECT_EQ(reference::print(value), *each.d_value);
-            }
-            if (each.d_trigger) {
+            if (each.d_trigger)
                 EXPECT_EQ(value > 0.0, *each.d_trigger);
-            }
         }
     }
 }

@@ -23,18 +23,16 @@ void expectOutcome(TextCase const& each) {
               each.d_error ? *each.d_error + "\n[ERROR] parser error in ExpParser\n" + each.d_text + "\n\n" : "");
     std::optional<ExpParser::Error> const error = ExpParser::check(each.d_text.c_str());
     EXPECT_EQ(error ? "[ERROR] " + error->text() : "", each.d_error.value_or(""));
-    if (each.d_program) {
+    if (each.d_program)
         EXPECT_EQ(print(expression.postfix()), *each.d_program);
-    }
     if (!expression.accepted())
         return;
     if (each.d_value) {
         EXPECT_EQ(reference::print(expression.getValue()), *each.d_value);
         EXPECT_EQ(reference::print(compactValue(each.d_text)), *each.d_value);
     }
-    if (each.d_trigger) {
+    if (each.d_trigger)
         EXPECT_EQ(expression.getTrigger(), *each.d_trigger);
-    }
     EXPECT_EQ(output.text(), "");
 }
 

@@ -41,10 +41,9 @@ void decodeFrames(SharedName const& little, SharedName const& big, Steps& steps)
     } const frames[] = {{frame(1, 0xfe, 0x5f, 1000), 0x2000000000000001},
                         {frame(2, 0x12, 0x34, 1500), 0x2000000000000000},
                         {frame(61, 0x12, 0x34, 0x123456789abcdef0), 0x2000000000000001}};
-    for (auto const& each : frames) {
+    for (auto const& each : frames)
         if (!steps.next() || FlexRaySignal::decodeMessage(each.d_message) != each.d_key)
             _exit(EXIT_FAILURE);
-    }
     steps.next();
 }
 

@@ -114,9 +114,8 @@ TEST_F(KilledFeederTest, readersOfAllKindsNeverHangMixMissOrLoseValues) {
         sleepMicroseconds(static_cast<long>(random() % 500));
         feeder.kill();
         fed += d_state->d_frame != before ? 1 : 0;
-        if (i % 100 == 0) {
+        if (i % 100 == 0)
             ASSERT_TRUE(readersGetOn()) << "after " << i + 1 << " feeders";
-        }
     }
     d_state->d_feed = 0;
     Process last([this] { feed(); });
@@ -133,9 +132,8 @@ TEST_F(KilledFeederTest, readersOfAllKindsNeverHangMixMissOrLoseValues) {
     unsigned deaths = 0;
     for (std::uint32_t const reports : ownersDied()) {
         deaths += reports;
-        if (kills >= 10000) {
+        if (kills >= 10000)
             EXPECT_GT(reports, 0U) << "of one kind";
-        }
     }
     EXPECT_GT(deaths, 0U);
     EXPECT_LE(deaths, kills);

@@ -28,10 +28,9 @@ void decodeFrames(SharedName const& name, Steps& steps) {
         LINTraceMessage d_message;
         unsigned long long d_key;
     } const frames[] = {{linFrame(2, 0xa1, {0x00, 0xf0}), 0x221}, {linFrame(2, 0x22, {0x00, 0x10}), 0}, {last, 0x221}};
-    for (auto const& frame : frames) {
+    for (auto const& frame : frames)
         if (!steps.next() || LINSignal::decodeMessage(frame.d_message) != frame.d_key)
             _exit(EXIT_FAILURE);
-    }
     steps.next();
 }
 

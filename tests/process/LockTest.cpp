@@ -64,11 +64,10 @@ TEST(LockTest, waitingAccessSaysSoAtEveryDebugLevelAndGetsThroughInTheEnd) {
         std::string const text = output.take();
         int const lines = count(text, line);
         EXPECT_GE(lines, 2);
-        if (level == 0) {
+        if (level == 0)
             EXPECT_EQ(text.size(), static_cast<std::size_t>(lines) * line.size());
-        } else {
+        else
             EXPECT_NE(text.find("[DEBUG] ShmSignal::read "), std::string::npos);
-        }
         EXPECT_TRUE(holder.finished());
         signal.readRaw();
         EXPECT_EQ(output.text(), "");

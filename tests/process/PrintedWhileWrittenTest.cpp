@@ -48,9 +48,8 @@ TEST(PrintedWhileWritten, signalShowsWholeWrites) {
         unsigned long long const time = std::stoull(field(text, ",timestamp=0x"), nullptr, 16);
         ASSERT_EQ(field(text, ",rawValue=0x"), hexadecimal(value << 32, true)) << text;
         ASSERT_EQ(time / 3, value) << text;
-        if (field(text, ",conv=") == "yes") {
+        if (field(text, ",conv=") == "yes")
             ASSERT_EQ(field(text, ",phys="), printed(static_cast<double>(value) / 2 - 1)) << text;
-        }
     }
 }
 

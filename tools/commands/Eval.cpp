@@ -153,12 +153,11 @@ private:
 
     Outcome evaluate() {
         Outcome outcome;
-        for (auto const& signal : d_signals) {
+        for (auto const& signal : d_signals)
             if (!signal->isThere())
                 outcome.missing.push_back(signal->name());
             else if (!signal->hasValue())
                 outcome.unwritten.push_back(signal->name());
-        }
         outcome.value = d_parser->getValue();
         outcome.trigger = d_parser->getTrigger();
         outcome.timestamp = d_parser->getLastestTime();

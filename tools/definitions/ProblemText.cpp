@@ -19,14 +19,12 @@ std::string quote(std::string_view text) {
     std::size_t size = text.size();
     if (size > longest) {
         size = longest;
-        while (size > 0 && continuesCharacter(text[size])) {
+        while (size > 0 && continuesCharacter(text[size]))
             --size;
-        }
     }
     std::string result = "'";
-    for (char const c : text.substr(0, size)) {
+    for (char const c : text.substr(0, size))
         result += isControlCharacter(c) ? '?' : c;
-    }
     result += size < text.size() ? "...'" : "'";
     return result;
 }

@@ -26,12 +26,10 @@ bool startsWith(std::string_view text, std::string_view start) {
 }
 
 bool looksLikeUtf16(std::string_view bytes) {
-    if (startsWith(bytes, "\xFF\xFE") || startsWith(bytes, "\xFE\xFF")) {
+    if (startsWith(bytes, "\xFF\xFE") || startsWith(bytes, "\xFE\xFF"))
         return true;
-    }
-    if (bytes.size() < 4) {
+    if (bytes.size() < 4)
         return false;
-    }
     bool const evenAreNul = bytes[0] == '\0' && bytes[2] == '\0';
     bool const oddAreNul = bytes[1] == '\0' && bytes[3] == '\0';
     return evenAreNul != oddAreNul;
@@ -41,9 +39,8 @@ std::size_t lineOf(std::string_view bytes, std::size_t position) {
     std::size_t line = 1;
     for (std::size_t i = 0; i < position; ++i) {
         bool const lineFeedOfPair = bytes[i] == '\n' && i > 0 && bytes[i - 1] == '\r';
-        if ((bytes[i] == '\n' || bytes[i] == '\r') && !lineFeedOfPair) {
+        if ((bytes[i] == '\n' || bytes[i] == '\r') && !lineFeedOfPair)
             ++line;
-        }
     }
     return line;
 }
@@ -53,13 +50,11 @@ std::size_t skipAscii(std::string_view bytes, std::size_t position) {
     constexpr std::uint64_t highBits = 0x8080808080808080U;
     for (std::uint64_t eight = 0; position + sizeof eight <= bytes.size(); position += sizeof eight) {
         std::memcpy(&eight, bytes.data() + position, sizeof eight);
-        if ((eight & highBits) != 0) {
+        if ((eight & highBits) != 0)
             break;
-        }
     }
-    while (position < bytes.size() && byteAt(bytes, position) < 0x80) {
+    while (position < bytes.size() && byteAt(bytes, position) < 0x80)
         ++position;
-    }
     return position;
 }
 
@@ -81,14 +76,12 @@ std::size_t sequenceLength(std::string_view bytes, std::size_t position) {
         lowest = lead == 0xF0 ? 0x90 : lowest;
         highest = lead == 0xF4 ? 0x8F : highest;
     }
-    if (length == 0 || length > bytes.size() - position) {
+    if (length == 0 || length > bytes.size() - position)
         return 0;
-    }
     for (std::size_t i = 1; i < length; ++i) {
         unsigned const next = byteAt(bytes, position + i);
-        if (next < lowest || next > highest) {
+        if (next < lowest || next > highest)
             return 0;
-        }
         lowest = 0x80;
         highest = 0xBF;
     }
@@ -99,9 +92,8 @@ bool isUtf8(std::string_view bytes) {
     std::size_t position = skipAscii(bytes, 0);
     while (position < bytes.size()) {
         const std::size_t length = sequenceLength(bytes, position);
-        if (length == 0) {
+        if (length == 0)
             return false;
-        }
         position = skipAscii(bytes, position + length);
     }
     return true;
@@ -133,34 +125,29 @@ std::string fromWindows1252(std::string_view bytes) {
 std::string withLineFeeds(std::string_view text) {
     std::string result;
     result.reserve(text.size());
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        if (text[i] != '\r') {
+    for (std::size_t i = 0; i < text.size(); ++i)
+        if (text[i] != '\r')
             result += text[i];
-        } else if (i + 1 == text.size() || text[i + 1] != '\n') {
+        else if (i + 1 == text.size() || text[i + 1] != '\n')
             result += '\n';
-        }
-    }
     return result;
 }
 
 } // namespace
 
 std::optional<Problem> findEncodingProblem(std::string_view bytes) {
-    if (looksLikeUtf16(bytes)) {
+    if (looksLikeUtf16(bytes))
         return Problem{0, Severity::Error, "the file is UTF-16 text; save it as UTF-8 or Windows-1252"};
-    }
     const std::size_t nul = bytes.find('\0');
-    if (nul != std::string_view::npos) {
+    if (nul != std::string_view::npos)
         return Problem{lineOf(bytes, nul), Severity::Error, "there is a NUL byte: this is a binary file, not text"};
-    }
     return std::nullopt;
 }
 
 std::string_view toPlainText(std::string_view bytes, std::string& storage) {
     std::string_view text = bytes;
-    if (startsWith(text, utf8Mark)) {
+    if (startsWith(text, utf8Mark))
         text.remove_prefix(utf8Mark.size());
-    }
     if (!isUtf8(text)) {
         storage = fromWindows1252(text);
         text = storage;

@@ -14,18 +14,16 @@ TEST(LineNumbersTest, noLinesHaveNoText) {
 
 TEST(LineNumbersTest, neighboursBecomeRanges) {
     LineNumbers lines;
-    for (std::size_t line : {3U, 17U, 18U, 19U, 20U, 31U, 33U}) {
+    for (std::size_t line : {3U, 17U, 18U, 19U, 20U, 31U, 33U})
         lines.add(line);
-    }
     EXPECT_EQ(lines.text(), "3, 17-20, 31, 33");
     EXPECT_EQ(lines.count(), 7U);
 }
 
 TEST(LineNumbersTest, linesBeyondTheCapAreCounted) {
     LineNumbers lines(3);
-    for (std::size_t line : {3U, 17U, 18U, 31U, 32U, 40U, 41U, 42U, 50U}) {
+    for (std::size_t line : {3U, 17U, 18U, 31U, 32U, 40U, 41U, 42U, 50U})
         lines.add(line);
-    }
     EXPECT_EQ(lines.text(), "3, 17-18, 31-32 and 4 more");
     EXPECT_EQ(lines.count(), 9U);
 }
@@ -38,9 +36,8 @@ TEST(LineNumbersTest, capOfZeroOnlyCounts) {
 
 TEST(LineNumbersTest, textStaysShortForManyLines) {
     LineNumbers lines;
-    for (std::size_t line = 1; line < 2'000'000; line += 2) {
+    for (std::size_t line = 1; line < 2'000'000; line += 2)
         lines.add(line);
-    }
     EXPECT_EQ(lines.count(), 1'000'000U);
     EXPECT_LT(lines.text().size(), 300U);
     EXPECT_NE(lines.text().find(", 99 and 999950 more"), std::string::npos) << lines.text();

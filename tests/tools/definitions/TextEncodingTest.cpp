@@ -18,9 +18,8 @@ std::string plain(std::string_view bytes) {
 }
 
 std::string withLineEnds(std::string text, std::string const& lineEnd) {
-    for (std::size_t at = text.find('\n'); at != std::string::npos; at = text.find('\n', at + lineEnd.size())) {
+    for (std::size_t at = text.find('\n'); at != std::string::npos; at = text.find('\n', at + lineEnd.size()))
         text.replace(at, 1, lineEnd);
-    }
     return text;
 }
 
@@ -86,9 +85,8 @@ TEST(TextEncoding, whatIsNotUtf8IsWindows1252) {
         {"abcdefghijk\xE4", "abcdefghijk\xC3\xA4"},
         {"\xC3\xA4\xE4", "\xC3\x83\xC2\xA4\xC3\xA4"}, // the whole file is one or the other
     };
-    for (Case const& c : cases) {
+    for (Case const& c : cases)
         EXPECT_EQ(c.expected, plain(c.bytes));
-    }
 }
 
 TEST(TextEncoding, windows1252NamesUnitsAndValuesComeOutAsUtf8) {

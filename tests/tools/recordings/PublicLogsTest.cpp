@@ -24,9 +24,8 @@ std::string folderOf(char const* format) {
 
 std::vector<std::string> filesIn(std::string const& folder) {
     std::vector<std::string> files;
-    for (auto const& entry : std::filesystem::directory_iterator(folder)) {
+    for (auto const& entry : std::filesystem::directory_iterator(folder))
         files.push_back(entry.path().string());
-    }
     std::sort(files.begin(), files.end());
     return files;
 }
@@ -50,9 +49,8 @@ std::string candumpFrame(std::string const& line) {
     std::string time;
     std::string interface;
     std::string frame;
-    if (!(words >> time >> interface >> frame)) {
+    if (!(words >> time >> interface >> frame))
         return "";
-    }
     std::string const channel = interface.substr(interface.find_first_of("0123456789"));
     return microseconds(time.substr(1, time.size() - 2)) + ' ' + channel + ' ' + upper(frame);
 }
@@ -66,17 +64,15 @@ std::string ascFrame(std::string const& line) {
     std::string type;
     std::string length;
     words >> time >> channel >> identifier >> direction >> type >> length;
-    if ((direction != "Rx" && direction != "Tx") || type != "d" || length.size() != 1 || length > "8") {
+    if ((direction != "Rx" && direction != "Tx") || type != "d" || length.size() != 1 || length > "8")
         return "";
-    }
     bool const extended = identifier.back() == 'x';
     identifier.resize(identifier.size() - (extended ? 1 : 0));
     identifier.insert(0, (extended ? 8 : 3) - identifier.size(), '0');
     std::string data;
     std::string byte;
-    for (int i = std::stoi(length); i > 0 && words >> byte; --i) {
+    for (int i = std::stoi(length); i > 0 && words >> byte; --i)
         data += byte;
-    }
     return microseconds(time) + ' ' + channel + ' ' + upper(identifier) + '#' + upper(data);
 }
 
@@ -85,9 +81,8 @@ Frames slowFrames(std::string const& path, std::string (*frameOf)(std::string co
     std::ifstream file(path);
     for (std::string line; std::getline(file, line);) {
         std::string const frame = frameOf(line);
-        if (!frame.empty()) {
+        if (!frame.empty())
             frames.push_back(frame);
-        }
     }
     return frames;
 }
@@ -95,12 +90,9 @@ Frames slowFrames(std::string const& path, std::string (*frameOf)(std::string co
 Frames framesOf(RecordingReader& reader) {
     Frames frames;
     Frame frame;
-    for (RecordingReader::Next next = reader.next(frame); next != RecordingReader::Next::End;
-         next = reader.next(frame)) {
-        if (next == RecordingReader::Next::Frame) {
+    for (RecordingReader::Next next = reader.next(frame); next != RecordingReader::Next::End; next = reader.next(frame))
+        if (next == RecordingReader::Next::Frame)
             frames.push_back(textOf(frame));
-        }
-    }
     return frames;
 }
 
@@ -133,9 +125,8 @@ NeverStop stop;
 
 TEST(PublicLogsTest, candumpLogsAreReadAsByStreams) {
     std::string const folder = folderOf("candump");
-    if (!std::filesystem::is_directory(folder)) {
+    if (!std::filesystem::is_directory(folder))
         GTEST_SKIP() << "QZSIGNAL_DATA names no folder with recorded candump logs";
-    }
     for (std::string const& path : filesIn(folder)) {
         RecordingReader reader(path, stop);
         Frames const frames = framesOf(reader);
@@ -148,9 +139,8 @@ TEST(PublicLogsTest, candumpLogsAreReadAsByStreams) {
 
 TEST(PublicLogsTest, ascLogsAreReadAsByStreams) {
     std::string const folder = folderOf("asc");
-    if (!std::filesystem::is_directory(folder)) {
+    if (!std::filesystem::is_directory(folder))
         GTEST_SKIP() << "QZSIGNAL_DATA names no folder with recorded ASC logs";
-    }
     for (std::string const& path : filesIn(folder)) {
         RecordingReader reader(path, stop);
         Frames const frames = framesOf(reader);
@@ -161,9 +151,8 @@ TEST(PublicLogsTest, ascLogsAreReadAsByStreams) {
 
 TEST(PublicLogsTest, ascLinesAreClassifiedAsByEye) {
     std::string const folder = folderOf("asc");
-    if (!std::filesystem::is_directory(folder)) {
+    if (!std::filesystem::is_directory(folder))
         GTEST_SKIP() << "QZSIGNAL_DATA names no folder with recorded ASC logs";
-    }
     // Data, FD, remote and error frames, and malformed lines.
     constexpr struct {
         char const* name;

@@ -37,9 +37,8 @@ inline std::string textOf(Frame const& frame) {
             std::string("#") +
             std::to_string((frame.is(frameFlag::bitRateSwitch) ? 1 : 0) + (frame.is(frameFlag::errorState) ? 2 : 0)) +
             " ";
-    for (std::size_t i = 0; i < frame.length; ++i) {
+    for (std::size_t i = 0; i < frame.length; ++i)
         text += hexText(frame.bytes[i], 2);
-    }
     return text;
 }
 
@@ -66,9 +65,8 @@ inline Frame usedFrame() {
 class Pipe {
 public:
     Pipe() {
-        if (pipe(d_ends) != 0) {
+        if (pipe(d_ends) != 0)
             std::abort();
-        }
     }
     ~Pipe() {
         close(d_ends[0]);
@@ -81,9 +79,8 @@ public:
     bool write(std::string_view text) {
         while (!text.empty()) {
             ssize_t const count = ::write(d_ends[1], text.data(), text.size());
-            if (count < 0 && errno != EINTR) {
+            if (count < 0 && errno != EINTR)
                 return false;
-            }
             text.remove_prefix(count < 0 ? 0 : static_cast<std::size_t>(count));
         }
         return true;
@@ -104,9 +101,8 @@ class TemporaryFile {
 public:
     explicit TemporaryFile(std::string_view content) {
         int const descriptor = mkstemp(d_path);
-        if (descriptor < 0) {
+        if (descriptor < 0)
             std::abort();
-        }
         close(descriptor);
         std::ofstream(d_path, std::ios::binary) << content;
     }

@@ -23,20 +23,17 @@ SignalStop stop;
 Frames framesOf(RecordingReader& reader) {
     Frames frames;
     Frame frame;
-    for (Next next = reader.next(frame); next != Next::End; next = reader.next(frame)) {
-        if (next == Next::Frame) {
+    for (Next next = reader.next(frame); next != Next::End; next = reader.next(frame))
+        if (next == Next::Frame)
             frames.push_back(textOf(frame));
-        }
-    }
     return frames;
 }
 
 // "odd number of data digits: 3, 5-6" for each cause.
 std::string malformedText(RecordingReader const& reader) {
     std::string text;
-    for (Malformed const& each : reader.findings().malformed()) {
+    for (Malformed const& each : reader.findings().malformed())
         text += (text.empty() ? "" : "; ") + std::string(each.cause) + ": " + each.places.text();
-    }
     return text;
 }
 
@@ -160,9 +157,8 @@ TEST(RecordingReaderTest, overlongLineIsMalformed) {
 
 TEST(RecordingReaderTest, callerHasATurnDuringManyLinesWithoutFrames) {
     std::string content;
-    for (int i = 0; i < 100'000; ++i) {
+    for (int i = 0; i < 100'000; ++i)
         content += "x\n";
-    }
     TemporaryFile const file(content);
     RecordingReader reader(file.path(), stop);
     Frame frame;
@@ -196,9 +192,8 @@ TEST(RecordingReaderTest, directoryIsAProblem) {
 }
 
 TEST(RecordingReaderTest, unreadableFileIsAProblem) {
-    if (geteuid() == 0) {
+    if (geteuid() == 0)
         GTEST_SKIP() << "root may read every file";
-    }
     TemporaryFile const file("(1.0) can0 123#\n");
     ASSERT_EQ(chmod(file.path().c_str(), 0), 0);
     RecordingReader const reader(file.path(), stop);
@@ -209,9 +204,8 @@ TEST(RecordingReaderTest, unreadableFileIsAProblem) {
 TEST(RecordingReaderTest, failedReadingIsAProblem) {
     // Opens well, but nothing is mapped where the reading begins.
     RecordingReader reader("/proc/self/mem", stop);
-    if (!reader.isOpen()) {
+    if (!reader.isOpen())
         GTEST_SKIP() << reader.problem();
-    }
     Frame frame;
     EXPECT_EQ(reader.next(frame), Next::End);
     EXPECT_EQ(reader.problem(), "cannot read '/proc/self/mem': Input/output error");
@@ -234,9 +228,8 @@ TEST(RecordingReaderTest, binaryContentIsOneProblem) {
 
 TEST(RecordingReaderTest, damageFarBehindTheBeginningIsMalformed) {
     std::string content;
-    for (int i = 0; i < 30'000; ++i) {
+    for (int i = 0; i < 30'000; ++i)
         content += "(1.0) can0 123#\n";
-    }
     Result const result = resultOf(content + std::string(100, '\0') + "\n(2.0) can0 123#\n");
     EXPECT_EQ(result.frames.size(), 30'001U);
     EXPECT_EQ(result.malformed, "line does not begin with a time in parentheses: 30001");
@@ -297,13 +290,11 @@ void checkDamaged(std::string const& content) {
         ASSERT_LE(frame.length, frame.is(frameFlag::fd) ? 64 : 8) << content;
         ASSERT_LE(frame.address, frame.extended() ? highestExtendedIdentifier : highestStandardIdentifier) << content;
     }
-    if (!reader.problem().empty()) {
+    if (!reader.problem().empty())
         return;
-    }
     std::size_t listed = 0;
-    for (Malformed const& each : reader.findings().malformed()) {
+    for (Malformed const& each : reader.findings().malformed())
         listed += each.places.count();
-    }
     bool const hasOpenEnd = !content.empty() && content.back() != '\n';
     auto const lineFeeds = static_cast<std::size_t>(std::count(content.begin(), content.end(), '\n'));
     ASSERT_EQ(reader.place(), lineFeeds + (hasOpenEnd ? 1 : 0)) << content;

@@ -51,12 +51,10 @@ SignalDefinition definitionOf(SignalStatement&& statement) {
 
 std::string label(MessageStatement const& statement) {
     std::string text = "BO_";
-    if (statement.identifierRead) {
+    if (statement.identifierRead)
         text += " " + std::to_string(statement.identifier);
-    }
-    if (!statement.name.empty()) {
+    if (!statement.name.empty())
         text += " " + quote(statement.name);
-    }
     return text + ": ";
 }
 
@@ -90,9 +88,8 @@ void DatabaseBuilder::addUnread(MessageStatement const& statement, std::string c
 }
 
 std::optional<std::string> DatabaseBuilder::messageProblem(MessageStatement const& statement) const {
-    if ((statement.identifier & ~extendedFlag) > highestExtended) {
+    if ((statement.identifier & ~extendedFlag) > highestExtended)
         return "the identifier has more than 29 bits";
-    }
     auto const named = d_messageNames.find(statement.name);
     if (named != d_messageNames.end()) {
         return "a message of this name stands in line " + std::to_string(d_drafts[named->second].definition.line) +
@@ -107,9 +104,8 @@ void DatabaseBuilder::warnAboutIdentifier(MessageStatement const& statement) {
                label(statement) + "the identifier has more than 11 bits, but no extended flag; read as extended");
     }
     auto const sameIdentifier = d_firstOfIdentifier.find(identifierKey(statement.identifier));
-    if (sameIdentifier == d_firstOfIdentifier.end()) {
+    if (sameIdentifier == d_firstOfIdentifier.end())
         return;
-    }
     MessageDraft const& other = d_drafts[sameIdentifier->second];
     if (!other.leftOut) {
         report(statement.line, Severity::Warning,
@@ -131,9 +127,8 @@ MessageDraft& DatabaseBuilder::addDraft(MessageStatement const& statement) {
     definition.address = statement.identifier & ~extendedFlag;
     if (statement.identifierRead) {
         auto const [entry, isNew] = d_firstOfIdentifier.emplace(identifierKey(statement.identifier), d_current);
-        if (!isNew) {
+        if (!isNew)
             draft.nextOfIdentifier = std::exchange(d_drafts[entry->second].nextOfIdentifier, d_current);
-        }
     }
     return draft;
 }
@@ -144,9 +139,8 @@ void DatabaseBuilder::add(SignalStatement&& statement) {
         return;
     }
     MessageDraft& message = d_drafts[d_current];
-    if (message.leftOut) {
+    if (message.leftOut)
         return;
-    }
     if (SignalDraft const* const other = keptSignal(statement.name)) {
         addUnread(statement,
                   "a signal of this name stands in line " + std::to_string(other->definition.line) + " already");
@@ -166,21 +160,18 @@ void DatabaseBuilder::add(SignalStatement&& statement) {
 }
 
 void DatabaseBuilder::addUnread(SignalStatement const& statement, std::string const& cause) {
-    if (d_current != noMessage && d_drafts[d_current].leftOut) {
+    if (d_current != noMessage && d_drafts[d_current].leftOut)
         return;
-    }
     report(statement.line, Severity::Error, label(statement) + cause + "; left out");
-    if (d_current != noMessage && !statement.name.empty() && keptSignal(statement.name) == nullptr) {
+    if (d_current != noMessage && !statement.name.empty() && keptSignal(statement.name) == nullptr)
         addDraft(statement).leftOut = true;
-    }
 }
 
 // The signal of the current message that is kept under this name, if any.
 SignalDraft const* DatabaseBuilder::keptSignal(std::string_view name) const {
     auto const found = d_signals.find({d_current, name});
-    if (found == d_signals.end()) {
+    if (found == d_signals.end())
         return nullptr;
-    }
     SignalDraft const& signal = d_drafts[d_current].signals[found->second];
     return signal.leftOut ? nullptr : &signal;
 }
@@ -197,9 +188,8 @@ SignalDraft& DatabaseBuilder::addDraft(SignalStatement const& statement) {
 }
 
 void DatabaseBuilder::add(ValuesStatement&& statement) {
-    if (!statement.ofEnvironmentVariable) {
+    if (!statement.ofEnvironmentVariable)
         d_values.push_back(std::move(statement));
-    }
 }
 
 void DatabaseBuilder::add(ValueTableStatement&& statement) {
@@ -220,9 +210,8 @@ Database DatabaseBuilder::finish() {
     joinLongNames();
     Database database;
     for (MessageDraft& draft : d_drafts) {
-        if (draft.leftOut) {
+        if (draft.leftOut)
             continue;
-        }
         resolveMultiplexing(draft, d_problems);
         MessageDefinition& message = database.messages.emplace_back(std::move(draft.definition));
         message.signals.reserve(draft.signals.size());
@@ -231,9 +220,8 @@ Database DatabaseBuilder::finish() {
             SignalDraft& signal = draft.signals[i];
             if (!signal.leftOut) {
                 indices[i] = message.signals.size();
-                if (signal.definition.multiplexor) {
+                if (signal.definition.multiplexor)
                     signal.definition.multiplexor = indices[*signal.definition.multiplexor];
-                }
                 message.signals.push_back(std::move(signal.definition));
             }
         }
@@ -248,9 +236,8 @@ Database DatabaseBuilder::finish() {
 template <typename Use>
 bool DatabaseBuilder::forEachMessage(std::uint32_t identifier, Use use) const {
     auto const first = d_firstOfIdentifier.find(identifierKey(identifier));
-    if (first == d_firstOfIdentifier.end()) {
+    if (first == d_firstOfIdentifier.end())
         return false;
-    }
     std::size_t index = first->second;
     do {
         use(index);
@@ -279,12 +266,10 @@ DatabaseBuilder::Target DatabaseBuilder::forEachSignal(Reference const& referenc
             }
         }
     });
-    if (found) {
+    if (found)
         return Target::Found;
-    }
-    if (leftOut) {
+    if (leftOut)
         return Target::LeftOut;
-    }
     return anyMessage ? Target::NoSignal : Target::NoMessage;
 }
 
@@ -314,9 +299,8 @@ void DatabaseBuilder::joinNumberTypes() {
 }
 
 void DatabaseBuilder::joinNumberType(NumberTypeStatement const& statement, SignalDraft& signal) {
-    if (statement.type == 0) {
+    if (statement.type == 0)
         return;
-    }
     bool const isFloat = statement.type == 1;
     unsigned const bits = isFloat ? 32 : 64;
     if (signal.definition.bits == bits) {
@@ -332,13 +316,12 @@ void DatabaseBuilder::joinNumberType(NumberTypeStatement const& statement, Signa
 void DatabaseBuilder::joinSelections() {
     for (SelectionStatement const& statement : d_selections) {
         Target const target = forEachSignal(statement.reference, [&](SignalDraft& signal) {
-            if (signal.selection != nullptr) {
+            if (signal.selection != nullptr)
                 reportReference(statement.reference, Severity::Error,
                                 "line " + std::to_string(signal.selection->reference.line) +
                                     " says already what selects this signal; left out");
-            } else {
+            else
                 signal.selection = &statement;
-            }
         });
         reportTarget(statement.reference, target);
     }
@@ -372,41 +355,34 @@ void DatabaseBuilder::joinValues() {
 }
 
 std::vector<ValueText> const* DatabaseBuilder::valuesOf(ValuesStatement const& statement) const {
-    if (statement.table.empty()) {
+    if (statement.table.empty())
         return &statement.values;
-    }
     auto const table = d_tables.find(statement.table);
     return table == d_tables.end() ? nullptr : &table->second.values;
 }
 
 // Tools write attributes for more than they export, so an attribute of something unknown is no problem.
 void DatabaseBuilder::joinLongNames() {
-    if (d_longNames.empty()) {
+    if (d_longNames.empty())
         return;
-    }
     SignalNames signalNames;
-    for (auto const& [key, index] : d_signals) {
-        if (!d_drafts[key.message].signals[index].leftOut) {
+    for (auto const& [key, index] : d_signals)
+        if (!d_drafts[key.message].signals[index].leftOut)
             signalNames.insert(key);
-        }
-    }
     for (LongNameStatement const& statement : d_longNames) {
-        if (statement.name.empty()) {
+        if (statement.name.empty())
             continue;
-        }
-        if (statement.reference.signal.empty()) {
+        if (statement.reference.signal.empty())
             renameMessages(statement);
-        } else {
+        else
             renameSignals(statement, signalNames);
-        }
     }
 }
 void DatabaseBuilder::renameMessages(LongNameStatement const& statement) {
     forEachMessage(statement.reference.identifier, [&](std::size_t index) {
         MessageDraft& message = d_drafts[index];
-        if (message.leftOut || statement.name == message.definition.name) {
+        if (message.leftOut || statement.name == message.definition.name)
             return;
-        }
         if (!d_messageNames.emplace(statement.name, index).second) {
             report(statement.reference.line, Severity::Warning,
                    "the long name " + quote(statement.name) + " of message " + quote(message.name) +
@@ -422,13 +398,11 @@ void DatabaseBuilder::renameSignals(LongNameStatement const& statement, SignalNa
     const std::string_view shortName = statement.reference.signal;
     forEachMessage(statement.reference.identifier, [&](std::size_t index) {
         const auto found = d_signals.find({index, shortName});
-        if (found == d_signals.end()) {
+        if (found == d_signals.end())
             return;
-        }
         SignalDraft& signal = d_drafts[index].signals[found->second];
-        if (signal.leftOut || statement.name == signal.definition.name) {
+        if (signal.leftOut || statement.name == signal.definition.name)
             return;
-        }
         if (!names.insert({index, statement.name}).second) {
             report(statement.reference.line, Severity::Warning,
                    "the long name " + quote(statement.name) + " of signal " + quote(shortName) +

@@ -74,9 +74,8 @@ private:
     }
 
     void readUnknown(std::string_view word) {
-        if (word.empty() && d_scanner.take(';')) {
+        if (word.empty() && d_scanner.take(';'))
             return;
-        }
         char const single = d_scanner.peek();
         const std::string_view start = word.empty() ? std::string_view(&single, 1) : word;
         report(Severity::Warning, "unknown statement " + quote(start) + "; skipped up to the next known one");
@@ -86,9 +85,8 @@ private:
 
     void readVersion() {
         std::string_view version;
-        if (d_scanner.atLineEnd()) {
+        if (d_scanner.atLineEnd())
             return;
-        }
         if (!d_scanner.quoted(version)) {
             leaveOut("VERSION",
                      d_scanner.unclosedTextLine() != 0 ? "a text that opens here is not closed" : "there is no text");
@@ -133,27 +131,24 @@ private:
 
     void readValueTable() {
         ValueTableStatement statement;
-        if (d_parser.read(statement)) {
+        if (d_parser.read(statement))
             d_builder.add(std::move(statement));
-        } else {
+        else
             leaveOut("VAL_TABLE_ " + quote(statement.name), d_parser.cause());
-        }
     }
 
     // Attributes are of no use here but for two: names that are longer than some tools allow are kept in them.
     void readAttribute(std::string_view word) {
         std::string_view name;
-        if (d_scanner.quoted(name) && (name == "SystemMessageLongSymbol" || name == "SystemSignalLongSymbol")) {
+        if (d_scanner.quoted(name) && (name == "SystemMessageLongSymbol" || name == "SystemSignalLongSymbol"))
             readReference<LongNameStatement>(word);
-        } else {
+        else
             skip(word);
-        }
     }
 
     void skip(std::string_view word) {
-        if (!d_parser.skip()) {
+        if (!d_parser.skip())
             leaveOut(std::string(word), d_parser.cause());
-        }
     }
 
     void leaveOut(std::string const& statement, std::string const& cause) {

@@ -63,27 +63,22 @@ enum CharacterClass : std::uint8_t {
 };
 
 constexpr std::uint8_t classOf(unsigned character) {
-    if (character <= ' ') {
+    if (character <= ' ')
         return static_cast<std::uint8_t>(character == '\n' ? blank | special : blank);
-    }
-    if (character >= '0' && character <= '9') {
+    if (character >= '0' && character <= '9')
         return digit;
-    }
     if ((character >= 'a' && character <= 'z') || (character >= 'A' && character <= 'Z') || character == '_' ||
-        character >= 0x80) {
+        character >= 0x80)
         return letter;
-    }
-    if (character == '.' || character == '+' || character == '-' || character == '#') {
+    if (character == '.' || character == '+' || character == '-' || character == '#')
         return sign;
-    }
     return character == '"' || character == '/' || character == ';' ? special : 0;
 }
 
 constexpr std::array<std::uint8_t, 256> makeClasses() {
     std::array<std::uint8_t, 256> classes{};
-    for (unsigned character = 0; character < classes.size(); ++character) {
+    for (unsigned character = 0; character < classes.size(); ++character)
         classes[character] = classOf(character);
-    }
     return classes;
 }
 
@@ -119,14 +114,11 @@ bool endsWordLines(Keyword keyword) {
 } // namespace
 
 Keyword keywordOf(std::string_view word) {
-    if (word.empty() || word.front() < 'A' || word.front() > 'Z') {
+    if (word.empty() || word.front() < 'A' || word.front() > 'Z')
         return Keyword::None;
-    }
-    for (KeywordEntry const& entry : keywords) {
-        if (entry.word == word) {
+    for (KeywordEntry const& entry : keywords)
+        if (entry.word == word)
             return entry.keyword;
-        }
-    }
     return Keyword::None;
 }
 
@@ -153,21 +145,18 @@ char DbcScanner::peek() {
 }
 
 bool DbcScanner::take(char character) {
-    if (peek() != character) {
+    if (peek() != character)
         return false;
-    }
     ++d_position;
     return true;
 }
 
 std::string_view DbcScanner::run(unsigned wanted) {
-    if (peek() == '\0') {
+    if (peek() == '\0')
         return {};
-    }
     const std::size_t begin = d_position;
-    while (inText() && isOneOf(d_text[d_position], wanted)) {
+    while (inText() && isOneOf(d_text[d_position], wanted))
         ++d_position;
-    }
     return d_text.substr(begin, d_position - begin);
 }
 
@@ -184,9 +173,8 @@ std::string_view DbcScanner::digits() {
 }
 
 bool DbcScanner::quoted(std::string_view& content) {
-    if (peek() != '"') {
+    if (peek() != '"')
         return false;
-    }
     const std::size_t opening = d_position;
     const std::size_t openingLine = d_line;
     const std::size_t begin = opening + 1;
@@ -222,23 +210,19 @@ bool DbcScanner::atLineEnd() {
 bool DbcScanner::skipToSemicolon() {
     for (;;) {
         char const next = peek();
-        if (next == '\0' || d_unclosedTextLine != 0) {
+        if (next == '\0' || d_unclosedTextLine != 0)
             return false;
-        }
         if (next == '"') {
             std::string_view content;
-            if (!quoted(content)) {
+            if (!quoted(content))
                 return false;
-            }
             continue;
         }
         ++d_position;
-        if (next == ';') {
+        if (next == ';')
             return true;
-        }
-        while (inText() && !isOneOf(d_text[d_position], special)) {
+        while (inText() && !isOneOf(d_text[d_position], special))
             ++d_position;
-        }
     }
 }
 
@@ -253,21 +237,18 @@ void DbcScanner::skipLine() {
 }
 
 void DbcScanner::skipIndentedLines() {
-    while (inText() && isBlank(d_text[d_position]) && !keywordLineAt(d_position)) {
+    while (inText() && isBlank(d_text[d_position]) && !keywordLineAt(d_position))
         skipLine();
-    }
 }
 
 void DbcScanner::skipWordLines() {
-    while (inText() && wordLine(d_position)) {
+    while (inText() && wordLine(d_position))
         skipLine();
-    }
 }
 
 void DbcScanner::skipComment() {
-    while (inText() && d_text[d_position] != '\n') {
+    while (inText() && d_text[d_position] != '\n')
         ++d_position;
-    }
 }
 
 void DbcScanner::skipBlanks() {
@@ -286,39 +267,33 @@ void DbcScanner::skipBlanks() {
             break;
         }
     }
-    if (newLine && keywordOf(wordAt(d_position)) != Keyword::None) {
+    if (newLine && keywordOf(wordAt(d_position)) != Keyword::None)
         d_barrier = d_position;
-    }
 }
 
 void DbcScanner::skipBlanksInLine() {
-    while (inText() && d_text[d_position] != '\n' && isBlank(d_text[d_position])) {
+    while (inText() && d_text[d_position] != '\n' && isBlank(d_text[d_position]))
         ++d_position;
-    }
 }
 
 std::string_view DbcScanner::wordAt(std::size_t position) const {
     std::size_t end = position;
-    while (end < d_text.size() && isWordCharacter(d_text[end])) {
+    while (end < d_text.size() && isWordCharacter(d_text[end]))
         ++end;
-    }
     return d_text.substr(position, end - position);
 }
 
 bool DbcScanner::keywordLineAt(std::size_t position) const {
-    while (position < d_text.size() && d_text[position] != '\n' && isBlank(d_text[position])) {
+    while (position < d_text.size() && d_text[position] != '\n' && isBlank(d_text[position]))
         ++position;
-    }
     return keywordOf(wordAt(position)) != Keyword::None;
 }
 
 bool DbcScanner::holdsKeywordLine(std::string_view content) const {
     const std::size_t begin = static_cast<std::size_t>(content.data() - d_text.data());
-    for (std::size_t end = content.find('\n'); end != std::string_view::npos; end = content.find('\n', end + 1)) {
-        if (keywordLineAt(begin + end + 1)) {
+    for (std::size_t end = content.find('\n'); end != std::string_view::npos; end = content.find('\n', end + 1))
+        if (keywordLineAt(begin + end + 1))
             return true;
-        }
-    }
     return false;
 }
 
@@ -332,12 +307,10 @@ std::size_t DbcScanner::findClosingQuote(std::size_t position) {
             break;
         }
         std::size_t backslashes = 0;
-        while (quote - backslashes > begin && d_text[quote - backslashes - 1] == '\\') {
+        while (quote - backslashes > begin && d_text[quote - backslashes - 1] == '\\')
             ++backslashes;
-        }
-        if (backslashes % 2 == 0) {
+        if (backslashes % 2 == 0)
             return quote;
-        }
         position = quote + 1;
     }
     return std::string_view::npos;
@@ -351,9 +324,8 @@ bool DbcScanner::wordLine(std::size_t position) const {
             continue;
         }
         const std::string_view word = wordAt(position);
-        if (word.empty() || (first && endsWordLines(keywordOf(word)))) {
+        if (word.empty() || (first && endsWordLines(keywordOf(word))))
             return false;
-        }
         first = false;
         position += word.size();
     }

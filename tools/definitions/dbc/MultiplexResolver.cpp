@@ -34,18 +34,14 @@ public:
     void run() {
         findRoot();
         indexNames();
-        for (std::size_t i = 0; i < d_signals.size(); ++i) {
-            if (!d_signals[i].leftOut) {
+        for (std::size_t i = 0; i < d_signals.size(); ++i)
+            if (!d_signals[i].leftOut)
                 findParent(i);
-            }
-        }
         leaveOutCircles();
         leaveOutOrphans();
-        for (std::size_t i = 0; i < d_signals.size(); ++i) {
-            if (!d_signals[i].leftOut) {
+        for (std::size_t i = 0; i < d_signals.size(); ++i)
+            if (!d_signals[i].leftOut)
                 define(i);
-            }
-        }
         sort();
     }
 
@@ -58,11 +54,10 @@ private:
         for (std::size_t i = 0; i < d_signals.size(); ++i) {
             SignalDraft const& signal = d_signals[i];
             if (marksMultiplexor(signal.mark) && !marksSelected(signal.mark) && signal.selection == nullptr) {
-                if (d_root == none) {
+                if (d_root == none)
                     d_root = i;
-                } else if (second == none) {
+                else if (second == none)
                     second = i;
-                }
             }
             rootIsNeeded =
                 rootIsNeeded || (marksSelected(signal.mark) && signal.selection == nullptr && !signal.leftOut);
@@ -77,9 +72,8 @@ private:
     void indexNames() {
         for (std::size_t i = 0; i < d_signals.size(); ++i) {
             auto const [entry, isNew] = d_indexes.emplace(d_signals[i].name, i);
-            if (!isNew && d_signals[entry->second].leftOut) {
+            if (!isNew && d_signals[entry->second].leftOut)
                 entry->second = i;
-            }
         }
     }
 
@@ -111,9 +105,8 @@ private:
                 walkOf[i] = start;
                 i = d_parents[i];
             }
-            if (i != none && walkOf[i] == start) {
+            if (i != none && walkOf[i] == start)
                 leaveOutCircle(i);
-            }
         }
     }
 
@@ -141,9 +134,8 @@ private:
             for (; !walk.empty(); walk.pop_back()) {
                 const std::size_t i = walk.back();
                 const std::size_t parent = d_parents[i];
-                if (!d_signals[i].leftOut && parent != none && d_signals[parent].leftOut) {
+                if (!d_signals[i].leftOut && parent != none && d_signals[parent].leftOut)
                     leaveOut(d_signals[i], "its multiplexor " + nameAndLine(parent) + " is left out; left out, too");
-                }
             }
         }
     }
@@ -151,24 +143,21 @@ private:
     void define(std::size_t index) {
         SignalDraft& signal = d_signals[index];
         signal.definition.isMultiplexor = signal.definition.isMultiplexor || marksMultiplexor(signal.mark);
-        if (d_parents[index] == none) {
+        if (d_parents[index] == none)
             return;
-        }
         SignalDraft& parent = d_signals[d_parents[index]];
         parent.definition.isMultiplexor = true;
-        if (signal.selection != nullptr) {
+        if (signal.selection != nullptr)
             signal.definition.selectedBy = signal.selection->ranges;
-        } else {
+        else
             signal.definition.selectedBy = {{signal.selector, signal.selector}};
-        }
         warnIfUnreachable(signal, parent);
     }
 
     void warnIfUnreachable(SignalDraft const& signal, SignalDraft const& multiplexor) {
         unsigned const bits = multiplexor.definition.bits;
-        if (bits >= 64) {
+        if (bits >= 64)
             return;
-        }
         for (SelectorRange const& range : signal.definition.selectedBy) {
             if ((range.first >> bits) != 0) {
                 report(signal, Severity::Warning,
@@ -186,16 +175,14 @@ private:
         std::vector<std::size_t> places(d_signals.size(), none); // in `sorted`; `none`: not there yet
         std::vector<std::size_t> walk;
         for (std::size_t start = 0; start < d_signals.size(); ++start) {
-            for (std::size_t i = start; i != none && places[i] == none; i = d_parents[i]) {
+            for (std::size_t i = start; i != none && places[i] == none; i = d_parents[i])
                 walk.push_back(i);
-            }
             for (; !walk.empty(); walk.pop_back()) {
                 std::size_t const i = walk.back();
                 places[i] = sorted.size();
                 sorted.push_back(std::move(d_signals[i]));
-                if (d_parents[i] != none && !sorted.back().leftOut) {
+                if (d_parents[i] != none && !sorted.back().leftOut)
                     sorted.back().definition.multiplexor = places[d_parents[i]];
-                }
             }
         }
         d_signals = std::move(sorted);
@@ -232,9 +219,8 @@ private:
 } // namespace
 
 void resolveMultiplexing(MessageDraft& message, std::vector<Problem>& problems) {
-    if (!std::all_of(message.signals.begin(), message.signals.end(), isPlain)) {
+    if (!std::all_of(message.signals.begin(), message.signals.end(), isPlain))
         Resolver(message, problems).run();
-    }
 }
 
 } // namespace qztool

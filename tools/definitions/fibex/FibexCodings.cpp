@@ -18,9 +18,8 @@ constexpr std::uint64_t mostWords = 1024; // of one text
 // The finite number in an element; nothing if there is none.
 std::optional<double> numberOf(pugi::xml_node element) {
     double number = 0.0;
-    if (!element || !readReal(textOf(element), number).empty()) {
+    if (!element || !readReal(textOf(element), number).empty())
         return std::nullopt;
-    }
     return number;
 }
 
@@ -39,14 +38,12 @@ std::optional<std::vector<double>> polynomialOf(pugi::xml_node element) {
     std::vector<double> numbers;
     for (pugi::xml_node const value : childrenOf(element, "V")) {
         const std::optional<double> number = numberOf(value);
-        if (!number) {
+        if (!number)
             return std::nullopt;
-        }
         numbers.push_back(*number);
     }
-    while (!numbers.empty() && numbers.back() == 0.0) {
+    while (!numbers.empty() && numbers.back() == 0.0)
         numbers.pop_back();
-    }
     return numbers;
 }
 
@@ -78,32 +75,28 @@ FibexCoding const& FibexCodings::of(pugi::xml_node element) {
                           " cannot be used: " + leftOut.cause;
         }
     }
-    if (!entry.cause.empty()) {
+    if (!entry.cause.empty())
         throw FibexLeftOut{entry.cause};
-    }
     return entry.coding;
 }
 
 FibexCoding FibexCodings::read(pugi::xml_node element, std::string const& label) {
     FibexCoding coding;
     readType(element, coding, label);
-    for (pugi::xml_node const method : childrenOf(childOf(element, "COMPU-METHODS"), "COMPU-METHOD")) {
+    for (pugi::xml_node const method : childrenOf(childOf(element, "COMPU-METHODS"), "COMPU-METHOD"))
         readMethod(method, coding, label);
-    }
     return coding;
 }
 
 void FibexCodings::readType(pugi::xml_node element, FibexCoding& coding, std::string const& label) {
     pugi::xml_node const type = childOf(element, "CODED-TYPE");
-    if (!type) {
+    if (!type)
         throw FibexLeftOut{"it has no CODED-TYPE"};
-    }
     const std::string baseType = attributeOf(type, "BASE-DATA-TYPE");
     const std::string encoding = attributeOf(type, "ENCODING");
     std::uint64_t const bits = fibexCount(type, "BIT-LENGTH", bitsOfBaseType(baseType));
-    if (bits == 0 || bits > 64) {
+    if (bits == 0 || bits > 64)
         throw FibexLeftOut{"it has " + std::to_string(bits) + " bits, but a signal has 1 to 64"};
-    }
     coding.bits = static_cast<unsigned>(bits);
     bool const isFloat = baseType.compare(0, 7, "A_FLOAT") == 0 || encoding == "IEEE-FLOATING-TYPE";
     if (isFloat && (bits == 32 || bits == 64)) {
@@ -142,9 +135,8 @@ void FibexCodings::readMethod(pugi::xml_node method, FibexCoding& coding, std::s
     }
     pugi::xml_node const toPhysical = childOf(method, "COMPU-INTERNAL-TO-PHYS");
     pugi::xml_node const direction = toPhysical ? toPhysical : childOf(method, "COMPU-PHYS-TO-INTERNAL");
-    for (pugi::xml_node const scale : childrenOf(childOf(direction, "COMPU-SCALES"), "COMPU-SCALE")) {
+    for (pugi::xml_node const scale : childrenOf(childOf(direction, "COMPU-SCALES"), "COMPU-SCALE"))
         readScale(scale, !toPhysical, coding, label);
-    }
     const std::string category = textOf(childOf(method, "CATEGORY"));
     for (char const* const other : {"FORMULA", "TAB-NOINTP", "BITFIELD-TEXTTABLE"}) {
         if (category == other) {
@@ -157,11 +149,10 @@ void FibexCodings::readMethod(pugi::xml_node method, FibexCoding& coding, std::s
 void FibexCodings::readScale(pugi::xml_node scale, bool inverse, FibexCoding& coding, std::string const& label) {
     pugi::xml_node const word = descendantOf(scale, {"COMPU-CONST", "VT"});
     pugi::xml_node const coefficients = childOf(scale, "COMPU-RATIONAL-COEFFS");
-    if (word && !inverse) {
+    if (word && !inverse)
         readWord(scale, word, coding, label);
-    } else if (coefficients) {
+    else if (coefficients)
         readLine(scale, coefficients, inverse, coding, label);
-    }
 }
 
 void FibexCodings::readWord(pugi::xml_node scale, pugi::xml_node word, FibexCoding& coding, std::string const& label) {
@@ -174,9 +165,8 @@ void FibexCodings::readWord(pugi::xml_node scale, pugi::xml_node word, FibexCodi
     double upper = 0.0;
     // Writers spell whole numbers as 3.0 as well.
     auto const whole = [](std::string const& numeral, std::int64_t& number, double& real) {
-        if (readNumeral(numeral, number) == std::errc{}) {
+        if (readNumeral(numeral, number) == std::errc{})
             return true;
-        }
         bool const read = readReal(numeral, real).empty() && std::trunc(real) == real && std::fabs(real) < 1e15;
         number = read ? static_cast<std::int64_t>(real) : 0;
         return read;
@@ -187,12 +177,10 @@ void FibexCodings::readWord(pugi::xml_node scale, pugi::xml_node word, FibexCodi
         d_file.leaveOut(scale, label + "the word " + quote(text) + " has no range of whole numbers");
         return;
     }
-    if (isOpen(scale, "LOWER-LIMIT") && first < last) {
+    if (isOpen(scale, "LOWER-LIMIT") && first < last)
         ++first;
-    }
-    if (isOpen(scale, "UPPER-LIMIT") && first < last) {
+    if (isOpen(scale, "UPPER-LIMIT") && first < last)
         --last;
-    }
     if (first > last) {
         d_file.leaveOut(scale, label + "the range of the word " + quote(text) + " runs backwards");
         return;
@@ -204,9 +192,8 @@ void FibexCodings::readWord(pugi::xml_node scale, pugi::xml_node word, FibexCodi
     }
     for (std::int64_t value = first;; ++value) {
         coding.values.push_back({value, text});
-        if (value == last) {
+        if (value == last)
             break;
-        }
     }
 }
 
@@ -218,9 +205,8 @@ void FibexCodings::readLine(pugi::xml_node scale, pugi::xml_node coefficients, b
         return;
     }
     if (d_line) {
-        if (d_line->factor != line->factor || d_line->offset != line->offset) {
+        if (d_line->factor != line->factor || d_line->offset != line->offset)
             d_file.leaveOut(coefficients, label + "a range is scaled differently from the first one");
-        }
         return;
     }
     d_line = line;
@@ -228,9 +214,8 @@ void FibexCodings::readLine(pugi::xml_node scale, pugi::xml_node coefficients, b
     coding.offset = line->offset;
     const std::optional<double> lower = limitOf(scale, "LOWER-LIMIT");
     const std::optional<double> upper = limitOf(scale, "UPPER-LIMIT");
-    if (!lower || !upper || (coding.minimum != 0.0 || coding.maximum != 0.0)) {
+    if (!lower || !upper || (coding.minimum != 0.0 || coding.maximum != 0.0))
         return;
-    }
     // Limits are of what is converted: raw values, or physical ones in the inverse direction.
     double const one = inverse ? *lower : *lower * line->factor + line->offset;
     double const other = inverse ? *upper : *upper * line->factor + line->offset;
@@ -245,27 +230,24 @@ std::optional<FibexCodings::Line> FibexCodings::lineOf(pugi::xml_node coefficien
     const std::optional<std::vector<double>> numerator = polynomialOf(childOf(coefficients, "COMPU-NUMERATOR"));
     pugi::xml_node const below = childOf(coefficients, "COMPU-DENOMINATOR");
     const std::optional<std::vector<double>> denominator = below ? polynomialOf(below) : std::vector<double>{1.0};
-    if (!numerator || !denominator || numerator->size() != 2 || denominator->size() != 1) {
+    if (!numerator || !denominator || numerator->size() != 2 || denominator->size() != 1)
         return std::nullopt;
-    }
     double const divisor = coefficient(*denominator, 0);
     double const slope = coefficient(*numerator, 1);
     double const constant = coefficient(*numerator, 0);
     // Inverse: raw = (constant + slope * physical) / divisor.
     Line const line =
         inverse ? Line{divisor / slope, 0.0 - constant / slope} : Line{slope / divisor, constant / divisor};
-    if (!std::isfinite(line.factor) || !std::isfinite(line.offset)) {
+    if (!std::isfinite(line.factor) || !std::isfinite(line.offset))
         return std::nullopt;
-    }
     return line;
 }
 
 void FibexCodings::readUnit(pugi::xml_node method, FibexCoding& coding, std::string const& label) {
     try {
         pugi::xml_node const unit = d_file.referredIfAny(method, "UNIT");
-        if (!unit) {
+        if (!unit)
             return;
-        }
         pugi::xml_node const displayed = childOf(unit, "DISPLAY-NAME"); // which is empty for a number without unit
         coding.unit = textOf(displayed ? displayed : childOf(unit, "SHORT-NAME"));
         std::replace_if(coding.unit.begin(), coding.unit.end(), isControlCharacter, ' ');

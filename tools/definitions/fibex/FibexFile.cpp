@@ -12,14 +12,12 @@ namespace qztool {
 
 FibexFile::FibexFile(std::string_view bytes) : d_document(bytes, d_problems) {
     for (pugi::xml_node const part : d_document.root().children()) {
-        if (localName(part) != "ELEMENTS" && localName(part) != "PROCESSING-INFORMATION") {
+        if (localName(part) != "ELEMENTS" && localName(part) != "PROCESSING-INFORMATION")
             continue;
-        }
         for (pugi::xml_node const section : part.children()) {
             // Units stand in a section of a section, but for some writers.
-            if (localName(section) == "UNIT-SPEC") {
+            if (localName(section) == "UNIT-SPEC")
                 file(childOf(section, "UNITS"));
-            }
             file(section);
         }
     }
@@ -28,14 +26,12 @@ FibexFile::FibexFile(std::string_view bytes) : d_document(bytes, d_problems) {
 void FibexFile::file(pugi::xml_node section) {
     for (pugi::xml_node const element : section.children()) {
         const std::string name(localName(element));
-        if (name.empty()) {
+        if (name.empty())
             continue;
-        }
         d_elements[name].push_back(element);
         const std::string id = attributeOf(element, "ID");
-        if (id.empty()) {
+        if (id.empty())
             continue;
-        }
         auto const [other, isNew] = d_byId[name].emplace(id, element);
         if (!isNew) {
             report(element, Severity::Error,
@@ -53,24 +49,21 @@ std::vector<pugi::xml_node> const& FibexFile::all(std::string const& name) const
 
 pugi::xml_node FibexFile::referred(pugi::xml_node parent, std::string const& name) const {
     pugi::xml_node const element = referredIfAny(parent, name);
-    if (!element) {
+    if (!element)
         throw FibexLeftOut{"it has no " + name + "-REF"};
-    }
     return element;
 }
 
 pugi::xml_node FibexFile::referredIfAny(pugi::xml_node parent, std::string const& name) const {
     pugi::xml_node const reference = childOf(parent, name + "-REF");
-    if (!reference) {
+    if (!reference)
         return {};
-    }
     const std::string id = attributeOf(reference, "ID-REF");
     auto const elements = d_byId.find(name);
     if (elements != d_byId.end()) {
         auto const element = elements->second.find(id);
-        if (element != elements->second.end()) {
+        if (element != elements->second.end())
             return element->second;
-        }
     }
     throw FibexLeftOut{"there is no " + name + " " + quote(id)};
 }
@@ -85,15 +78,12 @@ void FibexFile::leaveOut(pugi::xml_node element, std::string const& text) {
 
 std::string fibexName(pugi::xml_node element) {
     std::string name = textOf(childOf(element, "SHORT-NAME"));
-    if (name.empty()) {
+    if (name.empty())
         name = attributeOf(element, "ID");
-    }
-    if (name.empty()) {
+    if (name.empty())
         throw FibexLeftOut{"it has no name"};
-    }
-    if (std::any_of(name.begin(), name.end(), isControlCharacter)) {
+    if (std::any_of(name.begin(), name.end(), isControlCharacter))
         throw FibexLeftOut{"its name holds control characters"};
-    }
     return name;
 }
 
@@ -108,9 +98,8 @@ std::uint64_t fibexCount(pugi::xml_node parent, std::string_view child, std::uin
 
 std::uint64_t fibexCount(pugi::xml_node parent, std::string_view child) {
     pugi::xml_node const element = childOf(parent, child);
-    if (!element) {
+    if (!element)
         throw FibexLeftOut{"it has no " + std::string(child)};
-    }
     const std::string text = textOf(element);
     std::uint64_t number = 0;
     const std::errc error = readCount(text, number);

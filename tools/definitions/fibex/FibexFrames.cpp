@@ -48,9 +48,8 @@ void FibexFrames::readSignals(pugi::xml_node frame, FibexBitCounting counting, M
 }
 
 void FibexFrames::readPduInstance(pugi::xml_node instance) {
-    if (!spend(instance, 1)) {
+    if (!spend(instance, 1))
         return;
-    }
     pugi::xml_node const pdu = d_file.referred(instance, "PDU");
     unsigned const start = startOf(instance);
     Container container;
@@ -62,13 +61,11 @@ void FibexFrames::readPduInstance(pugi::xml_node instance) {
 // PDUs begin with a byte, whichever end of it their position names.
 unsigned FibexFrames::startOf(pugi::xml_node instance) const {
     std::uint64_t const position = fibexCount(instance, "BIT-POSITION", 0);
-    if (position >= mostBytes(d_message->bus) * 8) {
+    if (position >= mostBytes(d_message->bus) * 8)
         throw FibexLeftOut{"its BIT-POSITION " + std::to_string(position) + " is beyond any payload"};
-    }
     bool const atEnd = position % 8 == 7 && fibexFlag(instance, "IS-HIGH-LOW-BYTE-ORDER");
-    if (position % 8 != 0 && !atEnd) {
+    if (position % 8 != 0 && !atEnd)
         throw FibexLeftOut{"its BIT-POSITION " + std::to_string(position) + " is not the beginning of a byte"};
-    }
     return static_cast<unsigned>(position) / 8 * 8;
 }
 
@@ -86,20 +83,17 @@ void FibexFrames::readContents(pugi::xml_node element, Container const& containe
             d_file.leaveOut(instance, label(instance) + leftOut.cause);
         }
     }
-    if (pugi::xml_node const multiplexer = childOf(element, "MULTIPLEXER")) {
+    if (pugi::xml_node const multiplexer = childOf(element, "MULTIPLEXER"))
         readMultiplexer(multiplexer, container);
-    }
 }
 
 void FibexFrames::readInstance(pugi::xml_node instance, Container const& container) {
-    if (!spend(instance, 1)) {
+    if (!spend(instance, 1))
         return;
-    }
     pugi::xml_node const element = d_file.referred(instance, "SIGNAL");
     FibexCoding const& coding = d_codings.of(d_file.referred(element, "CODING"));
-    if (!spend(instance, coding.values.size() / 12)) {
+    if (!spend(instance, coding.values.size() / 12))
         return;
-    }
     SignalDefinition signal;
     signal.name = fibexName(element);
     signal.bits = coding.bits;
@@ -125,9 +119,8 @@ void FibexFrames::readMultiplexer(pugi::xml_node multiplexer, Container const& c
             if (localName(part) == "STATIC-PART") {
                 readStaticPart(part, container);
             } else if (localName(part) == "DYNAMIC-PART") {
-                if (!multiplexor) {
+                if (!multiplexor)
                     throw FibexLeftOut{"its multiplexor is left out"};
-                }
                 readDynamicPart(part, container, *multiplexor);
             }
         } catch (FibexLeftOut const& leftOut) {
@@ -138,15 +131,13 @@ void FibexFrames::readMultiplexer(pugi::xml_node multiplexer, Container const& c
 
 std::optional<std::size_t> FibexFrames::readSwitch(pugi::xml_node element, Container const& container) {
     try {
-        if (!element) {
+        if (!element)
             return std::nullopt;
-        }
         SignalDefinition signal;
         signal.name = fibexName(element);
         std::uint64_t const bits = fibexCount(element, "BIT-LENGTH");
-        if (bits == 0 || bits > 64) {
+        if (bits == 0 || bits > 64)
             throw FibexLeftOut{"it has " + std::to_string(bits) + " bits, but a signal has 1 to 64"};
-        }
         signal.bits = static_cast<unsigned>(bits);
         signal.isMultiplexor = true;
         place(element, container, signal);
@@ -160,9 +151,8 @@ std::optional<std::size_t> FibexFrames::readSwitch(pugi::xml_node element, Conta
 // Holds a PDU, or an instance of one.
 void FibexFrames::readStaticPart(pugi::xml_node part, Container const& container) {
     pugi::xml_node pdu = d_file.referredIfAny(part, "PDU");
-    for (pugi::xml_node child = part.first_child(); !pdu && child; child = child.next_sibling()) {
+    for (pugi::xml_node child = part.first_child(); !pdu && child; child = child.next_sibling())
         pdu = d_file.referredIfAny(child, "PDU");
-    }
     Container contents = container;
     contents.segments = segmentsOf(part, container);
     contents.inMultiplexer = true;
@@ -181,9 +171,8 @@ void FibexFrames::readDynamicPart(pugi::xml_node part, Container const& containe
     contents.inMultiplexer = true;
     for (pugi::xml_node const list : part.children()) {
         for (pugi::xml_node const instance : list.children()) {
-            if (!childOf(instance, "SWITCH-CODE")) {
+            if (!childOf(instance, "SWITCH-CODE"))
                 continue;
-            }
             try {
                 readSwitched(instance, contents);
             } catch (FibexLeftOut const& leftOut) {
@@ -195,9 +184,8 @@ void FibexFrames::readDynamicPart(pugi::xml_node part, Container const& containe
 
 // Before FIBEX 3, frames are selected rather than PDUs.
 void FibexFrames::readSwitched(pugi::xml_node instance, Container const& part) {
-    if (!spend(instance, 1)) {
+    if (!spend(instance, 1))
         return;
-    }
     Container contents = part;
     std::uint64_t const code = fibexCount(instance, "SWITCH-CODE");
     contents.selectedBy = {{code, code}};
@@ -219,9 +207,8 @@ std::vector<FibexFrames::Segment> FibexFrames::segmentsOf(pugi::xml_node part, C
     unsigned begin = 0;
     for (pugi::xml_node const element : childrenOf(childOf(part, "SEGMENT-POSITIONS"), "SEGMENT-POSITION")) {
         std::uint64_t const bits = fibexCount(element, "BIT-LENGTH");
-        if (bits == 0 || bits > container.segments.front().bits) {
+        if (bits == 0 || bits > container.segments.front().bits)
             throw FibexLeftOut{"a segment of it has " + std::to_string(bits) + " bits"};
-        }
         SignalDefinition first; // the bit that the segment starts with
         first.bits = 1;
         place(element, container, first);
@@ -229,9 +216,8 @@ std::vector<FibexFrames::Segment> FibexFrames::segmentsOf(pugi::xml_node part, C
         bool const wholeBytes = first.bigEndian && first.startBit % 8 == 7;
         segments.push_back({begin, static_cast<unsigned>(bits), wholeBytes ? first.startBit - 7 : first.startBit});
         begin += static_cast<unsigned>(bits);
-        if (begin > mostBytes(d_message->bus) * 8) {
+        if (begin > mostBytes(d_message->bus) * 8)
             throw FibexLeftOut{"its segments are longer than any payload"};
-        }
     }
     return segments.empty() ? container.segments : segments;
 }
@@ -245,18 +231,15 @@ void FibexFrames::place(pugi::xml_node element, Container const& container, Sign
     unsigned const position = normalised(fibexCount(element, "BIT-POSITION"), signal.bigEndian);
     unsigned const along = signal.bigEndian ? alongBigEndian(position) : position;
     for (Segment const& segment : container.segments) {
-        if (along < segment.begin || along + signal.bits > segment.begin + segment.bits) {
+        if (along < segment.begin || along + signal.bits > segment.begin + segment.bits)
             continue;
-        }
         // Bytes stay bytes only where they move by whole ones.
-        if (signal.bigEndian && (segment.startBit % 8 != 0 || segment.begin % 8 != 0)) {
+        if (signal.bigEndian && (segment.startBit % 8 != 0 || segment.begin % 8 != 0))
             throw FibexLeftOut{"it is big endian in a segment that does not begin with a byte"};
-        }
         signal.startBit = position - segment.begin + segment.startBit;
         unsigned const reach = along - segment.begin + segment.startBit + signal.bits;
-        if (reach > mostBytes(d_message->bus) * 8) {
+        if (reach > mostBytes(d_message->bus) * 8)
             throw FibexLeftOut{"it reaches beyond any payload"};
-        }
         return;
     }
     throw FibexLeftOut{container.segments.size() > 1 ? "it is in none of the segments as a whole"
@@ -267,9 +250,8 @@ void FibexFrames::place(pugi::xml_node element, Container const& container, Sign
 // In sawtooth numbers.
 unsigned FibexFrames::normalised(std::uint64_t position, bool bigEndian) const {
     std::uint64_t const limit = std::uint64_t{mostBytes(d_message->bus)} * 8;
-    if (position >= limit) {
+    if (position >= limit)
         throw FibexLeftOut{"its BIT-POSITION " + std::to_string(position) + " is beyond any payload"};
-    }
     auto const bit = static_cast<unsigned>(position);
     return bigEndian && d_counting == FibexBitCounting::Monotone ? alongBigEndian(bit) : bit;
 }
@@ -286,9 +268,8 @@ std::optional<std::size_t> FibexFrames::add(pugi::xml_node element, SignalDefini
     bool const isSame = first.multiplexor && first.multiplexor == signal.multiplexor &&
                         first.startBit == signal.startBit && first.bits == signal.bits &&
                         first.bigEndian == signal.bigEndian;
-    if (!isSame) {
+    if (!isSame)
         throw FibexLeftOut{"duplicate signal name, first defined on line " + std::to_string(first.line)};
-    }
     first.selectedBy.push_back(signal.selectedBy.front()); // a PDU that several values select
     return other->second;
 }
@@ -300,9 +281,8 @@ std::string FibexFrames::label(pugi::xml_node element) const {
 }
 
 bool FibexFrames::spend(pugi::xml_node element, std::size_t amount) {
-    if (d_left == 0) {
+    if (d_left == 0)
         return false;
-    }
     if (amount >= d_left) {
         d_left = 0;
         d_file.report(element, Severity::Error,

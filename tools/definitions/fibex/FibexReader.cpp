@@ -44,9 +44,8 @@ public:
 
     Database run() {
         d_database.channels.clear();
-        for (pugi::xml_node const element : d_file.all("CLUSTER")) {
+        for (pugi::xml_node const element : d_file.all("CLUSTER"))
             readCluster(element);
-        }
         for (pugi::xml_node const channel : d_file.all("CHANNEL")) {
             try {
                 readChannel(channel);
@@ -54,9 +53,8 @@ public:
                 d_file.leaveOut(channel, "channel " + quotedFibexName(channel) + ": " + leftOut.cause);
             }
         }
-        if (d_database.channels.empty()) {
+        if (d_database.channels.empty())
             d_database.channels.emplace_back();
-        }
         d_database.problems = std::move(d_file.problems());
         std::stable_sort(d_database.problems.begin(), d_database.problems.end(),
                          [](Problem const& a, Problem const& b) { return a.line < b.line; });
@@ -74,18 +72,15 @@ private:
         const std::string type = attributeOf(childOf(element, "PROTOCOL"), "type");
         const std::string protocol =
             lowerCase(cluster.protocol.empty() ? type.substr(0, type.find(':')) : cluster.protocol);
-        if (protocol.compare(0, 3, "can") == 0) {
+        if (protocol.compare(0, 3, "can") == 0)
             cluster.bus = Bus::Can;
-        } else if (protocol.compare(0, 7, "flexray") == 0) {
+        else if (protocol.compare(0, 7, "flexray") == 0)
             cluster.bus = Bus::FlexRay;
-        }
-        if (textOf(childOf(element, "BIT-COUNTING-POLICY")) == "MONOTONE") {
+        if (textOf(childOf(element, "BIT-COUNTING-POLICY")) == "MONOTONE")
             cluster.counting = FibexBitCounting::Monotone;
-        }
         d_clusters.push_back(cluster);
-        for (pugi::xml_node const reference : childrenOf(childOf(element, "CHANNEL-REFS"), "CHANNEL-REF")) {
+        for (pugi::xml_node const reference : childrenOf(childOf(element, "CHANNEL-REFS"), "CHANNEL-REF"))
             d_clusterOfChannel.emplace(attributeOf(reference, "ID-REF"), d_clusters.size() - 1);
-        }
     }
 
     void readChannel(pugi::xml_node channel) {
@@ -100,11 +95,10 @@ private:
             const std::string label = "frame triggering " + quotedFibexName(triggering) + ": ";
             try {
                 pugi::xml_node const frame = d_file.referred(triggering, "FRAME");
-                if (bus == Bus::Can) {
+                if (bus == Bus::Can)
                     readCan(triggering, frame, cluster, index, label);
-                } else {
+                else
                     readFlexRay(triggering, frame, cluster, index, label);
-                }
             } catch (FibexLeftOut const& leftOut) {
                 d_file.leaveOut(triggering, label + leftOut.cause);
             }
@@ -114,36 +108,30 @@ private:
     // A channel that no cluster refers to gets one of its own.
     Cluster& clusterOf(pugi::xml_node channel) {
         auto const found = d_clusterOfChannel.find(attributeOf(channel, "ID"));
-        if (found != d_clusterOfChannel.end()) {
+        if (found != d_clusterOfChannel.end())
             return d_clusters[found->second];
-        }
         d_lone = Cluster();
         // The only cluster stands for a channel that has no ID to be referred to.
-        if (d_clusters.size() == 1 && d_file.all("CHANNEL").size() == 1) {
+        if (d_clusters.size() == 1 && d_file.all("CHANNEL").size() == 1)
             return d_clusters.front();
-        }
         return d_lone;
     }
 
     // The bus of a channel whose protocol is not stated, from what triggers its frames.
     static Bus busOf(Cluster const& cluster, std::vector<pugi::xml_node> const& triggerings) {
-        if (!cluster.protocol.empty()) {
+        if (!cluster.protocol.empty())
             throw FibexLeftOut{"its protocol " + quote(cluster.protocol) + " is neither CAN nor FlexRay"};
-        }
-        if (!triggerings.empty() && childOf(triggerings.front(), "IDENTIFIER")) {
+        if (!triggerings.empty() && childOf(triggerings.front(), "IDENTIFIER"))
             return Bus::Can;
-        }
-        if (!triggerings.empty() && descendantOf(triggerings.front(), {"TIMINGS", "ABSOLUTELY-SCHEDULED-TIMING"})) {
+        if (!triggerings.empty() && descendantOf(triggerings.front(), {"TIMINGS", "ABSOLUTELY-SCHEDULED-TIMING"}))
             return Bus::FlexRay;
-        }
         throw FibexLeftOut{"its protocol is not stated"};
     }
 
     // Both channels of a FlexRay cluster are one.
     std::size_t channelIndex(pugi::xml_node channel, Cluster& cluster, Bus bus) {
-        if (bus == Bus::FlexRay && cluster.channel) {
+        if (bus == Bus::FlexRay && cluster.channel)
             return *cluster.channel;
-        }
         pugi::xml_node const named = bus == Bus::FlexRay && cluster.element ? cluster.element : channel;
         d_database.channels.push_back({textOf(childOf(named, "SHORT-NAME"))});
         std::size_t const index = d_database.channels.size() - 1;
@@ -165,9 +153,8 @@ private:
         d_pduCycles.clear();
         for (pugi::xml_node const triggering : childrenOf(childOf(channel, "PDU-TRIGGERINGS"), "PDU-TRIGGERING")) {
             double const cycle = cyclicTime(childOf(triggering, "TIMINGS"));
-            if (cycle > 0.0) {
+            if (cycle > 0.0)
                 d_pduCycles[attributeOf(childOf(triggering, "PDU-REF"), "ID-REF")] = cycle;
-            }
         }
     }
 
@@ -175,9 +162,8 @@ private:
     static double cyclicTime(pugi::xml_node timings) {
         const std::string text = textOf(descendantOf(timings, {"CYCLIC-TIMING", "REPEATING-TIME-RANGE", "VALUE"}));
         std::string_view numeral = text;
-        if (numeral.size() > 3 && numeral.substr(0, 2) == "PT" && numeral.back() == 'S') {
+        if (numeral.size() > 3 && numeral.substr(0, 2) == "PT" && numeral.back() == 'S')
             numeral = numeral.substr(2, numeral.size() - 3);
-        }
         double seconds = 0.0;
         return readReal(numeral, seconds).empty() && seconds > 0.0 ? seconds : 0.0;
     }
@@ -187,9 +173,8 @@ private:
         double shortest = 0.0;
         for (pugi::xml_node const instance : childrenOf(childOf(frame, "PDU-INSTANCES"), "PDU-INSTANCE")) {
             auto const cycle = d_pduCycles.find(attributeOf(childOf(instance, "PDU-REF"), "ID-REF"));
-            if (cycle != d_pduCycles.end() && (shortest == 0.0 || cycle->second < shortest)) {
+            if (cycle != d_pduCycles.end() && (shortest == 0.0 || cycle->second < shortest))
                 shortest = cycle->second;
-            }
         }
         return shortest;
     }
@@ -202,9 +187,8 @@ private:
         message.line = d_file.lineOf(frame);
         std::uint64_t const length = fibexCount(frame, "BYTE-LENGTH", 0);
         std::uint64_t const most = bus == Bus::FlexRay ? 254 : 1785;
-        if (length > most) {
+        if (length > most)
             throw FibexLeftOut{"frame " + quote(message.name) + " has " + std::to_string(length) + " bytes"};
-        }
         message.length = static_cast<unsigned>(length);
         return message;
     }
@@ -213,9 +197,8 @@ private:
                  std::string const& label) {
         pugi::xml_node const identifierElement = childOf(triggering, "IDENTIFIER");
         std::uint64_t const identifier = fibexCount(identifierElement, "IDENTIFIER-VALUE");
-        if (identifier > highestExtended) {
+        if (identifier > highestExtended)
             throw FibexLeftOut{"its identifier has more than 29 bits"};
-        }
         MessageDefinition message = frameOf(frame, Bus::Can, channel);
         message.address = static_cast<std::uint32_t>(identifier);
         const std::string extended = attributeOf(childOf(identifierElement, "IDENTIFIER-VALUE"), "EXTENDED-ADDRESSING");
@@ -234,9 +217,8 @@ private:
                      std::string const& label) {
         const std::vector<pugi::xml_node> timings =
             childrenOf(childOf(triggering, "TIMINGS"), "ABSOLUTELY-SCHEDULED-TIMING");
-        if (timings.empty()) {
+        if (timings.empty())
             throw FibexLeftOut{"it has no ABSOLUTELY-SCHEDULED-TIMING"};
-        }
         for (pugi::xml_node const timing : timings) {
             try {
                 readTiming(timing, frame, cluster, channel, label);
@@ -250,9 +232,8 @@ private:
                     std::string const& label) {
         MessageDefinition message = frameOf(frame, Bus::FlexRay, channel);
         std::uint64_t const slot = fibexCount(timing, "SLOT-ID");
-        if (slot == 0 || slot > highestSlot) {
+        if (slot == 0 || slot > highestSlot)
             throw FibexLeftOut{"its SLOT-ID " + std::to_string(slot) + " is not one of 1 to 2047"};
-        }
         message.address = static_cast<std::uint32_t>(slot);
         setCycles(timing, cluster, message.flexRay);
         message.flexRay.channelA = d_isA;
@@ -276,12 +257,10 @@ private:
         std::uint64_t const all = single ? fibexCount(cluster.element, "NUMBER-OF-CYCLES", cycles) : 1;
         std::uint64_t const base = fibexCount(timing, single ? "CYCLE-COUNTER" : "BASE-CYCLE", 0);
         std::uint64_t const repetition = single ? all : fibexCount(timing, "CYCLE-REPETITION", 1);
-        if (base >= cycles) {
+        if (base >= cycles)
             throw FibexLeftOut{"its cycle " + std::to_string(base) + " is above 63"};
-        }
-        if (repetition == 0 || repetition > cycles || (repetition & (repetition - 1)) != 0) {
+        if (repetition == 0 || repetition > cycles || (repetition & (repetition - 1)) != 0)
             throw FibexLeftOut{"its CYCLE-REPETITION " + std::to_string(repetition) + " is not one of 1, 2, 4, ... 64"};
-        }
         result.baseCycle = static_cast<std::uint8_t>(base);
         result.repetition = static_cast<std::uint8_t>(repetition);
     }
@@ -292,9 +271,8 @@ private:
         std::uint64_t const staticSlots = fibexCount(cluster.element, "NUMBER-OF-STATIC-SLOTS", highestSlot);
         message.flexRay.staticSegment = message.address <= staticSlots;
         std::uint64_t const length = fibexCount(cluster.element, "CYCLE", 0);
-        if (message.flexRay.staticSegment) {
+        if (message.flexRay.staticSegment)
             message.cycleTime = static_cast<double>(length) * message.flexRay.repetition / 1e6;
-        }
     }
 
     void add(MessageDefinition&& message, pugi::xml_node triggering, pugi::xml_node frame, Cluster const& cluster,
@@ -308,9 +286,8 @@ private:
     void giveUniqueName(MessageDefinition& message, pugi::xml_node triggering, std::string const& label) {
         const std::string name = message.name;
         auto const isTaken = [&] { return !d_names.insert({message.channel, message.name}).second; };
-        if (!isTaken()) {
+        if (!isTaken())
             return;
-        }
         unsigned& number = d_numbers[{message.channel, name}];
         number = std::max(number, 1U);
         do {

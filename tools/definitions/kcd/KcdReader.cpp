@@ -33,12 +33,10 @@ public:
     Database run() {
         reportUnknown(d_document.root(), {"Document", "Node", "Bus"});
         d_database.channels.clear();
-        for (pugi::xml_node const bus : childrenOf(d_document.root(), "Bus")) {
+        for (pugi::xml_node const bus : childrenOf(d_document.root(), "Bus"))
             readBus(bus);
-        }
-        if (d_database.channels.empty()) {
+        if (d_database.channels.empty())
             d_database.channels.emplace_back();
-        }
         std::stable_sort(d_database.problems.begin(), d_database.problems.end(),
                          [](Problem const& a, Problem const& b) { return a.line < b.line; });
         return std::move(d_database);
@@ -56,27 +54,23 @@ private:
     void reportUnknown(pugi::xml_node parent, std::initializer_list<std::string_view> known) {
         for (pugi::xml_node const child : parent.children()) {
             const std::string_view name = localName(child);
-            if (child.type() == pugi::node_element && std::find(known.begin(), known.end(), name) == known.end()) {
+            if (child.type() == pugi::node_element && std::find(known.begin(), known.end(), name) == known.end())
                 leaveOut(child, "unknown element " + quote(name) + " in " + quote(localName(parent)));
-            }
         }
     }
 
     static std::string nameOf(pugi::xml_node element) {
         std::string name = attributeOf(element, "name");
-        if (name.empty()) {
+        if (name.empty())
             throw LeftOut{"it has no name"};
-        }
-        if (std::any_of(name.begin(), name.end(), isControlCharacter)) {
+        if (std::any_of(name.begin(), name.end(), isControlCharacter))
             throw LeftOut{"its name holds control characters"};
-        }
         return name;
     }
 
     static std::uint64_t count(pugi::xml_node element, char const* attribute, std::uint64_t otherwise) {
-        if (!hasAttribute(element, attribute)) {
+        if (!hasAttribute(element, attribute))
             return otherwise;
-        }
         const std::string text = attributeOf(element, attribute);
         std::uint64_t number = 0;
         const std::errc error = readCount(withoutBlanks(text), number);
@@ -89,15 +83,13 @@ private:
     }
 
     static double real(pugi::xml_node element, char const* attribute, double otherwise) {
-        if (!hasAttribute(element, attribute)) {
+        if (!hasAttribute(element, attribute))
             return otherwise;
-        }
         const std::string text = attributeOf(element, attribute);
         double number = 0.0;
         const std::string reason = readReal(withoutBlanks(text), number);
-        if (!reason.empty()) {
+        if (!reason.empty())
             throw LeftOut{std::string(attribute) + " " + quote(text) + " " + reason};
-        }
         return number;
     }
 
@@ -122,16 +114,13 @@ private:
         message.line = d_document.lineOf(element);
         message.channel = d_database.channels.size() - 1;
         auto const other = d_messages.find(message.name);
-        if (other != d_messages.end()) {
+        if (other != d_messages.end())
             throw LeftOut{"duplicate message name, first defined on line " + std::to_string(other->second)};
-        }
-        if (!hasAttribute(element, "id")) {
+        if (!hasAttribute(element, "id"))
             throw LeftOut{"it has no id"};
-        }
         std::uint64_t const identifier = count(element, "id", 0);
-        if (identifier > highestExtended) {
+        if (identifier > highestExtended)
             throw LeftOut{"its id has more than 29 bits"};
-        }
         message.address = static_cast<std::uint32_t>(identifier);
         message.extended = attributeOf(element, "format") == "extended";
         if (!message.extended && identifier > highestStandard) {
@@ -141,9 +130,8 @@ private:
         }
         bool const computed = !hasAttribute(element, "length") || attributeOf(element, "length") == "auto";
         std::uint64_t const length = computed ? 0 : count(element, "length", 0);
-        if (length > mostBytes) {
+        if (length > mostBytes)
             throw LeftOut{"it has " + std::to_string(length) + " bytes"};
-        }
         message.length = static_cast<unsigned>(length);
         message.cycleTime = std::max(real(element, "interval", 0.0), 0.0) / 1000.0;
         warnAboutIdentifier(element, message, label);
@@ -156,21 +144,18 @@ private:
     void warnAboutIdentifier(pugi::xml_node element, MessageDefinition const& message, std::string const& label) {
         auto const [other, isNew] =
             d_identifiers.emplace(message.address | (message.extended ? 0x80000000U : 0U), label);
-        if (!isNew) {
+        if (!isNew)
             report(element, Severity::Warning, label + "another message of this bus has the same id; both are kept");
-        }
     }
 
     void readSignals(pugi::xml_node element, MessageDefinition& message, bool computeLength) {
         d_signals.clear();
         d_reach = 0;
-        for (pugi::xml_node const child : element.children()) {
-            if (localName(child) == "Signal") {
+        for (pugi::xml_node const child : element.children())
+            if (localName(child) == "Signal")
                 addSignal(child, message, {}, {});
-            } else if (localName(child) == "Multiplex") {
+            else if (localName(child) == "Multiplex")
                 readMultiplex(child, message);
-            }
-        }
         if (computeLength) {
             message.length = static_cast<unsigned>((d_reach + 7) / 8);
             return;
@@ -188,9 +173,8 @@ private:
 
     void readMultiplex(pugi::xml_node element, MessageDefinition& message) {
         const std::optional<std::size_t> multiplexor = addSignal(element, message, {}, {});
-        if (multiplexor) {
+        if (multiplexor)
             message.signals[*multiplexor].isMultiplexor = true;
-        }
         for (pugi::xml_node const group : childrenOf(element, "MuxGroup")) {
             reportUnknown(group, {"Signal"});
             const std::string label =
@@ -200,13 +184,11 @@ private:
                 continue;
             }
             try {
-                if (!hasAttribute(group, "count")) {
+                if (!hasAttribute(group, "count"))
                     throw LeftOut{"it has no count"};
-                }
                 std::uint64_t const selector = count(group, "count", 0);
-                for (pugi::xml_node const signal : childrenOf(group, "Signal")) {
+                for (pugi::xml_node const signal : childrenOf(group, "Signal"))
                     addSignal(signal, message, multiplexor, {{selector, selector}});
-                }
             } catch (LeftOut const& leftOut) {
                 leaveOut(group, label + leftOut.cause);
             }
@@ -225,9 +207,8 @@ private:
             auto const [other, isNew] = d_signals.emplace(signal.name, message.signals.size());
             if (!isNew) {
                 SignalDefinition& first = message.signals[other->second];
-                if (!isSameElsewhere(first, signal)) {
+                if (!isSameElsewhere(first, signal))
                     throw LeftOut{"duplicate signal name, first defined on line " + std::to_string(first.line)};
-                }
                 first.selectedBy.push_back(signal.selectedBy.front());
                 return other->second;
             }
@@ -252,24 +233,20 @@ private:
         signal.line = d_document.lineOf(element);
         std::uint64_t const bits = count(element, "length", 1);
         std::uint64_t const position = count(element, "offset", 0);
-        if (bits == 0 || bits > 64) {
+        if (bits == 0 || bits > 64)
             throw LeftOut{"it has " + std::to_string(bits) + " bits, but a signal has 1 to 64"};
-        }
-        if (position >= mostBytes * 8 || position + bits > mostBytes * 8) {
+        if (position >= mostBytes * 8 || position + bits > mostBytes * 8)
             throw LeftOut{"its offset " + std::to_string(position) + " is beyond any payload"};
-        }
         signal.bits = static_cast<unsigned>(bits);
         const std::string order = attributeOf(element, "endianess");
         signal.bigEndian = order == "big";
-        if (!order.empty() && order != "big" && order != "little") {
+        if (!order.empty() && order != "big" && order != "little")
             throw LeftOut{"endianess " + quote(order) + " is neither 'big' nor 'little'"};
-        }
         setPosition(signal, static_cast<unsigned>(position));
         reportUnknown(element, {"Notes", "Consumer", "Value", "LabelSet", "MuxGroup"});
         readValue(childOf(element, "Value"), signal, label);
-        for (pugi::xml_node const labels : childrenOf(element, "LabelSet")) {
+        for (pugi::xml_node const labels : childrenOf(element, "LabelSet"))
             readLabels(labels, signal, label);
-        }
         return signal;
     }
 
@@ -312,13 +289,12 @@ private:
     void readLabels(pugi::xml_node labels, SignalDefinition& signal, std::string const& label) {
         for (pugi::xml_node const child : labels.children()) {
             try {
-                if (localName(child) == "Label") {
+                if (localName(child) == "Label")
                     signal.values.push_back({labelValue(child), attributeOf(child, "name")});
-                } else if (localName(child) == "LabelGroup") {
+                else if (localName(child) == "LabelGroup")
                     addLabelGroup(child, signal);
-                } else if (child.type() == pugi::node_element) {
+                else if (child.type() == pugi::node_element)
                     throw LeftOut{"unknown"};
-                }
             } catch (LeftOut const& leftOut) {
                 leaveOut(child, label + std::string(localName(child)) + " " + quote(attributeOf(child, "name")) + ": " +
                                     leftOut.cause);
@@ -330,35 +306,28 @@ private:
     static std::int64_t labelValue(pugi::xml_node element) {
         const std::string text = attributeOf(element, "value");
         std::int64_t number = 0;
-        if (readNumeral(text, number) == std::errc{}) {
+        if (readNumeral(text, number) == std::errc{})
             return number;
-        }
-        if (!hasAttribute(element, "value")) {
+        if (!hasAttribute(element, "value"))
             throw LeftOut{"it has no value"};
-        }
         return static_cast<std::int64_t>(count(element, "value", 0));
     }
 
     void addLabelGroup(pugi::xml_node element, SignalDefinition& signal) {
-        if (!hasAttribute(element, "from") || !hasAttribute(element, "to")) {
+        if (!hasAttribute(element, "from") || !hasAttribute(element, "to"))
             throw LeftOut{"it has no range"};
-        }
         std::uint64_t const first = count(element, "from", 0);
         std::uint64_t const last = count(element, "to", 0);
-        if (first > last) {
+        if (first > last)
             throw LeftOut{"its range runs backwards"};
-        }
-        if (last - first >= mostLabels) {
+        if (last - first >= mostLabels)
             throw LeftOut{"it names more than " + std::to_string(mostLabels) + " values"};
-        }
-        if (last - first >= d_labelsLeft) {
+        if (last - first >= d_labelsLeft)
             throw LeftOut{"the file names more values than are read"};
-        }
         d_labelsLeft -= last - first + 1;
         const std::string name = attributeOf(element, "name");
-        for (std::uint64_t value = first; value - first <= last - first; ++value) {
+        for (std::uint64_t value = first; value - first <= last - first; ++value)
             signal.values.push_back({static_cast<std::int64_t>(value), name});
-        }
     }
 
     Database d_database;

@@ -36,9 +36,8 @@ public:
         fileSignals();
         fileEncodings();
         joinRepresentations();
-        for (LdfFrame const& frame : d_file.frames) {
+        for (LdfFrame const& frame : d_file.frames)
             addFrame(frame);
-        }
         reportUnusedSignals();
         joinEventFrames();
         joinTables();
@@ -113,17 +112,15 @@ private:
             const std::string label = "representation " + quote(representation.encoding);
             auto const encoding = d_encodings.find(representation.encoding);
             if (encoding == d_encodings.end()) {
-                if (!isLeftOut(representation.encoding)) {
+                if (!isLeftOut(representation.encoding))
                     leaveOut(representation.line, label + ": there is no encoding of this name");
-                }
                 continue;
             }
             for (std::string_view const name : representation.signals) {
                 auto const signal = d_signals.find(name);
                 if (signal == d_signals.end()) {
-                    if (!isLeftOut(name)) {
+                    if (!isLeftOut(name))
                         leaveOut(representation.line, label + ": there is no signal " + quote(name));
-                    }
                 } else if (signal->second.encoding != nullptr) {
                     leaveOut(representation.line, label + ": signal " + quote(name) + " has an encoding from " +
                                                       lineText(signal->second.representationLine));
@@ -169,18 +166,16 @@ private:
         message.line = frame.line;
         message.length = frame.length ? static_cast<unsigned>(*frame.length) : impliedLength(frame.identifier);
         std::unordered_map<std::string_view, std::size_t> lines;
-        for (LdfPlace const& place : frame.places) {
+        for (LdfPlace const& place : frame.places)
             addSignal(place, message, lines);
-        }
     }
 
     // What a frame that is left out carries is not reported a second time.
     void markUsed(LdfFrame const& frame) {
         for (LdfPlace const& place : frame.places) {
             auto const signal = d_signals.find(place.signal);
-            if (signal != d_signals.end()) {
+            if (signal != d_signals.end())
                 signal->second.used = true;
-            }
         }
     }
 
@@ -189,9 +184,8 @@ private:
         const std::string label = "frame " + quote(message.name) + ", signal " + quote(place.signal) + ": ";
         auto const found = d_signals.find(place.signal);
         if (found == d_signals.end()) {
-            if (!isLeftOut(place.signal)) {
+            if (!isLeftOut(place.signal))
                 leaveOut(place.line, label + "there is no signal of this name");
-            }
             return;
         }
         found->second.used = true;
@@ -215,18 +209,15 @@ private:
         definition.line = place.line;
         definition.startBit = static_cast<unsigned>(place.offset);
         definition.bits = static_cast<unsigned>(signal.bits);
-        if (found->second.encoding != nullptr) {
+        if (found->second.encoding != nullptr)
             encode(*found->second.encoding, definition);
-        }
     }
 
     static void encode(LdfEncoding const& encoding, SignalDefinition& definition) {
-        for (LdfWord const& word : encoding.words) {
+        for (LdfWord const& word : encoding.words)
             definition.values.push_back({static_cast<std::int64_t>(word.value), std::string(word.text)});
-        }
-        if (encoding.ranges.empty()) {
+        if (encoding.ranges.empty())
             return;
-        }
         LdfRange const& first = encoding.ranges.front();
         std::uint64_t lowest = first.first;
         std::uint64_t highest = first.last;
@@ -250,9 +241,8 @@ private:
     void reportUnusedSignals() {
         for (LdfSignal const& signal : d_file.signals) {
             auto const found = d_signals.find(signal.name);
-            if (found != d_signals.end() && found->second.statement == &signal && !found->second.used) {
+            if (found != d_signals.end() && found->second.statement == &signal && !found->second.used)
                 leaveOut(signal.line, "signal " + quote(signal.name) + ": no frame carries it");
-            }
         }
     }
 
@@ -276,9 +266,8 @@ private:
     }
 
     static void addEvent(std::vector<std::uint32_t>& events, std::uint32_t identifier) {
-        if (std::find(events.begin(), events.end(), identifier) == events.end()) {
+        if (std::find(events.begin(), events.end(), identifier) == events.end())
             events.push_back(identifier);
-        }
     }
 
     // A table repeats as a whole while it is active. Tables that resolve collisions run once after each collision, so
@@ -304,15 +293,13 @@ private:
                              "schedule table " + quote(table.name) + ": there is no frame " + quote(slot.frame));
                 }
             }
-            if (!table.complete || withoutCycle.count(table.name) != 0) {
+            if (!table.complete || withoutCycle.count(table.name) != 0)
                 continue;
-            }
             for (auto const& [index, count] : counts) {
                 double const cycle = total / count / 1000.0;
                 double& shortest = d_database.messages[index].cycleTime;
-                if (cycle > 0.0 && std::isfinite(cycle) && (shortest == 0.0 || cycle < shortest)) {
+                if (cycle > 0.0 && std::isfinite(cycle) && (shortest == 0.0 || cycle < shortest))
                     shortest = cycle;
-                }
             }
         }
     }

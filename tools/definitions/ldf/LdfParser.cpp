@@ -42,9 +42,8 @@ std::string describe(LdfToken const& token) {
 } // namespace
 
 LdfFile LdfParser::read() {
-    while (!atEnd()) {
+    while (!atEnd())
         readStatement();
-    }
     return std::move(d_file);
 }
 
@@ -103,9 +102,8 @@ void LdfParser::readVersion() {
 }
 
 void LdfParser::readChannelName() {
-    if (isMark('=', 1) && token(2).kind == LdfTokenKind::Text) {
+    if (isMark('=', 1) && token(2).kind == LdfTokenKind::Text)
         d_file.channelName = token(2).text;
-    }
     ++d_position;
     skipStatement();
 }
@@ -120,9 +118,8 @@ void LdfParser::readSection(Element element, bool block) {
         return;
     }
     readElements(element, block);
-    if (!take('}')) {
+    if (!take('}'))
         report(keyword.line, Severity::Warning, "section " + quote(keyword.text) + " is not closed");
-    }
 }
 
 void LdfParser::readElements(Element element, bool block) {
@@ -141,24 +138,20 @@ void LdfParser::resume(std::size_t start, bool block) {
     d_position = start;
     std::size_t depth = 0;
     while (!atEnd() && !atSection()) {
-        if (d_position > start && (depth == 0 || !block) && beginsElement(block)) {
+        if (d_position > start && (depth == 0 || !block) && beginsElement(block))
             return;
-        }
-        if (isMark('}') && depth == 0) {
+        if (isMark('}') && depth == 0)
             return;
-        }
-        if (isMark('{')) {
+        if (isMark('{'))
             ++depth;
-        } else if (isMark('}')) {
+        else if (isMark('}'))
             --depth;
-        }
         // A text that is not closed has swallowed what ends the element.
         bool const last =
             (depth == 0 && isMark(block ? '}' : ';')) || (!block && token().kind == LdfTokenKind::Unclosed);
         ++d_position;
-        if (last) {
+        if (last)
             return;
-        }
     }
 }
 
@@ -177,9 +170,8 @@ void LdfParser::skipStatement() {
         ++d_position;
         depth += opens ? 1 : 0;
         depth -= closes && depth > 0 ? 1 : 0;
-        if (depth == 0 && (closes || ends)) {
+        if (depth == 0 && (closes || ends))
             return;
-        }
     }
 }
 
@@ -188,25 +180,22 @@ bool LdfParser::signal() {
     LdfSignal signal;
     signal.line = token().line;
     d_label = "signal";
-    if (!name(signal.name, "a signal name")) {
+    if (!name(signal.name, "a signal name"))
         return false;
-    }
     d_label += " " + quote(signal.name);
     bool read = expect(':') && count(signal.bits, "the length");
     if (read && take(',')) {
         if (take('{')) {
-            while (token().kind == LdfTokenKind::Word || isMark(',')) {
+            while (token().kind == LdfTokenKind::Word || isMark(','))
                 ++d_position;
-            }
             read = expect('}');
         } else {
             std::string_view initial;
             read = name(initial, "the initial value");
         }
         std::string_view node;
-        while (read && take(',')) {
+        while (read && take(','))
             read = name(node, "a node name");
-        }
     }
     if (!read || !end()) {
         d_file.leftOut.insert(signal.name);
@@ -221,9 +210,8 @@ bool LdfParser::frame() {
     LdfFrame frame;
     frame.line = token().line;
     d_label = "frame";
-    if (!name(frame.name, "a frame name")) {
+    if (!name(frame.name, "a frame name"))
         return false;
-    }
     d_label += " " + quote(frame.name);
     std::string_view publisher;
     bool read =
@@ -241,9 +229,8 @@ bool LdfParser::diagnosticFrame() {
     frame.line = token().line;
     frame.length = 8;
     d_label = "frame";
-    if (!name(frame.name, "a frame name")) {
+    if (!name(frame.name, "a frame name"))
         return false;
-    }
     d_label += " " + quote(frame.name);
     bool const read = expect(':') && count(frame.identifier, "the identifier");
     return read ? frameBody(frame) : (d_file.leftOut.insert(frame.name), false);
@@ -263,34 +250,29 @@ bool LdfParser::frameBody(LdfFrame& frame) {
             resume(start, false);
         }
     }
-    if (!take('}')) {
+    if (!take('}'))
         report(frame.line, Severity::Warning, "frame " + quote(frame.name) + " is not closed");
-    }
     return true;
 }
 
 // Whether the header of a further frame follows, not a place that is spelled badly.
 bool LdfParser::frameFollows() const {
     std::size_t ahead = 1;
-    if (!isMark(':', ahead)) {
+    if (!isMark(':', ahead))
         return false;
-    }
-    while (token(ahead).kind == LdfTokenKind::Word || isMark(',', ahead) || isMark(':', ahead)) {
+    while (token(ahead).kind == LdfTokenKind::Word || isMark(',', ahead) || isMark(':', ahead))
         ++ahead;
-    }
     return isMark('{', ahead);
 }
 
 bool LdfParser::place() {
     LdfPlace place;
     place.line = token().line;
-    if (!name(place.signal, "a signal name")) {
+    if (!name(place.signal, "a signal name"))
         return false;
-    }
     d_label += ", signal " + quote(place.signal);
-    if (!expect(',') || !count(place.offset, "the offset") || !end()) {
+    if (!expect(',') || !count(place.offset, "the offset") || !end())
         return false;
-    }
     d_file.frames.back().places.push_back(place);
     return true;
 }
@@ -299,20 +281,16 @@ bool LdfParser::place() {
 bool LdfParser::sporadicFrame() {
     d_label = "sporadic frame";
     std::string_view sporadic;
-    if (!name(sporadic, "a frame name")) {
+    if (!name(sporadic, "a frame name"))
         return false;
-    }
     d_label += " " + quote(sporadic);
     d_file.sporadicFrames.push_back(sporadic);
     std::string_view frame;
-    if (!expect(':') || !name(frame, "a frame name")) {
+    if (!expect(':') || !name(frame, "a frame name"))
         return false;
-    }
-    while (take(',')) {
-        if (!name(frame, "a frame name")) {
+    while (take(','))
+        if (!name(frame, "a frame name"))
             return false;
-        }
-    }
     return end();
 }
 
@@ -321,30 +299,25 @@ bool LdfParser::eventFrame() {
     LdfEventFrame event;
     event.line = token().line;
     d_label = "event-triggered frame";
-    if (!name(event.name, "a frame name")) {
+    if (!name(event.name, "a frame name"))
         return false;
-    }
     d_label += " " + quote(event.name);
     d_file.leftOut.insert(event.name);
-    if (!expect(':')) {
+    if (!expect(':'))
         return false;
-    }
     std::uint64_t number = 0;
     bool const hasTable =
         token().kind == LdfTokenKind::Word && readCount(token().text, number) != std::errc{} && isMark(',', 1);
     if ((hasTable && (!name(event.collisionTable, "a schedule table") || !expect(','))) ||
-        !count(event.identifier, "the identifier")) {
+        !count(event.identifier, "the identifier"))
         return false;
-    }
     while (take(',')) {
         event.frames.emplace_back();
-        if (!name(event.frames.back(), "a frame name")) {
+        if (!name(event.frames.back(), "a frame name"))
             return false;
-        }
     }
-    if (!end()) {
+    if (!end())
         return false;
-    }
     d_file.leftOut.erase(event.name);
     d_file.eventFrames.push_back(std::move(event));
     return true;
@@ -354,13 +327,11 @@ bool LdfParser::table() {
     LdfTable table;
     table.line = token().line;
     d_label = "schedule table";
-    if (!name(table.name, "a table name")) {
+    if (!name(table.name, "a table name"))
         return false;
-    }
     d_label += " " + quote(table.name);
-    if (!expect('{')) {
+    if (!expect('{'))
         return false;
-    }
     std::string const label = d_label;
     d_file.tables.push_back(table);
     while (!isMark('}') && !atEnd() && !atSection() && (!isMark('{', 1) || command())) {
@@ -372,55 +343,45 @@ bool LdfParser::table() {
             resume(start, false);
         }
     }
-    if (!take('}')) {
+    if (!take('}'))
         report(table.line, Severity::Warning, label + " is not closed");
-    }
     return true;
 }
 
 // Whether a command follows, such as AssignNAD { LSM } delay 10 ms, and not the table after one that is not closed.
 bool LdfParser::command() const {
     std::size_t ahead = 2;
-    while (token(ahead).kind == LdfTokenKind::Word || isMark(',', ahead)) {
+    while (token(ahead).kind == LdfTokenKind::Word || isMark(',', ahead))
         ++ahead;
-    }
     return isMark('}', ahead);
 }
 
 bool LdfParser::slot() {
     LdfSlot slot;
     slot.line = token().line;
-    if (!name(slot.frame, "a frame name")) {
+    if (!name(slot.frame, "a frame name"))
         return false;
-    }
     if (take('{')) {
         slot.frame = {};
-        while (!take('}')) {
+        while (!take('}'))
             ++d_position;
-        }
     }
-    if (token().text != "delay") {
+    if (token().text != "delay")
         return missing("'delay'");
-    }
     ++d_position;
     std::string_view numeral;
-    if (!name(numeral, "the delay")) {
+    if (!name(numeral, "the delay"))
         return false;
-    }
     bool const joined = numeral.size() > 2 && numeral.substr(numeral.size() - 2) == "ms";
     numeral.remove_suffix(joined ? 2 : 0);
-    if (const std::string reason = readReal(numeral, slot.delay); !reason.empty()) {
+    if (const std::string reason = readReal(numeral, slot.delay); !reason.empty())
         return fail("the delay " + quote(numeral) + " " + reason);
-    }
-    if (slot.delay < 0) {
+    if (slot.delay < 0)
         return fail("the delay " + quote(numeral) + " is negative");
-    }
-    if (!joined && token().kind == LdfTokenKind::Word && token().text == "ms") {
+    if (!joined && token().kind == LdfTokenKind::Word && token().text == "ms")
         ++d_position;
-    }
-    if (!end()) {
+    if (!end())
         return false;
-    }
     d_file.tables.back().slots.push_back(slot);
     return true;
 }
@@ -429,9 +390,8 @@ bool LdfParser::encoding() {
     LdfEncoding encoding;
     encoding.line = token().line;
     d_label = "encoding";
-    if (!name(encoding.name, "a name")) {
+    if (!name(encoding.name, "a name"))
         return false;
-    }
     d_label += " " + quote(encoding.name);
     if (!expect('{')) {
         d_file.leftOut.insert(encoding.name);
@@ -446,23 +406,19 @@ bool LdfParser::encoding() {
             resume(start, false);
         }
     }
-    if (!take('}')) {
+    if (!take('}'))
         report(encoding.line, Severity::Warning, label + " is not closed");
-    }
     return true;
 }
 
 bool LdfParser::codedValue() {
     LdfToken const& keyword = token();
-    if (keyword.text == "physical_value") {
+    if (keyword.text == "physical_value")
         return physicalValue();
-    }
-    if (keyword.text == "logical_value") {
+    if (keyword.text == "logical_value")
         return logicalValue();
-    }
-    if (keyword.text != "bcd_value" && keyword.text != "ascii_value") {
+    if (keyword.text != "bcd_value" && keyword.text != "ascii_value")
         return missing("a kind of value");
-    }
     ++d_position;
     report(keyword.line, Severity::Warning,
            "encoding " + quote(d_file.encodings.back().name) + ": " +
@@ -478,9 +434,8 @@ bool LdfParser::physicalValue() {
     ++d_position;
     if (!expect(',') || !count(range.first, "the first raw value") || !expect(',') ||
         !count(range.last, "the last raw value") || !expect(',') || !real(range.factor, "the factor") || !expect(',') ||
-        !real(range.offset, "the offset") || (take(',') && !text(range.unit, "the unit")) || !end()) {
+        !real(range.offset, "the offset") || (take(',') && !text(range.unit, "the unit")) || !end())
         return false;
-    }
     if (range.first > range.last) {
         return fail("the range from " + std::to_string(range.first) + " to " + std::to_string(range.last) +
                     " runs backwards");
@@ -494,16 +449,13 @@ bool LdfParser::logicalValue() {
     LdfWord word;
     word.line = token().line;
     ++d_position;
-    if (!expect(',') || !count(word.value, "the raw value")) {
+    if (!expect(',') || !count(word.value, "the raw value"))
         return false;
-    }
     bool const hasText = take(',');
-    if ((hasText && !text(word.text, "the text")) || !end()) {
+    if ((hasText && !text(word.text, "the text")) || !end())
         return false;
-    }
-    if (hasText) {
+    if (hasText)
         d_file.encodings.back().words.push_back(word);
-    }
     return true;
 }
 
@@ -511,22 +463,18 @@ bool LdfParser::representation() {
     LdfRepresentation representation;
     representation.line = token().line;
     d_label = "representation";
-    if (!name(representation.encoding, "the name of an encoding")) {
+    if (!name(representation.encoding, "the name of an encoding"))
         return false;
-    }
     d_label += " " + quote(representation.encoding);
-    if (!expect(':')) {
+    if (!expect(':'))
         return false;
-    }
     do {
         representation.signals.emplace_back();
-        if (!name(representation.signals.back(), "a signal name")) {
+        if (!name(representation.signals.back(), "a signal name"))
             return false;
-        }
     } while (take(','));
-    if (!end()) {
+    if (!end())
         return false;
-    }
     d_file.representations.push_back(std::move(representation));
     return true;
 }
@@ -557,21 +505,18 @@ bool LdfParser::expect(char mark) {
 
 // A semicolon that is forgotten at the end of a line harms nothing.
 bool LdfParser::end() {
-    if (take(';')) {
+    if (take(';'))
         return true;
-    }
-    if (!token().firstInLine && !isMark('}') && !atEnd()) {
+    if (!token().firstInLine && !isMark('}') && !atEnd())
         return missing("';'");
-    }
     LdfToken const& last = d_tokens[d_position - 1];
     report(last.line, Severity::Warning, "';' is missing after " + describe(last));
     return true;
 }
 
 bool LdfParser::name(std::string_view& result, char const* what) {
-    if (token().kind != LdfTokenKind::Word) {
+    if (token().kind != LdfTokenKind::Word)
         return missing(what);
-    }
     result = token().text;
     ++d_position;
     return true;
@@ -579,9 +524,8 @@ bool LdfParser::name(std::string_view& result, char const* what) {
 
 bool LdfParser::count(std::uint64_t& result, char const* what) {
     std::string_view numeral;
-    if (!name(numeral, what)) {
+    if (!name(numeral, what))
         return false;
-    }
     const std::errc error = readCount(numeral, result);
     return error == std::errc{} ||
            fail(std::string(what) + " " + quote(numeral) +
@@ -590,17 +534,15 @@ bool LdfParser::count(std::uint64_t& result, char const* what) {
 
 bool LdfParser::real(double& result, char const* what) {
     std::string_view numeral;
-    if (!name(numeral, what)) {
+    if (!name(numeral, what))
         return false;
-    }
     std::string const reason = readReal(numeral, result);
     return reason.empty() || fail(std::string(what) + " " + quote(numeral) + " " + reason);
 }
 
 bool LdfParser::text(std::string_view& result, char const* what) {
-    if (token().kind != LdfTokenKind::Text) {
+    if (token().kind != LdfTokenKind::Text)
         return missing(what);
-    }
     result = token().text;
     ++d_position;
     return true;
@@ -612,9 +554,8 @@ bool LdfParser::fail(std::string cause) {
 }
 
 bool LdfParser::missing(std::string const& what) {
-    if (token().kind == LdfTokenKind::Unclosed) {
+    if (token().kind == LdfTokenKind::Unclosed)
         return fail("the text " + quote(token().text) + " is not closed");
-    }
     return fail(atEnd() ? "unexpected end of file, expected " + what
                         : "expected " + what + " but found " + describe(token()));
 }

@@ -26,16 +26,14 @@ public:
         token.line = d_line;
         token.firstInLine = d_firstInLine;
         d_firstInLine = false;
-        if (d_position == d_text.size()) {
+        if (d_position == d_text.size())
             return token;
-        }
         std::size_t const start = d_position;
         if (d_text[start] == '"') {
             readText(token);
         } else if (inWord(d_text[start])) {
-            while (d_position < d_text.size() && inWord(d_text[d_position])) {
+            while (d_position < d_text.size() && inWord(d_text[d_position]))
                 ++d_position;
-            }
             token.kind = LdfTokenKind::Word;
             token.text = d_text.substr(start, d_position - start);
         } else {
@@ -60,24 +58,21 @@ private:
     }
 
     void skipBlanks() {
-        while (d_position < d_text.size()) {
-            if (isBlank(d_text[d_position])) {
+        while (d_position < d_text.size())
+            if (isBlank(d_text[d_position]))
                 passOver(1);
-            } else if (d_text.compare(d_position, 2, "//") == 0) {
+            else if (d_text.compare(d_position, 2, "//") == 0)
                 d_position = std::min(d_text.find('\n', d_position), d_text.size());
-            } else if (d_text.compare(d_position, 2, "/*") == 0) {
+            else if (d_text.compare(d_position, 2, "/*") == 0)
                 skipBlockComment();
-            } else {
+            else
                 return;
-            }
-        }
     }
 
     void skipBlockComment() {
         std::size_t const end = d_text.find("*/", d_position + 2);
-        if (end == std::string_view::npos) {
+        if (end == std::string_view::npos)
             d_unclosedCommentLine = d_line;
-        }
         passOver(end == std::string_view::npos ? d_text.size() - d_position : end + 2 - d_position);
     }
 

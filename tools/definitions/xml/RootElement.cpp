@@ -19,9 +19,8 @@ void removeThrough(std::string_view& text, std::string_view end) {
 void removeDocumentType(std::string_view& text) {
     std::size_t const at = text.find_first_of("[>");
     bool const brackets = at != std::string_view::npos && text[at] == '[';
-    if (brackets) {
+    if (brackets)
         removeThrough(text, "]");
-    }
     removeThrough(text, ">");
 }
 
@@ -33,19 +32,17 @@ std::string_view rootElementOf(std::string_view bytes) {
     while (true) {
         std::size_t const start = text.find_first_not_of(" \t\r\n");
         text.remove_prefix(start == std::string_view::npos ? text.size() : start);
-        if (startsWith(text, "<?")) {
+        if (startsWith(text, "<?"))
             removeThrough(text, "?>");
-        } else if (startsWith(text, "<!--")) {
+        else if (startsWith(text, "<!--"))
             removeThrough(text, "-->");
-        } else if (startsWith(text, "<!DOCTYPE")) {
+        else if (startsWith(text, "<!DOCTYPE"))
             removeDocumentType(text);
-        } else {
+        else
             break;
-        }
     }
-    if (!startsWith(text, "<")) {
+    if (!startsWith(text, "<"))
         return {};
-    }
     text.remove_prefix(1);
     const std::string_view name = text.substr(0, text.find_first_of(" \t\r\n/>"));
     return name.substr(name.find(':') + 1); // npos + 1 is 0

@@ -20,11 +20,9 @@ std::string toUtf8(std::string_view text) {
 }
 
 pugi::xml_attribute findAttribute(pugi::xml_node element, std::string_view name) {
-    for (pugi::xml_attribute const attribute : element.attributes()) {
-        if (withoutPrefix(attribute.name()) == name) {
+    for (pugi::xml_attribute const attribute : element.attributes())
+        if (withoutPrefix(attribute.name()) == name)
             return attribute;
-        }
-    }
     return {};
 }
 
@@ -38,9 +36,8 @@ XmlDocument::XmlDocument(std::string_view bytes, std::vector<Problem>& problems)
     std::string storage;
     d_text = toPlainText(bytes, storage);
     // Before parsing, which changes the text.
-    for (std::size_t end = d_text.find('\n'); end != std::string::npos; end = d_text.find('\n', end + 1)) {
+    for (std::size_t end = d_text.find('\n'); end != std::string::npos; end = d_text.find('\n', end + 1))
         d_lineEnds.push_back(end);
-    }
     d_text += '\n'; // the parser overwrites the last byte, which could be inside a character of a name
     const pugi::xml_parse_result result =
         d_document.load_buffer_inplace(d_text.data(), d_text.size(), pugi::parse_default, pugi::encoding_utf8);
@@ -70,19 +67,16 @@ pugi::xml_node childOf(pugi::xml_node element, std::string_view name) {
 }
 
 pugi::xml_node descendantOf(pugi::xml_node element, std::initializer_list<std::string_view> path) {
-    for (std::string_view const name : path) {
+    for (std::string_view const name : path)
         element = childOf(element, name);
-    }
     return element;
 }
 
 std::vector<pugi::xml_node> childrenOf(pugi::xml_node element, std::string_view name) {
     std::vector<pugi::xml_node> children;
-    for (pugi::xml_node const child : element.children()) {
-        if (localName(child) == name) {
+    for (pugi::xml_node const child : element.children())
+        if (localName(child) == name)
             children.push_back(child);
-        }
-    }
     return children;
 }
 

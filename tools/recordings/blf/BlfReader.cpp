@@ -192,13 +192,12 @@ FrameReader::Next BlfReader::stop(Read reason) {
         ++d_place;
         addDamaged();
     }
-    if (!d_headerRead) {
+    if (!d_headerRead)
         d_findings.failReading(reason == Read::Failed ? d_file.source().error() : "unexpected end of file");
-    } else if (reason == Read::Failed) {
+    else if (reason == Read::Failed)
         d_findings.failReading(d_containers.error());
-    } else if (d_objectLeft != 0 || !d_objects.bytes().empty()) {
+    else if (d_objectLeft != 0 || !d_objects.bytes().empty())
         d_findings.failReading("unexpected end of file");
-    }
     return Next::End;
 }
 

@@ -27,11 +27,9 @@ bool equalIgnoringCase(std::string_view a, std::string_view b) {
 // True if the words of `phrase` come next, with any number of blanks between them.
 bool beginsWith(TextCursor line, std::string_view phrase) {
     TextCursor expected(phrase);
-    for (std::string_view word = expected.word(); !word.empty(); word = expected.word()) {
-        if (!equalIgnoringCase(line.word(), word)) {
+    for (std::string_view word = expected.word(); !word.empty(); word = expected.word())
+        if (!equalIgnoringCase(line.word(), word))
             return false;
-        }
-    }
     return true;
 }
 
@@ -67,9 +65,8 @@ std::uint16_t directionFlag(std::string_view word) {
 // Returns false if `word` is not a channel.
 bool readChannel(std::string_view word, Frame& frame) {
     std::uint32_t channel = 0;
-    if (!toNumber(word, 10, channel) || channel < 1 || channel > 255) {
+    if (!toNumber(word, 10, channel) || channel < 1 || channel > 255)
         return false;
-    }
     frame.channel = static_cast<std::uint8_t>(channel);
     return true;
 }
@@ -86,9 +83,8 @@ bool isErrorFrame(std::string_view word) {
 bool AscLog::fits(std::string_view line) {
     TextCursor cursor(line);
     cursor.skipBlanks();
-    if (isBaseHeader(cursor) || isOtherHeader(cursor)) {
+    if (isBaseHeader(cursor) || isOtherHeader(cursor))
         return true;
-    }
     // With a point, as logs of other formats begin their lines with a running number.
     std::string_view const first = cursor.word();
     TextCursor time(first);
@@ -99,15 +95,12 @@ bool AscLog::fits(std::string_view line) {
 ParsedLine AscLog::parse(std::string_view line, Frame& frame) {
     TextCursor cursor(line);
     cursor.skipBlanks();
-    if (cursor.atEnd()) {
+    if (cursor.atEnd())
         return {LineKind::Other};
-    }
-    if (isDecimalDigit(cursor.peek())) {
+    if (isDecimalDigit(cursor.peek()))
         return parseEvent(cursor, frame);
-    }
-    if (isBaseHeader(cursor)) {
+    if (isBaseHeader(cursor))
         return parseBase(cursor);
-    }
     return isOtherHeader(cursor) ? ParsedLine{LineKind::Other} : malformedLine("neither a header nor an event");
 }
 
@@ -115,16 +108,14 @@ ParsedLine AscLog::parseBase(TextCursor cursor) {
     cursor.word(); // "base"
     std::string_view const base = cursor.word();
     bool const isDecimal = equalIgnoringCase(base, "dec");
-    if (!isDecimal && !equalIgnoringCase(base, "hex")) {
+    if (!isDecimal && !equalIgnoringCase(base, "hex"))
         return malformedLine("base is neither hex nor dec");
-    }
     bool relative = d_relative;
     if (equalIgnoringCase(cursor.word(), "timestamps")) {
         std::string_view const reference = cursor.word();
         relative = equalIgnoringCase(reference, "relative");
-        if (!relative && !equalIgnoringCase(reference, "absolute")) {
+        if (!relative && !equalIgnoringCase(reference, "absolute"))
             return malformedLine("time stamps are neither absolute nor relative");
-        }
     }
     d_base = isDecimal ? 10 : 16;
     d_relative = relative;
@@ -133,16 +124,13 @@ ParsedLine AscLog::parseBase(TextCursor cursor) {
 
 char const* AscLog::readEventTime(TextCursor& cursor) {
     std::uint64_t time = 0;
-    if (char const* const cause = readTime(cursor, time)) {
+    if (char const* const cause = readTime(cursor, time))
         return cause;
-    }
-    if (!cursor.atEnd() && !isBlank(cursor.peek())) {
+    if (!cursor.atEnd() && !isBlank(cursor.peek()))
         return "time stamp is not a number";
-    }
     if (d_relative) {
-        if (time > std::numeric_limits<std::uint64_t>::max() - d_time) {
+        if (time > std::numeric_limits<std::uint64_t>::max() - d_time)
             return timeTooLarge;
-        }
         time += d_time;
     }
     d_time = time;
@@ -150,23 +138,19 @@ char const* AscLog::readEventTime(TextCursor& cursor) {
 }
 
 ParsedLine AscLog::parseEvent(TextCursor cursor, Frame& frame) {
-    if (char const* const cause = readEventTime(cursor)) {
+    if (char const* const cause = readEventTime(cursor))
         return malformedLine(cause);
-    }
     frame.timestamp = d_time;
     frame.bus = Bus::Can;
     TextCursor const afterTime = cursor;
     std::string_view const first = cursor.word();
-    if (first == "CANFD") {
+    if (first == "CANFD")
         return parseFdEvent(cursor, frame);
-    }
-    if (first.empty() || !std::all_of(first.begin(), first.end(), isDecimalDigit)) {
+    if (first.empty() || !std::all_of(first.begin(), first.end(), isDecimalDigit))
         return {LineKind::Other};
-    }
     // A channel's number begins frames, but statistics and transport protocol messages as well.
-    if (isErrorFrame(cursor.word())) {
+    if (isErrorFrame(cursor.word()))
         return errorFrame(first, frame);
-    }
     return isDirection(cursor.word()) ? parseFrame(afterTime, frame) : ParsedLine{LineKind::Other};
 }
 
@@ -182,36 +166,28 @@ ParsedLine AscLog::parseFdEvent(TextCursor cursor, Frame& frame) const {
     std::string_view const channel = cursor.word();
     std::string_view const direction = cursor.word();
     std::string_view const identifier = isErrorFrame(direction) ? direction : cursor.word();
-    if (isErrorFrame(identifier)) {
+    if (isErrorFrame(identifier))
         return errorFrame(channel, frame);
-    }
-    if (!readChannel(channel, frame)) {
+    if (!readChannel(channel, frame))
         return malformedLine(badChannel);
-    }
-    if (!isDirection(direction)) {
+    if (!isDirection(direction))
         return malformedLine("direction is none of Rx, Tx and TxRq");
-    }
-    if (char const* const cause = readIdentifier(identifier, frame)) {
+    if (char const* const cause = readIdentifier(identifier, frame))
         return malformedLine(cause);
-    }
     std::string_view const next = cursor.word();
     bool const hasName = next != "0" && next != "1"; // that a database gave the message
     std::string_view const bitRateSwitch = hasName ? cursor.word() : next;
     std::string_view const errorState = cursor.word();
-    if ((bitRateSwitch != "0" && bitRateSwitch != "1") || (errorState != "0" && errorState != "1")) {
+    if ((bitRateSwitch != "0" && bitRateSwitch != "1") || (errorState != "0" && errorState != "1"))
         return malformedLine("bit rate switch and error state are not both 0 or 1");
-    }
     std::uint32_t code = 0, length = 0;
-    if (!toNumber(cursor.word(), d_base, code) || code > highestLengthCode) {
+    if (!toNumber(cursor.word(), d_base, code) || code > highestLengthCode)
         return malformedLine("data length code is not a number of the log's base up to 15");
-    }
     // Deliberate: decimal, whatever the base.
-    if (!toNumber(cursor.word(), 10, length) || length > mostCanBytes) {
+    if (!toNumber(cursor.word(), 10, length) || length > mostCanBytes)
         return malformedLine("data length is not a number up to 64");
-    }
-    if (char const* const cause = readData(cursor, length, frame)) {
+    if (char const* const cause = readData(cursor, length, frame))
         return malformedLine(cause);
-    }
     cursor.word(); // duration
     cursor.word(); // bits
     std::uint32_t flags = fdFormat;
@@ -229,12 +205,10 @@ ParsedLine AscLog::parseFdEvent(TextCursor cursor, Frame& frame) const {
 }
 
 ParsedLine AscLog::parseFrame(TextCursor cursor, Frame& frame) const {
-    if (!readChannel(cursor.word(), frame)) {
+    if (!readChannel(cursor.word(), frame))
         return malformedLine(badChannel);
-    }
-    if (char const* const cause = readIdentifier(cursor.word(), frame)) {
+    if (char const* const cause = readIdentifier(cursor.word(), frame))
         return malformedLine(cause);
-    }
     frame.flags |= directionFlag(cursor.word());
     std::string_view const type = cursor.word();
     if (type == "r") {
@@ -245,13 +219,11 @@ ParsedLine AscLog::parseFrame(TextCursor cursor, Frame& frame) const {
                            : std::uint8_t{0};
         return {LineKind::Frame};
     }
-    if (type != "d") {
+    if (type != "d")
         return malformedLine("frame is marked neither as data (d) nor as remote (r)");
-    }
     std::uint32_t length = 0;
-    if (!toNumber(cursor.word(), d_base, length)) {
+    if (!toNumber(cursor.word(), d_base, length))
         return malformedLine("data length is not a number of the log's base");
-    }
     char const* const cause =
         length <= mostClassicBytes ? readData(cursor, length, frame) : readLongData(cursor, length, frame);
     return cause != nullptr ? malformedLine(cause) : ParsedLine{LineKind::Frame};
@@ -263,34 +235,27 @@ char const* AscLog::readLongData(TextCursor& cursor, std::uint32_t number, Frame
     std::uint32_t there = 0;
     TextCursor ahead = cursor;
     std::uint32_t byte = 0;
-    while (there < mostCanBytes && toNumber(ahead.word(), d_base, byte) && byte <= 255) {
+    while (there < mostCanBytes && toNumber(ahead.word(), d_base, byte) && byte <= 255)
         ++there;
-    }
     std::uint32_t length = number;
-    if (number <= highestLengthCode && (there == fdLength(number) || there == mostClassicBytes)) {
+    if (number <= highestLengthCode && (there == fdLength(number) || there == mostClassicBytes))
         length = there;
-    }
-    if (length > mostCanBytes) {
+    if (length > mostCanBytes)
         return "data length above 64";
-    }
-    if (length > mostClassicBytes) {
+    if (length > mostClassicBytes)
         frame.flags |= frameFlag::fd;
-    }
     return readData(cursor, length, frame);
 }
 
 char const* AscLog::readIdentifier(std::string_view word, Frame& frame) const {
     bool const extended = !word.empty() && word.back() == 'x';
     frame.flags = extended ? frameFlag::extended : 0;
-    if (extended) {
+    if (extended)
         word.remove_suffix(1);
-    }
-    if (!toNumber(word, d_base, frame.address)) {
+    if (!toNumber(word, d_base, frame.address))
         return "identifier is not a number of the log's base";
-    }
-    if (frame.address > (extended ? highestExtendedIdentifier : highestStandardIdentifier)) {
+    if (frame.address > (extended ? highestExtendedIdentifier : highestStandardIdentifier))
         return extended ? "identifier above 1FFFFFFF" : "identifier without x above 7FF";
-    }
     return nullptr;
 }
 
@@ -298,13 +263,11 @@ char const* AscLog::readData(TextCursor& cursor, std::uint32_t length, Frame& fr
     frame.length = static_cast<std::uint8_t>(length);
     for (std::uint32_t i = 0; i < length; ++i) {
         std::string_view const word = cursor.word();
-        if (word.empty()) {
+        if (word.empty())
             return fewBytes;
-        }
         std::uint32_t byte = 0;
-        if (!toNumber(word, d_base, byte) || byte > 255) {
+        if (!toNumber(word, d_base, byte) || byte > 255)
             return "data byte is not a number of the log's base up to 255";
-        }
         frame.bytes[i] = static_cast<std::uint8_t>(byte);
     }
     return nullptr;

@@ -16,17 +16,15 @@ constexpr std::uint8_t noDigit = 0xFF;
 
 constexpr std::array<std::uint8_t, 256> makeHexDigits() {
     std::array<std::uint8_t, 256> values{};
-    for (unsigned i = 0; i < values.size(); ++i) {
-        if (i >= '0' && i <= '9') {
+    for (unsigned i = 0; i < values.size(); ++i)
+        if (i >= '0' && i <= '9')
             values[i] = static_cast<std::uint8_t>(i - '0');
-        } else if (i >= 'a' && i <= 'f') {
+        else if (i >= 'a' && i <= 'f')
             values[i] = static_cast<std::uint8_t>(i - 'a' + 10);
-        } else if (i >= 'A' && i <= 'F') {
+        else if (i >= 'A' && i <= 'F')
             values[i] = static_cast<std::uint8_t>(i - 'A' + 10);
-        } else {
+        else
             values[i] = noDigit;
-        }
-    }
     return values;
 }
 
@@ -62,32 +60,27 @@ std::uint32_t readHexDigits(char const* text, unsigned count, unsigned& strange)
 // The readers below return the cause if they fail, and nothing if they do not.
 
 char const* readBracketedTime(TextCursor& cursor, Frame& frame) {
-    if (!cursor.take('(')) {
+    if (!cursor.take('('))
         return "line does not begin with a time in parentheses";
-    }
-    if (char const* const cause = readTime(cursor, frame.timestamp)) {
+    if (char const* const cause = readTime(cursor, frame.timestamp))
         return cause;
-    }
-    if (!cursor.take(')')) {
+    if (!cursor.take(')'))
         return "time stamp is not closed by a parenthesis";
-    }
     return nullptr;
 }
 
 char const* readChannel(TextCursor& cursor, Frame& frame) {
     constexpr unsigned beyondRange = 256;
     cursor.skipBlanks();
-    if (cursor.atEnd()) {
+    if (cursor.atEnd())
         return "no interface name";
-    }
     unsigned number = 0;
     for (; !cursor.atEnd() && !isBlank(cursor.peek()); cursor.advance()) {
         char const character = cursor.peek();
         number = isDecimalDigit(character) ? std::min(number * 10 + hexDigit(character), beyondRange) : 0;
     }
-    if (number >= beyondRange) {
+    if (number >= beyondRange)
         return "channel number above 255";
-    }
     frame.channel = static_cast<std::uint8_t>(number);
     return nullptr;
 }
@@ -99,22 +92,18 @@ char const* readIdentifier(TextCursor& cursor, Frame& frame, bool& isError) {
     cursor.skipBlanks();
     std::uint32_t value = 0;
     unsigned digits = 0;
-    for (; hexDigit(cursor.peek()) != noDigit && digits <= extendedDigits; cursor.advance(), ++digits) {
+    for (; hexDigit(cursor.peek()) != noDigit && digits <= extendedDigits; cursor.advance(), ++digits)
         value = (value << 4) | hexDigit(cursor.peek());
-    }
-    if (digits != standardDigits && digits != extendedDigits) {
+    if (digits != standardDigits && digits != extendedDigits)
         return "identifier has neither 3 nor 8 hexadecimal digits";
-    }
-    if (!cursor.take('#')) {
+    if (!cursor.take('#'))
         return "identifier is not followed by '#'";
-    }
     bool const extended = digits == extendedDigits;
     frame.flags = extended ? frameFlag::extended : 0;
     isError = extended && (value & errorFrameBit) != 0;
     frame.address = isError ? value & ~errorFrameBit : value;
-    if (frame.address > (extended ? highestExtendedIdentifier : highestStandardIdentifier)) {
+    if (frame.address > (extended ? highestExtendedIdentifier : highestStandardIdentifier))
         return extended ? "identifier above 1FFFFFFF" : "identifier of 3 digits above 7FF";
-    }
     return nullptr;
 }
 
@@ -126,9 +115,8 @@ bool atFieldEnd(TextCursor const& cursor) {
 char const* readRawLengthCode(TextCursor& cursor) {
     if (cursor.take('_')) {
         std::uint8_t const code = hexDigit(cursor.peek());
-        if (code == noDigit || code <= 8) {
+        if (code == noDigit || code <= 8)
             return "raw length code is not one of 9 to F";
-        }
         cursor.advance();
     }
     return nullptr;
@@ -140,22 +128,19 @@ char const* readData(TextCursor& cursor, Frame& frame) {
     std::size_t const most = isFd ? mostCanBytes : mostClassicBytes;
     std::uint8_t length = 0;
     for (; hexDigit(cursor.peek()) != noDigit; ++length) {
-        if (length == most) {
+        if (length == most)
             return isFd ? "more than 64 data bytes" : "more than 8 data bytes";
-        }
         std::uint8_t const high = hexDigit(cursor.peek());
         cursor.advance();
         std::uint8_t const low = hexDigit(cursor.peek());
-        if (low == noDigit) {
+        if (low == noDigit)
             return atFieldEnd(cursor) || cursor.peek() == '_' ? "odd number of data digits" : badCharacter;
-        }
         cursor.advance();
         frame.bytes[length] = static_cast<std::uint8_t>(high << 4 | low);
     }
     frame.length = length;
-    if (length == mostClassicBytes && !isFd) {
+    if (length == mostClassicBytes && !isFd)
         return readRawLengthCode(cursor);
-    }
     return atFieldEnd(cursor) ? nullptr : badCharacter;
 }
 
@@ -171,9 +156,8 @@ char const* readRemoteLength(TextCursor& cursor, Frame& frame) {
 // "1": bit 0 is the bit rate switch, bit 1 the error state.
 char const* readFdFlags(TextCursor& cursor, Frame& frame) {
     std::uint8_t const flags = hexDigit(cursor.peek());
-    if (flags == noDigit) {
+    if (flags == noDigit)
         return "'##' is not followed by the flags of a CAN FD frame";
-    }
     cursor.advance();
     frame.flags |= frameFlag::fd;
     frame.add(frameFlag::bitRateSwitch, (flags & 1) != 0);
@@ -182,14 +166,12 @@ char const* readFdFlags(TextCursor& cursor, Frame& frame) {
 }
 
 char const* readLineEnd(TextCursor& cursor, Frame& frame) {
-    if (!atFieldEnd(cursor)) {
+    if (!atFieldEnd(cursor))
         return "frame is not followed by a blank";
-    }
     std::string_view const direction = cursor.word();
     bool const directionFits = direction.empty() || direction == "R" || direction == "T";
-    if (!direction.empty()) {
+    if (!direction.empty())
         frame.flags |= direction == "R" ? frameFlag::received : frameFlag::transmitted;
-    }
     cursor.skipBlanks();
     return directionFits && cursor.atEnd() ? nullptr : "text behind the frame";
 }
@@ -200,9 +182,8 @@ char const* readLineEnd(TextCursor& cursor, Frame& frame) {
 bool CandumpLog::readSecond(char const* text) {
     unsigned strange = text[0] != '(' || text[11] != '.' ? 1 : 0;
     std::uint64_t const seconds = readDigits(text + 1, 10, strange);
-    if (strange != 0) {
+    if (strange != 0)
         return false;
-    }
     std::copy_n(text, d_secondText.size(), d_secondText.begin());
     d_second = seconds * 1'000'000;
     return true;
@@ -215,14 +196,12 @@ bool CandumpLog::readSecond(char const* text) {
 bool CandumpLog::readUsualLine(std::string_view line, Frame& frame) {
     constexpr std::size_t behindTime = 20;
     constexpr std::size_t shortest = behindTime + 6; // a name of one character, a blank, and "123#"
-    if (line.size() < shortest) {
+    if (line.size() < shortest)
         return false;
-    }
     char const* const text = line.data();
     // Hundreds of lines in a row begin with the same second.
-    if (std::memcmp(text, d_secondText.data(), d_secondText.size()) != 0 && !readSecond(text)) {
+    if (std::memcmp(text, d_secondText.data(), d_secondText.size()) != 0 && !readSecond(text))
         return false;
-    }
     unsigned strange = text[18] != ')' || text[19] != ' ' ? 1 : 0;
     frame.bus = Bus::Can;
     frame.timestamp = d_second + readDigits(text + 12, 6, strange);
@@ -232,9 +211,8 @@ bool CandumpLog::readUsualLine(std::string_view line, Frame& frame) {
     unsigned channel = 0;
     for (; !isBlank(*position); ++position) {
         channel = isDecimalDigit(*position) ? channel * 10 + hexDigit(*position) : 0;
-        if (channel > 255 || end - position <= 5) {
+        if (channel > 255 || end - position <= 5)
             return false;
-        }
     }
     strange |= position == text + behindTime || *position != ' ' ? 1 : 0;
     ++position;
@@ -243,20 +221,17 @@ bool CandumpLog::readUsualLine(std::string_view line, Frame& frame) {
     bool const extended = position[3] != '#';
     frame.flags = extended ? frameFlag::extended : 0;
     unsigned const idDigits = extended ? 8 : 3;
-    if (extended && (end - position <= 8 || position[8] != '#')) {
+    if (extended && (end - position <= 8 || position[8] != '#'))
         return false;
-    }
     frame.address = readHexDigits(position, idDigits, strange);
     position += idDigits + 1;
 
     auto const dataDigits = static_cast<std::size_t>(end - position);
-    if (dataDigits % 2 != 0 || dataDigits > 2 * mostClassicBytes) {
+    if (dataDigits % 2 != 0 || dataDigits > 2 * mostClassicBytes)
         return false;
-    }
     frame.length = static_cast<std::uint8_t>(dataDigits / 2);
-    for (std::size_t i = 0; i < frame.length; ++i) {
+    for (std::size_t i = 0; i < frame.length; ++i)
         frame.bytes[i] = static_cast<std::uint8_t>(readHexDigits(position + 2 * i, 2, strange));
-    }
     return strange == 0 && frame.address <= (extended ? highestExtendedIdentifier : highestStandardIdentifier);
 }
 
@@ -267,42 +242,33 @@ bool CandumpLog::fits(std::string_view line) {
 }
 
 ParsedLine CandumpLog::parse(std::string_view line, Frame& frame) {
-    if (readUsualLine(line, frame)) {
+    if (readUsualLine(line, frame))
         return {LineKind::Frame};
-    }
     frame.bus = Bus::Can;
     TextCursor cursor(line);
     cursor.skipBlanks();
-    if (cursor.atEnd()) {
+    if (cursor.atEnd())
         return {LineKind::Other};
-    }
-    if (char const* const cause = readBracketedTime(cursor, frame)) {
+    if (char const* const cause = readBracketedTime(cursor, frame))
         return malformedLine(cause);
-    }
-    if (char const* const cause = readChannel(cursor, frame)) {
+    if (char const* const cause = readChannel(cursor, frame))
         return malformedLine(cause);
-    }
     bool isError = false;
-    if (char const* const cause = readIdentifier(cursor, frame, isError)) {
+    if (char const* const cause = readIdentifier(cursor, frame, isError))
         return malformedLine(cause);
-    }
     if (cursor.take('#')) {
-        if (char const* const cause = readFdFlags(cursor, frame)) {
+        if (char const* const cause = readFdFlags(cursor, frame))
             return malformedLine(cause);
-        }
     } else if (cursor.take('R')) {
         frame.flags |= frameFlag::remote;
     }
-    if (isError) {
+    if (isError)
         frame.flags |= frameFlag::error;
-    }
     char const* const cause = frame.is(frameFlag::remote) ? readRemoteLength(cursor, frame) : readData(cursor, frame);
-    if (cause != nullptr) {
+    if (cause != nullptr)
         return malformedLine(cause);
-    }
-    if (char const* const end = readLineEnd(cursor, frame)) {
+    if (char const* const end = readLineEnd(cursor, frame))
         return malformedLine(end);
-    }
     return {LineKind::Frame};
 }
 

@@ -30,21 +30,18 @@ std::uint32_t readFraction(TextCursor& cursor) {
 } // namespace
 
 char const* readTime(TextCursor& cursor, std::uint64_t& microseconds) {
-    if (!isDecimalDigit(cursor.peek())) {
+    if (!isDecimalDigit(cursor.peek()))
         return "time stamp is not a number";
-    }
     std::uint64_t seconds = 0;
     for (; isDecimalDigit(cursor.peek()); cursor.advance()) {
         seconds = seconds * 10 + digitOf(cursor.peek());
-        if (seconds > mostSeconds) {
+        if (seconds > mostSeconds)
             return timeTooLarge;
-        }
     }
     std::uint64_t const whole = seconds * microsecondsPerSecond;
     std::uint32_t const fraction = cursor.take('.') ? readFraction(cursor) : 0;
-    if (fraction > std::numeric_limits<std::uint64_t>::max() - whole) {
+    if (fraction > std::numeric_limits<std::uint64_t>::max() - whole)
         return timeTooLarge;
-    }
     microseconds = whole + fraction;
     return nullptr;
 }

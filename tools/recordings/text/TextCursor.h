@@ -26,16 +26,14 @@ public:
     void advance() { ++d_position; } // not at the end
     // Moves over `character` if it comes next.
     bool take(char character) {
-        if (atEnd() || *d_position != character) {
+        if (atEnd() || *d_position != character)
             return false;
-        }
         ++d_position;
         return true;
     }
     void skipBlanks() {
-        while (!atEnd() && isBlank(*d_position)) {
+        while (!atEnd() && isBlank(*d_position))
             ++d_position;
-        }
     }
     // Moves over blanks and the word behind them, which is empty at the end of the line.
     std::string_view word() {

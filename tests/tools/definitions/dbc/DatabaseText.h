@@ -41,9 +41,8 @@ inline std::string namesOf(Database const& database) {
     std::string text;
     for (MessageDefinition const& message : database.messages) {
         text += message.name + ": ";
-        for (SignalDefinition const& signal : message.signals) {
+        for (SignalDefinition const& signal : message.signals)
             text += signal.name + " ";
-        }
         text += "; ";
     }
     return text;
@@ -51,9 +50,8 @@ inline std::string namesOf(Database const& database) {
 
 inline std::string valuesOf(SignalDefinition const& signal) {
     std::string text;
-    for (ValueText const& value : signal.values) {
+    for (ValueText const& value : signal.values)
         text += std::to_string(value.value) + "=" + value.text + " ";
-    }
     return text;
 }
 

@@ -46,9 +46,8 @@ std::size_t countSignalLines(std::string const& text) {
     for (std::size_t begin = 0; begin < text.size();) {
         std::size_t const end = std::min(text.find_first_of("\r\n", begin), text.size());
         std::string const line = text.substr(begin, end - begin);
-        if (line.compare(0, 4, "BO_ ") == 0) {
+        if (line.compare(0, 4, "BO_ ") == 0)
             counts = line.find("VECTOR__INDEPENDENT_SIG_MSG") == std::string::npos;
-        }
         count += counts && signal.matches(line) ? 1 : 0;
         begin = end + 1;
     }
@@ -57,17 +56,15 @@ std::size_t countSignalLines(std::string const& text) {
 
 std::size_t countSignals(Database const& database) {
     std::size_t count = 0;
-    for (MessageDefinition const& message : database.messages) {
+    for (MessageDefinition const& message : database.messages)
         count += message.signals.size();
-    }
     return count;
 }
 
 std::size_t countLeftOutSignals(Database const& database) {
     std::size_t count = 0;
-    for (Problem const& problem : database.problems) {
+    for (Problem const& problem : database.problems)
         count += problem.severity == Severity::Error && problem.text.compare(0, 4, "SG_ ") == 0 ? 1 : 0;
-    }
     return count;
 }
 
@@ -77,9 +74,8 @@ std::size_t countSignalsOfLeftOutMessages(Database const& database, std::string 
     for (Problem const& problem : database.problems) {
         if (problem.severity == Severity::Error && problem.text.compare(0, 4, "BO_ ") == 0) {
             std::size_t begin = 0;
-            for (std::size_t line = 1; line < problem.line; ++line) {
+            for (std::size_t line = 1; line < problem.line; ++line)
                 begin = text.find('\n', begin) + 1;
-            }
             count += countSignalLines(text.substr(begin, text.find("\nBO_ ", begin) - begin));
         }
     }
@@ -90,14 +86,12 @@ std::size_t countSignalsOfLeftOutMessages(Database const& database, std::string 
 
 TEST(DbcFiles, everySignalLineIsASignalOrAProblem) {
     char const* const data = std::getenv("QZSIGNAL_DATA");
-    if (data == nullptr) {
+    if (data == nullptr)
         GTEST_SKIP() << "QZSIGNAL_DATA names no folder with definition files in dbc/";
-    }
     std::size_t files = 0;
     for (auto const& entry : std::filesystem::recursive_directory_iterator(std::filesystem::path(data) / "dbc")) {
-        if (entry.path().extension() != ".dbc") {
+        if (entry.path().extension() != ".dbc")
             continue;
-        }
         ++files;
         std::string const text = contentOf(entry.path());
         Database const database = readDatabase(text);

@@ -33,9 +33,8 @@ void expectLeftOutAlone(Case const& c) {
     Database const database = readDatabase(surrounded(c.statement));
     EXPECT_EQ(c.problems, problemsOf(database)) << c.statement;
     EXPECT_EQ("Engine: Speed Load ; Brake: Pedal ; ", namesOf(database)) << c.statement;
-    if (!database.messages.empty() && !database.messages.back().signals.empty()) {
+    if (!database.messages.empty() && !database.messages.back().signals.empty())
         EXPECT_EQ("0=free ", valuesOf(database.messages.back().signals.back())) << c.statement;
-    }
 }
 
 } // namespace
@@ -97,9 +96,8 @@ TEST(DbcProblems, badSignalIsLeftOutAlone) {
         {" SG_ A : 0\" X", "5 error: SG_ 'A': '|' is missing before '\"'; left out\n"},
         {" SG_ A : 0|8@1+ (1,0) [0|0] \"km\n\" X", "5 error: SG_ 'A': the unit is not closed; left out\n"},
     };
-    for (Case const& c : cases) {
+    for (Case const& c : cases)
         expectLeftOutAlone(c);
-    }
 }
 
 TEST(DbcProblems, badMessageIsLeftOutWithItsSignals) {
@@ -182,9 +180,8 @@ TEST(DbcProblems, badReferenceIsLeftOutAlone) {
         {"BA_ \"SystemMessageLongSymbol\" BU_ 100 \"x\";",
          "5 error: BA_: BO_ or SG_ is missing before '100'; left out\n"},
     };
-    for (Case const& c : cases) {
+    for (Case const& c : cases)
         expectLeftOutAlone(c);
-    }
 }
 
 TEST(DbcProblems, damagedStatementDoesNotSwallowItsSuccessors) {
@@ -203,9 +200,8 @@ TEST(DbcProblems, damagedStatementDoesNotSwallowItsSuccessors) {
         {"VERSION 1.0", "5 error: VERSION: there is no text; left out\n"},
         {"CM_ \"a\";\nCM_ \"b\"\n\nCM_ \"c\";", "6 error: CM_: ';' is missing; left out\n"},
     };
-    for (Case const& c : cases) {
+    for (Case const& c : cases)
         expectLeftOutAlone(c);
-    }
 }
 
 TEST(DbcProblems, unknownStatementIsReportedOnce) {
@@ -215,9 +211,8 @@ TEST(DbcProblems, unknownStatementIsReportedOnce) {
         {"\"text\" ;", "5 warning: unknown statement '\"'; skipped up to the next known one\n"},
         {"12 34", "5 warning: unknown statement '12'; skipped up to the next known one\n"},
     };
-    for (Case const& c : cases) {
+    for (Case const& c : cases)
         expectLeftOutAlone(c);
-    }
 }
 
 TEST(DbcProblems, signalAfterAnUnknownStatementJoinsNoMessage) {
@@ -245,9 +240,8 @@ TEST(DbcProblems, endOfFileInsideAStatementIsReported) {
         {"SG_MUL_VAL_ 1 S M 0-", "1 error: SG_MUL_VAL_ 'S': the file ends where a range such as 0-3 should stand; "
                                  "left out\n"},
     };
-    for (Case const& c : cases) {
+    for (Case const& c : cases)
         EXPECT_EQ(c.problems, problemsOf(readDatabase(c.statement))) << c.statement;
-    }
 }
 
 TEST(DbcProblems, questionableThingsAreReadWithAWarning) {

@@ -99,9 +99,8 @@ TEST(DbcRobustness, hostileFilesTakeLinearTime) {
     };
     for (auto const& [pattern, name] : patterns) {
         std::string text;
-        while (text.size() < 500000) {
+        while (text.size() < 500000)
             text += pattern;
-        }
         std::clock_t const start = std::clock(); // of the processor: others may be busy, too
         expectPromises(text);
         EXPECT_LT((std::clock() - start) / CLOCKS_PER_SEC, 10) << name;

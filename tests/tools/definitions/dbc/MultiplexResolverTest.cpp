@@ -20,13 +20,11 @@ struct Case {
 
 Database read(Case const& c) {
     std::string text = "BO_ 1 Message: 8 X\n";
-    for (char const* const signal : c.signals) {
+    for (char const* const signal : c.signals)
         text += " SG_ " + std::string(signal) + " : 0|8@1+ (1,0) [0|0] \"\" X\n";
-    }
     text += std::string(100 - c.signals.size(), '\n');
-    for (char const* const selection : c.selections) {
+    for (char const* const selection : c.selections)
         text += "SG_MUL_VAL_ 1 " + std::string(selection) + ";\n";
-    }
     return readDatabase(text);
 }
 
@@ -158,12 +156,10 @@ TEST(MultiplexResolver, leftOutMultiplexorTakesItsSignalsAlong) {
 TEST(MultiplexResolver, longChainIsResolved) {
     std::string text = "BO_ 1 Message: 8 X\n";
     int const length = 20000;
-    for (int i = length; i >= 0; --i) {
+    for (int i = length; i >= 0; --i)
         text += " SG_ S" + std::to_string(i) + (i == 0 ? " M" : " m1M") + " : 0|8@1+ (1,0) [0|0] \"\" X\n";
-    }
-    for (int i = 1; i <= length; ++i) {
+    for (int i = 1; i <= length; ++i)
         text += "SG_MUL_VAL_ 1 S" + std::to_string(i) + " S" + std::to_string(i - 1) + " 1-1;\n";
-    }
     Database const database = readDatabase(text);
     EXPECT_EQ("", problemsOf(database));
     ASSERT_EQ(static_cast<std::size_t>(length) + 1, database.messages.at(0).signals.size());

@@ -22,9 +22,8 @@ struct Case {
 // Lines of one log, in order.
 void check(std::initializer_list<Case> cases) {
     AscLog log;
-    for (Case const& oneCase : cases) {
+    for (Case const& oneCase : cases)
         EXPECT_EQ(parsed(log, oneCase.line), oneCase.expected) << oneCase.line;
-    }
 }
 
 TEST(AscLogTest, frameFieldsAreRead) {
@@ -236,13 +235,10 @@ TEST(AscLogTest, damagedLinesTellTheirCause) {
 
 TEST(AscLogTest, recognitionAsksForHeaderCommentOrEvent) {
     for (char const* line : {"date Sat", "base hex", "// version", "Begin Triggerblock", "  0.0 Start of measurement",
-                             "12.5", "internal events logged"}) {
+                             "12.5", "internal events logged"})
         EXPECT_TRUE(AscLog::fits(line)) << line;
-    }
-    for (char const* line :
-         {"", "  ", "hello", "12", "1 2501.000 DT 2 00C8", "1) 2.0 Rx", "0.5,1,64", "(1.0) can0 1#"}) {
+    for (char const* line : {"", "  ", "hello", "12", "1 2501.000 DT 2 00C8", "1) 2.0 Rx", "0.5,1,64", "(1.0) can0 1#"})
         EXPECT_FALSE(AscLog::fits(line)) << line;
-    }
 }
 
 } // namespace

@@ -20,9 +20,8 @@ struct Case {
 };
 
 void check(std::initializer_list<Case> cases) {
-    for (Case const& oneCase : cases) {
+    for (Case const& oneCase : cases)
         EXPECT_EQ(parsed(oneCase.line), oneCase.expected) << oneCase.line;
-    }
 }
 
 TEST(CandumpLogTest, frameFieldsAreRead) {
@@ -200,9 +199,8 @@ TEST(CandumpLogTest, usualLinesAndTheirNeighboursAreReadLikeAnyOther) {
         ASSERT_EQ(CandumpLog().parse(usual, frame).kind, LineKind::Frame) << usual;
         for (std::size_t i = 0; i <= usual.size(); ++i) {
             std::string shorter = usual;
-            if (i < usual.size()) {
+            if (i < usual.size())
                 shorter.erase(i, 1);
-            }
             EXPECT_EQ(parsed(shorter), parsed(" " + shorter)) << shorter;
             for (char const other : std::string_view(others, sizeof others - 1)) {
                 std::string longer = usual, changed = usual;

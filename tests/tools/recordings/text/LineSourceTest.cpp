@@ -55,9 +55,8 @@ std::vector<std::string> allLines(Source& source) {
     std::vector<std::string> lines;
     for (std::string line = nextLine(source); line != "<end>"; line = nextLine(source)) {
         lines.push_back(line);
-        if (line == "<failed>" || line == "<interrupted>") {
+        if (line == "<failed>" || line == "<interrupted>")
             break;
-        }
     }
     return lines;
 }
@@ -124,9 +123,8 @@ TEST(LineSourceTest, portionsDoNotShow) {
         expected.emplace_back(length, static_cast<char>('a' + i % 26));
         text += expected.back() + (i % 3 == 0 ? "\r\n" : "\n");
     }
-    for (std::size_t longest : {7U, 997U, 100'000U}) {
+    for (std::size_t longest : {7U, 997U, 100'000U})
         EXPECT_EQ(linesThroughPipe(text, longest), expected) << longest;
-    }
 }
 
 TEST(LineSourceTest, linesComeWhileTheWriterPauses) {
