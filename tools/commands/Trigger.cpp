@@ -74,10 +74,10 @@ public:
             return statusOf(prepared);
         noteStopRequests();
         d_live = recording.totalBytes() == 0;
-        d_printer.begin();
         Drive drive(recording, d_definitions.channels(), d_frame, d_stop);
         d_recording = &recording;
         drive.run(*this);
+        d_printer.begin(recording.placeKind());
         UnfedFrames const unfed = sortOut(drive.unfed(), d_definitions);
         ExitStatus const status = report(drive, unfed, d_options.trace, d_console);
         if (drive.counts().frames != 0)
@@ -160,20 +160,20 @@ private:
             end(d_lastTime, false);
     }
 
-    void evaluate(std::uint64_t time, std::uint64_t line) {
+    void evaluate(std::uint64_t time, std::uint64_t place) {
         d_written = d_written || d_parser->isWritten();
         if (!d_written || d_parser->getTrigger() == d_true)
             return;
         if (d_true)
             end(time, true);
         else
-            begin(time, line);
+            begin(time, place);
     }
 
-    void begin(std::uint64_t time, std::uint64_t line) {
+    void begin(std::uint64_t time, std::uint64_t place) {
         d_true = true;
         d_found = true;
-        d_moment = {time, static_cast<std::size_t>(line), 0, false};
+        d_moment = {time, place, 0, false};
         if (!d_options.level)
             print();
     }
@@ -188,6 +188,7 @@ private:
     }
 
     void print() {
+        d_printer.begin(d_recording->placeKind());
         d_printer.print(d_moment);
         if (d_live)
             d_console.results().flush();

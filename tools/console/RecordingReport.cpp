@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <string_view>
 
 namespace qztool {
 
@@ -36,14 +37,16 @@ ExitStatus report(Drive const& drive, UnfedFrames const& unfed, std::string cons
     bool const failed = !findings.problem().empty();
     if (failed)
         console.error(findings.problem());
+    bool const hasLines = std::string_view(drive.recording().placeKind()) == "line";
     for (Malformed const& malformed : findings.malformed())
-        console.error(path, ":", malformed.places.text(), ": ", malformed.cause);
+        console.error(path, hasLines ? ":" : ": " + std::string(drive.recording().placeKind()) + " ",
+                      malformed.places.text(), ": ", malformed.cause);
     if (stopRequested())
         return failed ? exitNothingUsable : exitSuccess;
     if (frames == 0) {
         bool const bad = failed || findings.malformedCount() != 0;
         if (!failed)
-            console.error(path, bad ? ": no line contains a frame" : ": contains no frame");
+            console.error(path, bad && hasLines ? ": no line contains a frame" : ": contains no frame");
         return bad ? exitBadData : exitNothingUsable;
     }
     if (unfed.notDefined == frames) {

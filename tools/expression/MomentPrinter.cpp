@@ -9,24 +9,29 @@ namespace qztool {
 
 namespace {
 
-void printText(std::ostream& out, Moment const& moment, bool withHeld) {
+// Programs ask for lines or for objects; packets count as these.
+char const* placeKey(std::string const& placeKind) {
+    return placeKind == "line" ? "line" : "object";
+}
+
+void printText(std::ostream& out, Moment const& moment, bool withHeld, std::string const& placeKind) {
     out << secondsText(moment.timestamp) << " true";
     if (withHeld)
         out << " for " << secondsText(moment.held) << " s" << (moment.ended ? "" : ", to the end of the recording");
-    out << " (line " << moment.line << ")\n";
+    out << " (" << placeKind << " " << moment.place << ")\n";
 }
 
 void printCsv(std::ostream& out, Moment const& moment, bool withHeld) {
-    out << secondsText(moment.timestamp) << "," << moment.line;
+    out << secondsText(moment.timestamp) << "," << moment.place;
     if (withHeld)
         out << "," << secondsText(moment.held) << "," << (moment.ended ? "true" : "false");
     out << "\n";
 }
 
-void printJson(std::ostream& out, Moment const& moment, bool withHeld) {
+void printJson(std::ostream& out, Moment const& moment, bool withHeld, std::string const& placeKind) {
     nlohmann::ordered_json json;
     json["timestamp"] = moment.timestamp;
-    json["line"] = moment.line;
+    json[placeKey(placeKind)] = moment.place;
     if (withHeld) {
         json["held"] = moment.held;
         json["ended"] = moment.ended;
@@ -36,19 +41,22 @@ void printJson(std::ostream& out, Moment const& moment, bool withHeld) {
 
 } // namespace
 
-void MomentPrinter::begin() {
+void MomentPrinter::begin(char const* placeKind) {
+    if (!d_placeKind.empty())
+        return;
+    d_placeKind = placeKind;
     if (d_format == MomentFormat::Csv)
-        d_out << (d_withHeld ? "time,line,held,ended\n" : "time,line\n");
+        d_out << "time," << placeKey(d_placeKind) << (d_withHeld ? ",held,ended\n" : "\n");
 }
 
 void MomentPrinter::print(Moment const& moment) {
     switch (d_format) {
     case MomentFormat::Text:
-        return printText(d_out, moment, d_withHeld);
+        return printText(d_out, moment, d_withHeld, d_placeKind);
     case MomentFormat::Csv:
         return printCsv(d_out, moment, d_withHeld);
     case MomentFormat::Json:
-        return printJson(d_out, moment, d_withHeld);
+        return printJson(d_out, moment, d_withHeld, d_placeKind);
     }
 }
 

@@ -1,15 +1,15 @@
 // The moments of a recording at which a condition becomes true, as text or for other programs.
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 #include <ostream>
+#include <string>
 
 namespace qztool {
 
 struct Moment {
     std::uint64_t timestamp = 0; // microseconds, as recorded
-    std::size_t line = 0;        // of the frame in the recording, counted from 1
+    std::uint64_t place = 0;     // of the frame in the recording: number of its line, object or packet, from 1
     std::uint64_t held = 0;      // microseconds until the condition became false, or until the recording's last frame
     bool ended = false;          // it became false again
 };
@@ -22,15 +22,17 @@ public:
     MomentPrinter(std::ostream& out, MomentFormat format, bool withHeld)
         : d_out(out), d_format(format), d_withHeld(withHeld) {}
 
-    // Writes what comes before the first moment: in CSV the names of the columns.
-    void begin();
-    // Writes a line. It is not flushed.
+    // Writes what comes before the first moment: in CSV the names of the columns. `placeKind` is what moments count as
+    // their places: "line", "object" or "packet". Further calls do nothing.
+    void begin(char const* placeKind);
+    // Writes a line, after `begin`. It is not flushed.
     void print(Moment const& moment);
 
 private:
     std::ostream& d_out;
     MomentFormat d_format;
     bool d_withHeld;
+    std::string d_placeKind; // empty: not begun
 };
 
 } // namespace qztool

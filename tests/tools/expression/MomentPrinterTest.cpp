@@ -11,10 +11,11 @@ namespace {
 constexpr Moment ended = {1700000007000042, 12, 4320000, true};
 constexpr Moment unended = {15991, 1, 0, false};
 
-std::string printed(MomentFormat format, bool withHeld) {
+std::string printed(MomentFormat format, bool withHeld, char const* placeKind = "line") {
     std::ostringstream out;
     MomentPrinter printer(out, format, withHeld);
-    printer.begin();
+    printer.begin(placeKind);
+    printer.begin(placeKind);
     printer.print(ended);
     printer.print(unended);
     return out.str();
@@ -42,6 +43,16 @@ TEST(MomentPrinterTest, jsonHasAnObjectALineAndMicroseconds) {
     EXPECT_EQ(printed(MomentFormat::Json, true),
               "{\"timestamp\":1700000007000042,\"line\":12,\"held\":4320000,\"ended\":true}\n"
               "{\"timestamp\":15991,\"line\":1,\"held\":0,\"ended\":false}\n");
+}
+
+TEST(MomentPrinterTest, placesOfOtherRecordingsAreObjectsOrPackets) {
+    EXPECT_EQ(printed(MomentFormat::Text, false, "packet"),
+              "1700000007.000042 true (packet 12)\n0.015991 true (packet 1)\n");
+    for (char const* const kind : {"object", "packet"}) {
+        EXPECT_EQ(printed(MomentFormat::Csv, false, kind), "time,object\n1700000007.000042,12\n0.015991,1\n");
+        EXPECT_EQ(printed(MomentFormat::Json, false, kind),
+                  "{\"timestamp\":1700000007000042,\"object\":12}\n{\"timestamp\":15991,\"object\":1}\n");
+    }
 }
 
 } // namespace
