@@ -87,7 +87,7 @@ one_place_each() {
         fi
     done <<'PATTERNS'
 >= '0' && .* <= '9'
-^[^/]*"/tmp/"
+"/tmp"
 "\[ERROR\] "
 "\[WARNING\] "
 PATTERNS
@@ -96,7 +96,7 @@ PATTERNS
 
 check format scripts/format.sh --check
 check shell scripts_check
-advise one-place-each one_place_each
+check one-place-each one_place_each
 advise wording scripts/wording.py
 
 # Generated sources have to be there before anything that includes them can be parsed.

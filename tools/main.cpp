@@ -79,7 +79,7 @@ int run(int argc, char const* const* argv, qztool::Console& console) {
 } // namespace
 
 int main(int argc, char** argv) {
-    // Whoever reads our output may stop reading; that must not keep a replay from removing its segments.
+    // The reader of our output may stop reading; that must not keep a replay from removing its segments.
     std::signal(SIGPIPE, SIG_IGN);
     qztool::Console console;
     try {

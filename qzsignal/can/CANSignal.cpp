@@ -49,7 +49,7 @@ std::vector<std::vector<CANSignal*>> CANSignal::canMessageVector(tableSize);
 
 CANSignal::CANSignal(char const* name, bool owner, bool shared) : SharedRecord(name, "", owner, shared) {}
 
-// From here on the destructor runs if anything fails, and leaves nothing behind.
+// From here on the destructor runs if anything fails, and undoes all of it.
 CANSignal::CANSignal(canSignal_t const& definition, bool shared) : CANSignal(definition.name.c_str(), true, shared) {
     // Where the destructor looks, as long as there is no segment.
     d_localData.bus = static_cast<std::uint8_t>(definition.bus);

@@ -1,5 +1,5 @@
 /// @file
-/// The self-contained CAN signal, which keeps its bits as they lie in a frame.
+/// The self-contained CAN signal, which keeps its bits at their places in a frame.
 #pragma once
 
 #include "qzsignal/Export.h"
@@ -102,8 +102,8 @@ public:
     static std::vector<std::vector<CANSignal*>> canMessageVector;
 
     /// @{
-    /// Defines the signal, in a shared segment or (`shared` false) in the object. A record that another run left behind
-    /// is initialised anew, under readers that are attached to it. If the segment cannot be had, that is reported and
+    /// Defines the signal, in a shared segment or (`shared` false) in the object. A record that another run left is
+    /// initialised again, under readers that are attached to it. If the segment cannot be had, that is reported and
     /// the signal works on a record inside the object.
     CANSignal(canSignal_t const& definition, bool shared);
     CANSignal(unsigned char bus, unsigned short id, char const* name, char const* unit, canValue_t type,

@@ -20,7 +20,7 @@ bool leadsUp(char const* name) {
 class Location {
 public:
     explicit Location(std::string const& instance) : d_path(keyPath(instance)), d_name(d_path.data()) {
-        char* part = d_name + std::strlen("/tmp/");
+        char* part = d_name + std::strlen(keyFolder) + 1;
         if (std::strchr(part, '/') != nullptr)
             enterFolders(part);
         d_exists = d_exists && !leadsUp(part);
@@ -39,7 +39,7 @@ public:
 private:
     // Moves `part` on to the last part of the path.
     void enterFolders(char*& part) {
-        d_folder = open("/tmp", O_PATH | O_DIRECTORY | O_CLOEXEC);
+        d_folder = open(keyFolder, O_PATH | O_DIRECTORY | O_CLOEXEC);
         while (char* const slash = std::strchr(part, '/')) {
             *slash = '\0';
             int const inner = leadsUp(part) || d_folder < 0 ? -1 : openFolder(part);

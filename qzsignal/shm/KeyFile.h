@@ -6,8 +6,10 @@
 
 namespace qzsignal {
 
+constexpr char keyFolder[] = "/tmp";
+
 inline std::string keyPath(std::string const& instance) {
-    return "/tmp/" + instance;
+    return std::string(keyFolder) + "/" + instance;
 }
 
 // The key that `ftok(path, 'f')` computes for the key file of an instance; -1 if there is no such file. A link is no

@@ -21,7 +21,7 @@ namespace qzsignal {
 namespace {
 
 // An access holds the lock for well under a microsecond, so a process that keeps it for longer was preempted or
-// stopped, for nobody knows how long.
+// stopped, for an unknown time.
 constexpr std::chrono::milliseconds longestTakeover(10);
 
 // After a trylock: makes a mutex usable again that a dead owner left, and returns the result.

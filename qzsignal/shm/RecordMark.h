@@ -53,7 +53,7 @@ inline void setMark(std::uint8_t& field, std::uint8_t mark) {
     keepOrder();
 }
 
-// The mark of the whole record that a change leaves behind; `before` is what the change found.
+// The mark of the whole record that a change leaves; `before` is what the change found.
 inline std::uint8_t markAfter(std::uint8_t before) {
     return before < recordCounts - 1 ? static_cast<std::uint8_t>(before + 1) : std::uint8_t{0};
 }

@@ -66,8 +66,8 @@ static_assert(offsetof(shmSignalData_t, timestamp) == 152 + alignedRecordShift, 
 class QZSIGNAL_EXPORT QZSIGNAL_CACHE_ALIGNED ShmSignal
     : public qzsignal::SharedRecord<ShmSignal, shmSignalData_t, std::uint8_t> {
 public:
-    /// Defines the signal, in a shared segment or (`shared` false) in the object. A record that another run left behind
-    /// is initialised anew, under readers that are attached to it. If the segment cannot be had, that is reported and
+    /// Defines the signal, in a shared segment or (`shared` false) in the object. A record that another run left is
+    /// initialised again, under readers that are attached to it. If the segment cannot be had, that is reported and
     /// the signal works on a record inside the object.
     ShmSignal(baseSignalDef_t const& definition, bool shared);
 
@@ -94,7 +94,7 @@ public:
 
     /// @{
     /// Both return false, and leave their arguments alone, if no value was written yet or the segment is not there. The
-    /// physical value is computed once per new value, by whoever reads it first.
+    /// physical value is computed once per new value, by the first to read it.
     bool read(double& phys, unsigned long long& timestamp) override;
     bool read(unsigned long long& value, unsigned long long& timestamp) override;
     /// @}

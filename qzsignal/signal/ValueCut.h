@@ -8,7 +8,7 @@
 
 namespace qzsignal {
 
-/// How a signal lies over several bytes of a payload.
+/// The order of the payload bytes that a signal extends over.
 enum class ByteOrder : bool {
     Little = false, ///< Intel: upward, from the lowest bit of the value
     Big = true,     ///< Motorola: from its highest bit downward, then into the next byte

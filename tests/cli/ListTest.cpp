@@ -21,7 +21,7 @@ std::uint64_t microsecondsNow() {
             .count());
 }
 
-// "name type value unit age" with the columns' blanks folded.
+// "name type value unit age" with the columns' spaces folded.
 std::string folded(std::string const& line) {
     std::string result;
     for (char const c : line)
@@ -92,7 +92,7 @@ TEST_F(ListTest, jsonIsOneArray) {
 }
 
 TEST_F(ListTest, leavesOutWhatIsNoSignal) {
-    // A segment of a record's size that nobody initialised, one of another size, and a key file without any.
+    // A segment of a record's size that no process initialised, one of another size, and a key file without any.
     SharedName const unfinished("unfinished"), foreign("foreign"), lonely("lonely");
     for (SharedName const* const each : {&unfinished, &foreign, &lonely})
         close(open(each->path().c_str(), O_CREAT | O_WRONLY | O_CLOEXEC, 0666));

@@ -78,7 +78,7 @@ public:
     }
 
 private:
-    // The entries of a section, without the two blanks before each. What is further to the right belongs to the line
+    // The entries of a section, without the two spaces before each. What is further to the right belongs to the line
     // before.
     Words entries(std::string const& heading) const {
         Words found;

@@ -74,7 +74,7 @@ public:
 private:
     char peek(std::size_t ahead) const { return d_at + ahead < d_text.size() ? d_text[d_at + ahead] : '\0'; }
 
-    // Skips a blank line or a comment line, if one starts here.
+    // Skips an empty line or a comment line, if one starts here.
     bool skipLine() {
         if (d_at != 0 && d_text[d_at - 1] != '\n')
             return false;

@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <vector>
 
-// Takes numbers from the front, big endian. Behind the end there are zeros.
+// Takes numbers from the front, big endian. Past the end there are zeros.
 class Input {
 public:
     Input(std::uint8_t const* data, std::size_t size) : d_position(data), d_end(data + size) {}

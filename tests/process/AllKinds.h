@@ -209,7 +209,7 @@ public:
         d_can.length = 8;
     }
 
-    // False if nobody was there to take the frame.
+    // False if no signal took the frame.
     bool feed(std::uint32_t frame) {
         unsigned long long const timestamp = timestampOf(frame);
         auto const number = static_cast<std::int32_t>(frame);

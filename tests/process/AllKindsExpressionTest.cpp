@@ -93,7 +93,7 @@ protected:
 
 TEST_F(AllKindsExpressionTest, isInvalidUntilTheLastSignalHasAValueAndThenFollowsEachOfThem) {
     Capture errors(std::cerr);
-    FlexRaySignal const torque(d_torque.c_str()); // nobody defines them yet
+    FlexRaySignal const torque(d_torque.c_str()); // not defined yet
     InputSignalExt const pedal(d_pedal.c_str());
     CANSignal const limit(d_limit.c_str());
     EXPECT_EQ(BaseSignal::getInstance(d_torque.c_str()), &torque);

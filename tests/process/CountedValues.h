@@ -23,7 +23,7 @@ constexpr std::uint32_t countOf(std::uint32_t counter) {
 }
 
 // Where the signals of these tests have their 32 bits; the payload's other bits change as well and are none of theirs.
-// The last one lies in both halves of the raw word, as timestamps do of theirs: a 32-bit target stores 64 bits in two
+// The last one is in both halves of the raw word, as timestamps do of theirs: a 32-bit target stores 64 bits in two
 // steps, and a process may be killed in between.
 struct CountedLayout {
     std::uint16_t d_startbit;

@@ -53,7 +53,7 @@ void decode(SharedName const& name, Steps& steps) {
 TEST(ExpressionProcessTest, conditionOnAnotherProcesssSignalTriggers) {
     SharedName const name("speed");
     Capture errors(std::cerr);
-    CANSignalExt const speed(name.c_str()); // nobody defines it yet
+    CANSignalExt const speed(name.c_str()); // not defined yet
     ExpParser level((name.name() + " > 120").c_str(), false);
     ExpParser edge((name.name() + " > 120").c_str(), true);
     ExpParser value((name.name() + " + 1").c_str(), false);

@@ -6,7 +6,7 @@
 
 namespace {
 
-// Far behind the first eight bytes of the payload, in every fourth cycle of slot 100 on channel 1.
+// Far past the first eight bytes of the payload, in every fourth cycle of slot 100 on channel 1.
 flexRaySignalDef_t definitionOf(SharedName const& name, unsigned startBit, bool big) {
     flexRaySignalDef_t definition = flexRayDefinition(name.name(), 1, 100, 1, 4);
     definition.signal = "Torque";

@@ -70,7 +70,7 @@ protected:
         });
     }
 
-    // How often somebody said that the owner of a lock died, for each kind. Nobody says anything else; of feeders,
+    // How often the death of a lock's owner was reported, for each kind. Nothing else is reported; of feeders,
     // which may be killed within a line, only parts of lines are looked for.
     std::array<std::uint32_t, kinds> ownersDied() const {
         std::array<std::uint32_t, kinds> reports{};

@@ -1,4 +1,4 @@
-// Processes that are killed at each instruction of what they do with a shared record: nobody hangs, and the record
+// Processes that are killed at each instruction of what they do with a shared record: no process hangs, and the record
 // shows a value that a frame carried, with that frame's timestamp.
 #include "qzsignal/can/CANSignalExt.h"
 #include "qzsignal/trace/CANExtTraceMessage.h"
@@ -148,14 +148,14 @@ protected:
         SKIP_WITHOUT_ROBUST_MUTEXES();
         if (char const* const reason = whyNoSteps())
             GTEST_SKIP() << reason;
-        alarm(2 * patience); // whoever hangs does not do so for long
+        alarm(2 * patience); // a process that hangs does not do so for long
         define();
         d_reader = std::make_unique<Signal>(d_name.c_str());
         BaseSignal::instances.clear();
     }
     void TearDown() override { alarm(0); }
 
-    // Defines the signal; after the first time, anew and under the reader.
+    // Defines the signal; after the first time, again and under the reader.
     void define(double scale = usualScale) {
         d_writer = std::make_unique<Definer<Signal>>(Record::definition(d_name, scale));
         BaseSignal::instances.clear();
@@ -257,7 +257,7 @@ protected:
     }
 
     // What others see in the record after a process died. Each of them comes first in turn, and all see the same. Then
-    // the next frame comes, if need be from a writer that starts anew.
+    // the next frame comes, if need be from a writer that starts again.
     std::string look(unsigned turn) {
         std::string const report = ownerDied() ? ownerDiedLine() : "";
         Capture const output(std::cout);
@@ -391,7 +391,7 @@ TYPED_TEST(KilledStepsTest, newTimeOfTheSameValueIsThereAsAWholeOrNotAtAll) {
 TYPED_TEST(KilledStepsTest, readersLeaveTheValueAsItIs) {
     auto const prepare = [&] {
         this->define();
-        this->write(oldFrame); // nobody has asked for the physical value yet
+        this->write(oldFrame); // the physical value was not read yet
     };
     this->killAtEveryInstruction({textOf(oldFrame)}, prepare, [&] { this->d_reader->readRaw(); });
     this->killAtEveryInstruction({textOf(oldFrame)}, prepare, [&] { this->d_reader->readPhys(); });

@@ -43,7 +43,7 @@ std::uint32_t count(std::string const& text, std::string const& part) {
 
 class KilledWriterTest : public testing::Test {
 protected:
-    // Defines the signals, takes over what is there, and writes until it is killed or told to end. It leaves the
+    // Defines the signals, takes over what is there, and writes until it is killed or asked to end. It leaves the
     // segments in any case.
     void write(std::uint32_t number) {
         silenceStandardOutput();

@@ -1,4 +1,4 @@
-// A second process for a test: forked, bounded in time, and never left behind.
+// A second process for a test: forked, bounded in time, and always reaped.
 #pragma once
 
 #include "qzsignal/signal/BaseSignal.h"
@@ -64,7 +64,7 @@ public:
         d_id = -1;
     }
 
-    // Waits for the end of `work`; false if it did not come, or the process died of something else.
+    // Waits for the end of `work`; false if it did not end in time, or the process died of something else.
     bool finished() {
         int status = 0;
         if (d_id <= 0 || !waitUntil([&] { return waitpid(d_id, &status, WNOHANG) == d_id; }))

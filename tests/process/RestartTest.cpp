@@ -90,7 +90,7 @@ shmSignalData_t& lockAsStranger(SharedName const& name, Leftover const& leftover
     return record;
 }
 
-// A writer ends in order and starts anew while `Signal` is attached to the first one's record.
+// A writer ends in order and starts again while `Signal` is attached to the first one's record.
 template <typename Signal, typename Definition>
 void expectRecordsApart(SharedName const& name, Definition const& definition) {
     auto first = std::make_unique<Signal>(definition, true);

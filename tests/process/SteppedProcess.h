@@ -136,7 +136,7 @@ private:
         ptrace(PTRACE_CONT, id(), nullptr, nullptr);
         d_stopped = waitForStop() == SIGTRAP;
         ptrace(PTRACE_POKETEXT, id(), place, code);
-        ptrace(PTRACE_POKEUSER, id(), instructionPointer, place); // not behind it
+        ptrace(PTRACE_POKEUSER, id(), instructionPointer, place); // not after it
     }
 
     Process d_process;

@@ -7,7 +7,7 @@
 
 #include <gtest/gtest.h>
 
-// Lies in shared memory. The first step needs no asking.
+// Is in shared memory. The first step needs no asking.
 struct Steps {
     SharedCounter d_asked; // steps that may be taken
     SharedCounter d_done;

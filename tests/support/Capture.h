@@ -6,7 +6,7 @@
 #include <string>
 
 // Redirects one C++ standard stream from construction to destruction, and resets its format on both occasions: printed
-// forms leave number base and fill character behind, which must not reach from one test into the next.
+// forms leave number base and fill character as they set them, which must not reach from one test into the next.
 class Capture {
 public:
     explicit Capture(std::ostream& stream) : d_stream(stream), d_original(stream.rdbuf(d_text.rdbuf())) {

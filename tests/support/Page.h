@@ -23,7 +23,7 @@ public:
 
     // A piece between two fences.
     struct Block {
-        std::string info;               // behind the first fence
+        std::string info;               // after the first fence
         std::size_t line = 0;           // number of the first fence, counted from 1
         std::vector<std::string> lines; // between the two
     };
@@ -46,7 +46,7 @@ public:
         return result;
     }
 
-    // The lines of each block whose first fence bears this text.
+    // The lines of each block whose first fence has this text.
     std::vector<std::vector<std::string>> blocks(std::string const& info) const {
         std::vector<std::vector<std::string>> result;
         for (Block& block : blocks())

@@ -27,7 +27,7 @@ inline Word shiftedLeft(Word word, int places) {
     return word;
 }
 
-// Where a signal of any start bit and any length lies in a payload. There are zeros outside the payload.
+// Where a signal of any start bit and any length is in a payload. There are zeros outside the payload.
 struct ReferenceLayout {
     ReferenceLayout() = default;
     ReferenceLayout(int startBit, int bits, bool bigEndian) {

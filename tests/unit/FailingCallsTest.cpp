@@ -77,7 +77,7 @@ int __wrap_shmctl(int id, int operation, shmid_ds* status) {
     return fails("shmctl") ? refused(-1, EPERM) : __real_shmctl(id, operation, status);
 }
 
-// These two do their work and say that they did not: the test could not go on otherwise.
+// These two do their work and say that they did not: the test could not continue otherwise.
 int __real_shmdt(void const* address);
 int __wrap_shmdt(void const* address) {
     int const result = __real_shmdt(address);
@@ -144,7 +144,7 @@ protected:
         return run(failing, [this] { return std::make_unique<Signal>(d_name.c_str()); });
     }
 
-    // Removes what a run left, so that the next one begins anew.
+    // Removes what a run left, so that the next one starts from scratch.
     void cleanUp() {
         int const id = d_name.segmentId();
         if (id != -1)

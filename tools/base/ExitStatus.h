@@ -7,9 +7,9 @@ enum ExitStatus : int {
     exitSuccess = 0,
     exitNothingUsable = 1, // an input could not be used, or nothing in it could
     exitUsage = 64,        // the command line is wrong
-    exitBadData = 65,      // an input was read, but is bad throughout
+    exitBadData = 65,      // an input was read, but contains no usable data
     exitNotThere = 69,     // a signal that was asked for does not exist
-    exitFailed = 70,       // the command could not go on, for want of memory as a rule
+    exitFailed = 70,       // internal failure, such as out of memory
     // Of commands that answer whether a condition is true. There, an input that cannot be used is not there either.
     exitTrue = 0,
     exitFalse = 1,
@@ -20,8 +20,8 @@ constexpr char exitStatusHelp[] = "Exit status:\n"
                                   "  0   done\n"
                                   "  1   an input could not be used, or nothing usable is in it\n"
                                   "  64  the command line is wrong\n"
-                                  "  65  an input is bad throughout\n"
+                                  "  65  an input contains no usable data\n"
                                   "  69  a signal that was asked for is not there\n"
-                                  "  70  the command could not go on, as without memory\n";
+                                  "  70  internal failure, such as out of memory\n";
 
 } // namespace qztool

@@ -1,4 +1,4 @@
-// The word that somebody may have meant.
+// The word that was probably meant.
 #pragma once
 
 #include <string>

@@ -9,7 +9,7 @@
 
 namespace qztool {
 
-// 15 significant digits: what a double holds for certain, without the noise of a conversion behind them (10.45, not
+// 15 significant digits: what a double holds for certain, without the noise of a conversion after them (10.45, not
 // 10.450000000000001). Programs that want every bit read the JSON form.
 inline std::string numberText(double number) {
     char text[32];

@@ -18,8 +18,8 @@ namespace {
 
 volatile std::sig_atomic_t stopNoted = 0;
 
-// Readable from the first request on: a wait for it ends also if the request came in the instant before. -1: nobody
-// asked for notes, and waits pass over it.
+// Readable from the first request on: a wait for it ends also if the request came in the instant before. -1: requests
+// are not noted, and waits pass over it.
 int stopDescriptor = -1;
 
 void noteStop(int) {

@@ -209,7 +209,7 @@ std::function<int()> setUpReplay(CLI::App& parser, Console& console) {
                                    ->type_name("FACTOR")
                                    ->check(CLI::Range(1e-6, 1e6).description(""));
     parser.add_flag("--fast", options->fast, "Play as fast as possible")->excludes(speed);
-    parser.add_flag("--keep", options->keep, "Leave the signals behind when done");
+    parser.add_flag("--keep", options->keep, "Keep the signals when done");
     parser
         .add_option(
             "--only", options->only,

@@ -238,7 +238,7 @@ std::function<int()> setUpTrigger(CLI::App& parser, Console& console) {
         ->check(CLI::IsMember({"text", "csv", "json"}).description(""));
     parser
         .add_option("EXPR", options->expression,
-                    "Condition over signals called Message.Signal. Quote it for the shell, and leave a blank between a "
+                    "Condition over signals called Message.Signal. Quote it for the shell, and leave a space between a "
                     "name and && or ||")
         ->type_name("")
         ->required();
@@ -255,9 +255,9 @@ std::function<int()> setUpTrigger(CLI::App& parser, Console& console) {
         "  0   the condition became true at least once\n"
         "  1   it never did\n"
         "  64  the command line is wrong\n"
-        "  65  the expression is wrong, or an input is bad throughout\n"
+        "  65  the expression is wrong, or an input contains no usable data\n"
         "  69  a file or a signal is not there\n"
-        "  70  the command could not go on, as without memory\n"
+        "  70  internal failure, such as out of memory\n"
         "\nExamples:\n"
         "  qzsignal trigger -d car.dbc 'Engine.Speed > 3000 && Transmission.Gear == 1' drive.log\n"
         "  qzsignal trigger -d car.dbc --level --format csv 'VehicleSpeed.Speed > 50' drive.log\n"

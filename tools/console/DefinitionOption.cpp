@@ -9,7 +9,7 @@ void addDefinitionOptions(CLI::App& parser, DefinitionOptions& options) {
     parser
         .add_option(
             "-d,--definitions,--dbc", options.files,
-            "Definition file, whose format is told from its content. CHANNEL (a number, or an interface such as "
+            "Definition file, whose format is detected from its content. CHANNEL (a number, or an interface such as "
             "can0) restricts it to one channel of the recording; a file without one serves the first channel "
             "on which one of its frames is seen, out of those that have no file of their own. May be given "
             "more than once")

@@ -1,4 +1,4 @@
-// How far a replay has come, for somebody who watches it on a terminal.
+// How far a replay has come, for a user who watches it on a terminal.
 #pragma once
 
 #include <cstdint>

@@ -1,5 +1,6 @@
 // Channel prefixes and the choice of a channel.
 #include "tools/drive/Channels.h"
+#include "tools/base/Characters.h"
 
 #include <algorithm>
 #include <cctype>
@@ -10,14 +11,10 @@ namespace qztool {
 
 namespace {
 
-bool isDigit(char c) {
-    return c >= '0' && c <= '9';
-}
-
 std::optional<std::uint8_t> channelOf(std::string const& prefix) {
     if (!std::all_of(prefix.begin(), prefix.end(), [](unsigned char c) { return std::isalnum(c) != 0; }))
         return std::nullopt;
-    auto const lastLetter = std::find_if_not(prefix.rbegin(), prefix.rend(), isDigit).base();
+    auto const lastLetter = std::find_if_not(prefix.rbegin(), prefix.rend(), isDigit<char>).base();
     std::uint8_t channel = 0;
     char const* const end = prefix.data() + prefix.size();
     auto const result = std::from_chars(prefix.data() + (lastLetter - prefix.begin()), end, channel);

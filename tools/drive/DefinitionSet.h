@@ -38,7 +38,7 @@ public:
     Channels const& channels() const { return d_channels; }
     // Instance names of all signals, sorted.
     std::vector<std::string> names() const;
-    // The instance names that somebody may mean by a name: itself, or that of the signal with this original spelling,
+    // The instance names that may be meant by a name: itself, or that of the signal with this original spelling,
     // or those of all signals whose own name, without the message's, it is. Sorted.
     std::vector<std::string> meantBy(std::string const& name) const;
     // The files' spelling of an instance name.

@@ -1,6 +1,7 @@
 // The parser's message, and the place that it is about.
 #include "tools/expression/Compile.h"
 
+#include "qzsignal/signal/Diagnostics.h"
 #include "tools/base/Printable.h"
 
 #include <algorithm>
@@ -32,7 +33,7 @@ std::unique_ptr<ExpParser> compile(std::string const& text, bool edge, Console& 
     std::optional<ExpParser::Error> const error = ExpParser::check(text.c_str());
     if (!error)
         return std::make_unique<ExpParser>(text.c_str(), edge);
-    std::cerr << "[ERROR] " << error->text() << std::endl;
+    qzsignal::errorLine(error->text());
     if (error->context.empty())
         console.error("the expression is empty");
     else

@@ -21,7 +21,7 @@ struct SignalState {
     std::string unit;
     signalValue_t type = signalUnsigned;
     std::optional<SignalValue> value; // nothing: never written, or cleared; or the record is locked
-    bool locked = false;              // somebody held the lock for longer than `OnLock::GiveUp` waits
+    bool locked = false;              // another process held the lock for longer than `OnLock::GiveUp` waits
 };
 
 // What to do while another process holds the record's lock: go on trying, with the library's line on each attempt, or

@@ -10,7 +10,7 @@
 
 namespace qztool {
 
-// A shared record does not hold its signal's value table; whoever wants the words names the definition file.
+// A shared record does not hold its signal's value table; to show the words, the caller names the definition file.
 class ValueTexts {
 public:
     // Takes in the tables of a definition file; what is wrong with other statements is of no interest here. False if

@@ -11,19 +11,19 @@ namespace qztool {
 
 // Shows what the shared signal of its name held when it was looked at last, so that whatever is computed from several
 // reads fits together. It keeps no hold on the record: each look finds the segment that the name stands for by then, of
-// whatever kind, whether its writer has started since, has started anew or is gone.
+// whatever kind, whether its writer has started since, has started again or is gone.
 class WatchedSignal : public BaseSignal {
 public:
     // Found in the registry, so that expressions that are compiled from now on use it.
     explicit WatchedSignal(std::string const& name);
 
-    // Reads the shared signal. Somebody who keeps it locked is not waited for longer than half a second; what it held
+    // Reads the shared signal. A process that keeps it locked is not waited for longer than half a second; what it held
     // before then stays.
     void look();
 
     std::string const& name() const { return instance; }
     bool isThere() const { return d_state.has_value(); }
-    bool isLocked() const { return d_locked; } // the last look was in vain
+    bool isLocked() const { return d_locked; } // the last look found it locked
     bool hasValue() const { return d_state && d_state->value.has_value(); }
 
     char const* getUnit() const override;

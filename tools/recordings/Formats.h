@@ -12,8 +12,8 @@ namespace qztool {
 
 class LineFormat;
 
-// A format is told from the recording's content alone: formats of lines by a line that can only be one of theirs, which
-// need not be the first; other formats by the first bytes.
+// A format is detected from the recording's content alone: formats of lines by a line that can only be one of theirs,
+// which need not be the first; other formats by the first bytes.
 struct RecordingFormat {
     char const* name; // such as "BLF"
     // Looks at a line of text without its end, or at the first bytes, of which there are at least `formatBytes`, unless

@@ -1,4 +1,4 @@
-// Dates in recordings, which are in the local time of whoever recorded.
+// Dates in recordings, which are in the local time of the recording machine.
 #pragma once
 
 #include <cstdint>

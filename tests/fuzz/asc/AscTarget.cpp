@@ -32,7 +32,7 @@ std::string parsed(AscLog& log, std::string const& line) {
     return textOf(log.parse(line, frame), frame);
 }
 
-// The line with other blanks, which tell nothing.
+// The line with other spaces, which make no difference.
 std::string respaced(std::string const& line) {
     std::string result = "\t";
     for (char const c : line)

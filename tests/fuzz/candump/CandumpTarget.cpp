@@ -31,7 +31,7 @@ void readLine(std::string const& line) {
     Frame frame = usedFrame();
     ParsedLine const result = CandumpLog().parse(line, frame);
     std::string const found = textOf(result, frame);
-    // The usual line has a way of its own through the reader, and is no usual one any more behind a blank.
+    // The usual line has a path of its own through the reader, which a space before it turns off.
     expectEqual(parsed(" " + line), found, "behind a blank", line);
     if (result.kind != LineKind::Frame || frame.is(frameFlag::error))
         return;

@@ -1,4 +1,4 @@
-// A segment of a fixed size, whose content a fuzz target makes anew with each input.
+// A segment of a fixed size, whose content a fuzz target makes again with each input.
 #pragma once
 
 #include "tests/fuzz/Expect.h"

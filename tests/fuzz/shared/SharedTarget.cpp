@@ -21,9 +21,9 @@ namespace {
 // Every operation of an input costs some calls of the system.
 constexpr std::size_t longestInput = 600;
 
-// States of a record's lock. Whoever may write a mutex may keep everybody else from the record, for as long as he
-// likes: that is promised to nobody. So a mutex that looks like one is only in states that mutexes come into, and of
-// one that is held, nothing but `tryLock` is asked, since all else waits.
+// States of a record's lock. A process that may write a mutex may keep all others from the record, for as long as it
+// likes: the library does not promise otherwise. So a mutex that looks like one is only in states that mutexes come
+// into, and of one that is held, nothing but `tryLock` is asked, since all else waits.
 enum class Lock : std::uint8_t {
     Free,  // robust, as definers make it
     Plain, // zeros
@@ -37,7 +37,7 @@ enum class Lock : std::uint8_t {
 // As definers make it.
 void makeMutex(pthread_mutex_t& mutex) {
     static ShmProbe const signal(plainDefinition("mutex"), false);
-    std::memcpy(&mutex, &signal.d_localData.mutex, sizeof mutex); // nobody has used it
+    std::memcpy(&mutex, &signal.d_localData.mutex, sizeof mutex); // not used by any process
 }
 
 void holdUntilDeath(pthread_mutex_t& mutex) {
@@ -144,7 +144,7 @@ private:
         if (d_lock == Lock::Dead)
             Model::settle(d_expected, layout);
         if (d_lock != Lock::Plain)
-            d_lock = Lock::Free; // one that was lost, too, is made anew
+            d_lock = Lock::Free; // one that was lost is made again as well
     }
 
     void compare() {
@@ -319,8 +319,8 @@ private:
                    "texts of numbers");
     }
 
-    // A definer that ends in disorder, and so leaves its record behind. The mutex that it finds may be anything at all
-    // that nobody holds: the first bytes say who does, on Linux.
+    // A definer that ends in disorder, and so leaves its record. The mutex that it finds may be anything at all
+    // that no process holds: the first bytes name the holder, on Linux.
     void define() {
         BaseSignal::instances.clear();
         if (d_input.take<std::uint8_t>() % 2 != 0) {
@@ -347,7 +347,7 @@ private:
     Input& d_input;
     Record& d_shared;
     Record d_expected;
-    std::size_t d_end = sizeof(Record); // nothing is written behind it
+    std::size_t d_end = sizeof(Record); // nothing is written past it
     Lock d_lock = Lock::Free;
     bool d_attached = false;
     ReferenceLayout d_layout;

@@ -25,7 +25,7 @@ std::string parsed(TrcLog& log, std::string const& line) {
 
 } // namespace
 
-// Blanks around a line change nothing.
+// Spaces around a line change nothing.
 int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size) {
     std::string_view text(reinterpret_cast<char const*>(data), size);
     TrcLog log;

@@ -288,7 +288,7 @@ TEST_F(SignalSetTest, newKeyFileAvoidsKeysInUse) {
     auto const key = claimKey(first, taken);
     ASSERT_TRUE(key);
     EXPECT_EQ(claimKey(first, taken), key) << "the file is there already";
-    // A file that is made next gets the inode of one just removed; its key is then taken by somebody.
+    // A file that is made next gets the inode of one just removed; its key is then already in use.
     taken.emplace(*key, first);
     unlink(("/tmp/" + first).c_str());
     auto const other = claimKey(second, taken);

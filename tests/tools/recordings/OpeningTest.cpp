@@ -1,5 +1,5 @@
-// Recordings of all formats through one reader: told apart by their content, also when compressed, and what is handed
-// over by mistake.
+// Recordings of all formats through one reader: distinguished by their content, also when compressed, and what is
+// handed over by mistake.
 #include "tools/recordings/RecordingReader.h"
 
 #include "tests/tools/recordings/ReaderText.h"

@@ -36,7 +36,7 @@ std::string upper(std::string text) {
     return text;
 }
 
-// "0012.345678" without point and leading zeros; all recorded times have up to six digits behind the point.
+// "0012.345678" without point and leading zeros; all recorded times have up to six digits after the point.
 std::string microseconds(std::string text) {
     std::size_t const point = text.find('.');
     text.append(6 - (text.size() - point - 1), '0').erase(point, 1);

@@ -241,7 +241,7 @@ TEST_P(CANSignalAccessTest, physicalWriteRoundsHalfUpAndStaysWithinSixtyFourBits
 }
 
 TEST_P(CANSignalAccessTest, physicalWriteStoresWhatTheMaskKeepsOfTheEncodedPayload) {
-    // Deliberate: the encoded byte lies where the signal is not.
+    // Deliberate: the encoded byte is where the signal is not.
     CANSignalProbe byteOne(definition(canUnsigned, 8, 8, false), GetParam());
     EXPECT_TRUE(byteOne.write(18.0, 1ULL));
     EXPECT_EQ(byteOne.record().value, 0U);

@@ -90,7 +90,7 @@ TEST_F(CANSignalDispatchTest, signalOfADerivedClassIsFedThroughItsWrite) {
         bool write(unsigned long long payload, unsigned long long timestamp) override {
             d_payload = payload;
             d_time = timestamp;
-            return false; // nobody looks at it
+            return false; // not looked at
         }
         unsigned long long d_payload = 0, d_time = 0;
     };

@@ -85,7 +85,7 @@ protected:
         std::shared_ptr<ModelRecord>& record = item.d_shared ? d_segments[item.d_name] : fresh;
         if (record == nullptr)
             record = std::make_shared<ModelRecord>();
-        *record = ModelRecord{definition, false, 0xAAAAAAAA, 0x55555555}; // under whoever is attached to it
+        *record = ModelRecord{definition, false, 0xAAAAAAAA, 0x55555555}; // under attached processes
         item.d_record = record;
         item.d_layout = layoutOf(*record);
         item.d_index = definition.bus % 16U * 2048 + definition.id % 2048U;
@@ -160,7 +160,7 @@ protected:
             modelWrite(item, payload, timestamp);
     }
 
-    // Whole steps of the scale, which are exact enough for a raw value to be told.
+    // Whole steps of the scale, which are exact enough to identify a raw value.
     void writePhysical(Item& item) {
         attach(item);
         int const steps = static_cast<int>(below(2000)) - 500;

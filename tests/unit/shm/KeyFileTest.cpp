@@ -63,7 +63,7 @@ protected:
         return path;
     }
 
-    // Makes the key file and returns what lies there then; nothing: no file type.
+    // Makes the key file and returns what is there then; nothing: no file type.
     mode_t made() {
         makeKeyFile(d_name.name());
         struct stat status {};

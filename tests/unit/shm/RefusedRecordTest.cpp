@@ -82,7 +82,7 @@ protected:
         EXPECT_EQ(d_errors.text(), before + last);
     }
 
-    // A segment under the key of the name that somebody else has made.
+    // A segment under the key of the name that another program has made.
     void foreignSegment(std::size_t size, int permissions) {
         std::ofstream(d_name.path()).close();
         ASSERT_NE(shmget(d_name.key(), size, IPC_CREAT | permissions), -1);

@@ -42,7 +42,7 @@ struct Segment {
 
 class SharedSegmentTest : public testing::Test {
 protected:
-    // A segment made by somebody else, of some size, with a first word.
+    // A segment made by another program, of some size, with a first word.
     void foreignSegment(std::size_t bytes, std::uint32_t firstWord) {
         std::ofstream(d_name.path()).close();
         int const id = shmget(d_name.key(), bytes, IPC_CREAT | 0666);

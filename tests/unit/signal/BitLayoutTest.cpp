@@ -127,7 +127,7 @@ TEST(BitLayout, agreesWithAReadingBitByBitForEveryStartAndLength) {
 }
 
 TEST(BitLayout, valueOfNineBytesKeepsTheLowestEight) {
-    // Bit 0 of byte 0 down to bit 7 of the byte behind the payload: 58 bits, of which the highest lies in a ninth byte.
+    // Bit 0 of byte 0 down to bit 7 of the byte after the payload: 58 bits, of which the highest is in a ninth byte.
     BitLayout const layout = layoutOf(0, 58, ByteOrder::Big);
     EXPECT_EQ(layout.d_bytes, 9);
     EXPECT_EQ(layout.extract(~std::uint64_t{0}, ByteOrder::Big), 0x01fffffffffffffeU);
@@ -221,7 +221,7 @@ TEST(BitLayout, onlyTheLowEightBitsOfTheStartBitCount) {
         EXPECT_EQ(layout.d_bytes, 2);
         EXPECT_EQ(layout.d_rawMask, 0xf0ff000000000000U);
     }
-    BitLayout const big = layoutOf(263, 12, ByteOrder::Big); // 256 bits behind start bit 7
+    BitLayout const big = layoutOf(263, 12, ByteOrder::Big); // 256 bits past start bit 7
     EXPECT_EQ(big.d_lsbBit, 12);
     EXPECT_EQ(big.d_bytes, 2);
     EXPECT_EQ(big.d_rawMask, 0xfff0000000000000U);

@@ -92,8 +92,8 @@ std::optional<std::string> DatabaseBuilder::messageProblem(MessageStatement cons
         return "the identifier has more than 29 bits";
     auto const named = d_messageNames.find(statement.name);
     if (named != d_messageNames.end()) {
-        return "a message of this name stands in line " + std::to_string(d_drafts[named->second].definition.line) +
-               " already";
+        return "duplicate message name, first defined on line " +
+               std::to_string(d_drafts[named->second].definition.line);
     }
     return std::nullopt;
 }
@@ -142,8 +142,7 @@ void DatabaseBuilder::add(SignalStatement&& statement) {
     if (message.leftOut)
         return;
     if (SignalDraft const* const other = keptSignal(statement.name)) {
-        addUnread(statement,
-                  "a signal of this name stands in line " + std::to_string(other->definition.line) + " already");
+        addUnread(statement, "duplicate signal name, first defined on line " + std::to_string(other->definition.line));
         return;
     }
     if (statement.reach > std::uint64_t{message.definition.length} * 8) {
@@ -198,8 +197,8 @@ void DatabaseBuilder::add(ValueTableStatement&& statement) {
         entry->second = std::move(statement);
     } else {
         report(statement.line, Severity::Error,
-               "VAL_TABLE_ " + quote(statement.name) + ": a table of this name stands in line " +
-                   std::to_string(entry->second.line) + " already; left out");
+               "VAL_TABLE_ " + quote(statement.name) + ": duplicate table name, first defined on line " +
+                   std::to_string(entry->second.line) + "; left out");
     }
 }
 

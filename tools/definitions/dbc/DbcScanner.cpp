@@ -1,5 +1,6 @@
 // The cursor over the text of a definition file, and the table of its keywords.
 #include "tools/definitions/dbc/DbcScanner.h"
+#include "tools/base/Characters.h"
 
 #include <algorithm>
 #include <array>
@@ -65,7 +66,7 @@ enum CharacterClass : std::uint8_t {
 constexpr std::uint8_t classOf(unsigned character) {
     if (character <= ' ')
         return static_cast<std::uint8_t>(character == '\n' ? blank | special : blank);
-    if (character >= '0' && character <= '9')
+    if (isDigit(character))
         return digit;
     if ((character >= 'a' && character <= 'z') || (character >= 'A' && character <= 'Z') || character == '_' ||
         character >= 0x80)
@@ -187,7 +188,7 @@ bool DbcScanner::quoted(std::string_view& content) {
     d_position = end + 1;
     d_line += static_cast<std::size_t>(std::count(content.begin(), content.end(), '\n'));
     // A text may hold lines that look like statements. More often its closing quote was forgotten, and what ended it
-    // is the opening quote of a later one: then the statement does not end behind it.
+    // is the opening quote of a later one: then the statement does not end after it.
     if (d_line != openingLine && holdsKeywordLine(content) && peek() != ';' && peek() != ',') {
         d_unclosedTextLine = openingLine;
         d_position = opening;
@@ -297,7 +298,7 @@ bool DbcScanner::holdsKeywordLine(std::string_view content) const {
     return false;
 }
 
-// A quote behind an odd number of backslashes belongs to the text.
+// A quote after an odd number of backslashes belongs to the text.
 std::size_t DbcScanner::findClosingQuote(std::size_t position) {
     const std::size_t begin = position;
     while (begin < d_noQuoteFrom) {

@@ -6,7 +6,7 @@
 
 namespace qztool {
 
-// The statements that are told apart. Skipped: known to the format, ended by a semicolon, of no use here.
+// The statements that are distinguished. Skipped: known to the format, ended by a semicolon, of no use here.
 enum class Keyword {
     None,
     Version,
@@ -58,10 +58,10 @@ public:
     std::size_t unclosedTextLine() const { return d_unclosedTextLine; }
     // True if the text, not just the statement, ends here.
     bool atEnd();
-    // True if nothing but blanks and a comment follow in this line.
+    // True if nothing but spaces and a comment follow in this line.
     bool atLineEnd();
 
-    // Moves behind the statement's semicolon, aware of quoted texts. Returns false if it has none.
+    // Moves past the statement's semicolon, aware of quoted texts. Returns false if it has none.
     bool skipToSemicolon();
     void skipLine();
     // Moves over further lines that are indented and do not begin with a keyword.

@@ -152,7 +152,7 @@ bool StatementParser::missing(std::string_view what) {
                         : "the text that opens in line " + std::to_string(line) + " is not closed");
     }
     if (d_scanner.atEnd())
-        return fail("the file ends where " + std::string(what) + " should stand");
+        return fail("unexpected end of file, expected " + std::string(what));
     if (d_scanner.peek() == '\0')
         return fail(std::string(what) + " is missing");
     std::string_view next = d_scanner.numeral();

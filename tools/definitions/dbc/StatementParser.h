@@ -1,4 +1,4 @@
-// Reads single statements of a definition file, from behind their keyword on.
+// Reads single statements of a definition file, from after their keyword on.
 #pragma once
 
 #include "tools/definitions/dbc/DbcScanner.h"
@@ -21,7 +21,7 @@ public:
     bool read(SelectionStatement& statement);
     bool read(ValuesStatement& statement);
     bool read(ValueTableStatement& statement);
-    // From behind the attribute's name on.
+    // From after the attribute's name on.
     bool read(LongNameStatement& statement);
     // A statement of no use here, which ends with a semicolon.
     bool skip();

@@ -20,7 +20,7 @@ struct MessageStatement {
     std::uint32_t identifier = 0; // as written, with the flag for extended identifiers in bit 31
     std::string_view name;
     std::uint32_t length = 0;
-    bool hasExcess = false; // the line goes on behind the sender
+    bool hasExcess = false; // the line goes on after the sender
 };
 
 // None: always present. Multiplexor: M. Selected: m5. SelectedMultiplexor: m5M.
@@ -43,7 +43,7 @@ struct SignalStatement {
     double minimum = 0.0;
     double maximum = 0.0;
     std::string unit;
-    bool hasExcess = false; // the line goes on behind the receivers
+    bool hasExcess = false; // the line goes on after the receivers
 };
 
 // How a statement elsewhere in the file names a signal, or a message if `signal` is empty.

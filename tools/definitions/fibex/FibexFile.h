@@ -44,7 +44,8 @@ private:
     std::unordered_map<std::string, std::unordered_map<std::string, pugi::xml_node>> d_byId; // by name, then ID
 };
 
-// The SHORT-NAME of an element, or its ID if it has none. Throws FibexLeftOut if it is not one line of text.
+// The SHORT-NAME of an element, or its ID if it has none. Throws FibexLeftOut if it has
+// neither, or control characters in it.
 std::string fibexName(pugi::xml_node element);
 // For problems, whatever it is.
 std::string quotedFibexName(pugi::xml_node element);

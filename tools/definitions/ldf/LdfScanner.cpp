@@ -1,5 +1,6 @@
 // The tokens of LIN description files.
 #include "tools/definitions/ldf/LdfScanner.h"
+#include "tools/base/Characters.h"
 
 #include <algorithm>
 
@@ -8,8 +9,8 @@ namespace qztool {
 namespace {
 
 bool inWord(char c) {
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_' || c == '.' ||
-           c == '+' || c == '-' || (static_cast<unsigned char>(c) & 0x80U) != 0;
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || isDigit(c) || c == '_' || c == '.' || c == '+' ||
+           c == '-' || (static_cast<unsigned char>(c) & 0x80U) != 0;
 }
 
 bool isBlank(char c) {

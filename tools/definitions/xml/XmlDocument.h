@@ -42,7 +42,7 @@ pugi::xml_node childOf(pugi::xml_node element, std::string_view name);
 pugi::xml_node descendantOf(pugi::xml_node element, std::initializer_list<std::string_view> path);
 std::vector<pugi::xml_node> childrenOf(pugi::xml_node element, std::string_view name);
 
-// As valid UTF-8 (character references may spell anything). The text of an element has no blanks around it.
+// As valid UTF-8 (character references may spell anything). The text of an element has no spaces around it.
 std::string textOf(pugi::xml_node element);
 std::string attributeOf(pugi::xml_node element, std::string_view name); // empty if there is none
 std::string_view withoutBlanks(std::string_view text);

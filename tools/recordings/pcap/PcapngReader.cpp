@@ -1,6 +1,7 @@
 // Sections, interfaces and packets.
 #include "tools/recordings/pcap/PcapngReader.h"
 
+#include "tools/base/Characters.h"
 #include "tools/recordings/SkipBytes.h"
 #include "tools/recordings/pcap/Packet.h"
 
@@ -53,7 +54,7 @@ void forEachOption(std::string_view options, ByteOrder order, Use use) {
 // As candump's channels: the number at the end of the interface's name; 0 if there is none.
 std::uint8_t channelOf(std::string_view name) {
     std::size_t begin = name.size();
-    while (begin > 0 && name[begin - 1] >= '0' && name[begin - 1] <= '9')
+    while (begin > 0 && isDigit(name[begin - 1]))
         --begin;
     unsigned channel = 0;
     for (; begin < name.size() && channel <= 255; ++begin)

@@ -1,6 +1,7 @@
 // Headers, events and frames of ASC logs.
 #include "tools/recordings/text/AscLog.h"
 
+#include "tools/base/Characters.h"
 #include "tools/recordings/LengthCode.h"
 #include "tools/recordings/text/DecimalTime.h"
 
@@ -24,7 +25,7 @@ bool equalIgnoringCase(std::string_view a, std::string_view b) {
                       [](char left, char right) { return toLower(left) == toLower(right); });
 }
 
-// True if the words of `phrase` come next, with any number of blanks between them.
+// True if the words of `phrase` come next, with any number of spaces between them.
 bool beginsWith(TextCursor line, std::string_view phrase) {
     TextCursor expected(phrase);
     for (std::string_view word = expected.word(); !word.empty(); word = expected.word())
@@ -97,7 +98,7 @@ ParsedLine AscLog::parse(std::string_view line, Frame& frame) {
     cursor.skipBlanks();
     if (cursor.atEnd())
         return {LineKind::Other};
-    if (isDecimalDigit(cursor.peek()))
+    if (isDigit(cursor.peek()))
         return parseEvent(cursor, frame);
     if (isBaseHeader(cursor))
         return parseBase(cursor);
@@ -146,7 +147,7 @@ ParsedLine AscLog::parseEvent(TextCursor cursor, Frame& frame) {
     std::string_view const first = cursor.word();
     if (first == "CANFD")
         return parseFdEvent(cursor, frame);
-    if (first.empty() || !std::all_of(first.begin(), first.end(), isDecimalDigit))
+    if (first.empty() || !std::all_of(first.begin(), first.end(), isDigit<char>))
         return {LineKind::Other};
     // A channel's number begins frames, but statistics and transport protocol messages as well.
     if (isErrorFrame(cursor.word()))

@@ -1,6 +1,7 @@
 // The fields of a candump line, from left to right.
 #include "tools/recordings/text/CandumpLog.h"
 
+#include "tools/base/Characters.h"
 #include "tools/recordings/text/DecimalTime.h"
 #include "tools/recordings/text/TextCursor.h"
 
@@ -17,7 +18,7 @@ constexpr std::uint8_t noDigit = 0xFF;
 constexpr std::array<std::uint8_t, 256> makeHexDigits() {
     std::array<std::uint8_t, 256> values{};
     for (unsigned i = 0; i < values.size(); ++i)
-        if (i >= '0' && i <= '9')
+        if (isDigit(i))
             values[i] = static_cast<std::uint8_t>(i - '0');
         else if (i >= 'a' && i <= 'f')
             values[i] = static_cast<std::uint8_t>(i - 'a' + 10);
@@ -77,7 +78,7 @@ char const* readChannel(TextCursor& cursor, Frame& frame) {
     unsigned number = 0;
     for (; !cursor.atEnd() && !isBlank(cursor.peek()); cursor.advance()) {
         char const character = cursor.peek();
-        number = isDecimalDigit(character) ? std::min(number * 10 + hexDigit(character), beyondRange) : 0;
+        number = isDigit(character) ? std::min(number * 10 + hexDigit(character), beyondRange) : 0;
     }
     if (number >= beyondRange)
         return "channel number above 255";
@@ -167,13 +168,13 @@ char const* readFdFlags(TextCursor& cursor, Frame& frame) {
 
 char const* readLineEnd(TextCursor& cursor, Frame& frame) {
     if (!atFieldEnd(cursor))
-        return "frame is not followed by a blank";
+        return "frame is not followed by a space";
     std::string_view const direction = cursor.word();
     bool const directionFits = direction.empty() || direction == "R" || direction == "T";
     if (!direction.empty())
         frame.flags |= direction == "R" ? frameFlag::received : frameFlag::transmitted;
     cursor.skipBlanks();
-    return directionFits && cursor.atEnd() ? nullptr : "text behind the frame";
+    return directionFits && cursor.atEnd() ? nullptr : "text after the frame";
 }
 
 } // namespace
@@ -189,13 +190,13 @@ bool CandumpLog::readSecond(char const* text) {
     return true;
 }
 
-// Reads the line that most of a log consists of: a time since 1970, single blanks, a data frame, and nothing behind it.
+// Reads the line that most of a log consists of: a time since 1970, single spaces, a data frame, and nothing after it.
 //     (1757617431.821276) can0 167#727FC3000019E500
 // Since all has its place there, one test in the end stands for one at each character. False: the line is another,
 // valid or not, and `frame` is unspecified.
 bool CandumpLog::readUsualLine(std::string_view line, Frame& frame) {
-    constexpr std::size_t behindTime = 20;
-    constexpr std::size_t shortest = behindTime + 6; // a name of one character, a blank, and "123#"
+    constexpr std::size_t afterTime = 20;
+    constexpr std::size_t shortest = afterTime + 6; // a name of one character, a space, and "123#"
     if (line.size() < shortest)
         return false;
     char const* const text = line.data();
@@ -207,14 +208,14 @@ bool CandumpLog::readUsualLine(std::string_view line, Frame& frame) {
     frame.timestamp = d_second + readDigits(text + 12, 6, strange);
 
     char const* const end = text + line.size();
-    char const* position = text + behindTime;
+    char const* position = text + afterTime;
     unsigned channel = 0;
     for (; !isBlank(*position); ++position) {
-        channel = isDecimalDigit(*position) ? channel * 10 + hexDigit(*position) : 0;
+        channel = isDigit(*position) ? channel * 10 + hexDigit(*position) : 0;
         if (channel > 255 || end - position <= 5)
             return false;
     }
-    strange |= position == text + behindTime || *position != ' ' ? 1 : 0;
+    strange |= position == text + afterTime || *position != ' ' ? 1 : 0;
     ++position;
     frame.channel = static_cast<std::uint8_t>(channel);
 
@@ -238,7 +239,7 @@ bool CandumpLog::readUsualLine(std::string_view line, Frame& frame) {
 bool CandumpLog::fits(std::string_view line) {
     TextCursor cursor(line);
     cursor.skipBlanks();
-    return cursor.take('(') && isDecimalDigit(cursor.peek());
+    return cursor.take('(') && isDigit(cursor.peek());
 }
 
 ParsedLine CandumpLog::parse(std::string_view line, Frame& frame) {

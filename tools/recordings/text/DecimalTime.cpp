@@ -1,5 +1,6 @@
 // Conversion of decimal seconds to microseconds in integers: a double would be off by one for some stamps since 1970.
 #include "tools/recordings/text/DecimalTime.h"
+#include "tools/base/Characters.h"
 
 #include <limits>
 
@@ -14,11 +15,11 @@ unsigned digitOf(char character) {
     return static_cast<unsigned>(character - '0');
 }
 
-// Up to six digits behind the point, scaled to microseconds.
+// Up to six digits after the point, scaled to microseconds.
 std::uint32_t readFraction(TextCursor& cursor) {
     std::uint32_t fraction = 0;
     std::uint32_t scale = microsecondsPerSecond;
-    for (; isDecimalDigit(cursor.peek()); cursor.advance()) {
+    for (; isDigit(cursor.peek()); cursor.advance()) {
         if (scale > 1) {
             scale /= 10;
             fraction = fraction * 10 + digitOf(cursor.peek());
@@ -30,10 +31,10 @@ std::uint32_t readFraction(TextCursor& cursor) {
 } // namespace
 
 char const* readTime(TextCursor& cursor, std::uint64_t& microseconds) {
-    if (!isDecimalDigit(cursor.peek()))
+    if (!isDigit(cursor.peek()))
         return "time stamp is not a number";
     std::uint64_t seconds = 0;
-    for (; isDecimalDigit(cursor.peek()); cursor.advance()) {
+    for (; isDigit(cursor.peek()); cursor.advance()) {
         seconds = seconds * 10 + digitOf(cursor.peek());
         if (seconds > mostSeconds)
             return timeTooLarge;

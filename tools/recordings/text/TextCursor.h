@@ -11,10 +11,6 @@ inline bool isBlank(char character) {
     return character == ' ' || character == '\t';
 }
 
-inline bool isDecimalDigit(char character) {
-    return character >= '0' && character <= '9';
-}
-
 // The line must outlive the cursor and the words taken from it.
 class TextCursor {
 public:
@@ -35,7 +31,7 @@ public:
         while (!atEnd() && isBlank(*d_position))
             ++d_position;
     }
-    // Moves over blanks and the word behind them, which is empty at the end of the line.
+    // Moves over spaces and the word after them, which is empty at the end of the line.
     std::string_view word() {
         skipBlanks();
         char const* const start = d_position;

@@ -1,6 +1,7 @@
 // Headers and columns of TRC logs.
 #include "tools/recordings/trc/TrcLog.h"
 
+#include "tools/base/Characters.h"
 #include "tools/recordings/LocalTime.h"
 
 #include <charconv>
@@ -72,7 +73,7 @@ bool readMilliseconds(std::string_view word, std::uint64_t& microseconds) {
     microseconds = whole * 1000;
     std::uint32_t unit = 100;
     for (char const digit : word.substr(std::min(point + 1, word.size()))) {
-        if (!isDecimalDigit(digit))
+        if (!isDigit(digit))
             return false;
         microseconds += unit * static_cast<std::uint32_t>(digit - '0');
         unit /= 10;
@@ -169,9 +170,9 @@ bool TrcLog::fits(std::string_view line) {
     cursor.skipBlanks();
     if (cursor.peek() == ';')
         return true;
-    if (!isDecimalDigit(cursor.peek()))
+    if (!isDigit(cursor.peek()))
         return false;
-    while (isDecimalDigit(cursor.peek()))
+    while (isDigit(cursor.peek()))
         cursor.advance();
     return cursor.peek() == ')';
 }

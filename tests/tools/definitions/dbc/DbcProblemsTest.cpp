@@ -11,7 +11,7 @@ namespace qztool {
 
 namespace {
 
-// Lines 1 to 4 stand before, line 6 and on (if the statement is one line) behind the statement in question.
+// Lines 1 to 4 come before, line 6 and on (if the statement is one line) after the statement in question.
 std::string surrounded(std::string const& statement) {
     return "BO_ 100 Engine: 8 X\n"
            " SG_ Speed : 0|16@1+ (1,0) [0|0] \"\" X\n"
@@ -91,7 +91,7 @@ TEST(DbcProblems, badSignalIsLeftOutAlone) {
         {" SG_", "5 error: SG_: the signal name is missing; left out\n"},
         {" SG_ A", "5 error: SG_ 'A': ':' is missing; left out\n"},
         {" SG_ Speed : 0|8@1+ (1,0) [0|0] \"\" X",
-         "5 error: SG_ 'Speed': a signal of this name stands in line 2 already; left out\n"},
+         "5 error: SG_ 'Speed': duplicate signal name, first defined on line 2; left out\n"},
         {" SG_ A : 0|8@1+ (1,0) [0|0] \"km X", "5 error: SG_ 'A': a text that opens here is not closed; left out\n"},
         {" SG_ A : 0\" X", "5 error: SG_ 'A': '|' is missing before '\"'; left out\n"},
         {" SG_ A : 0|8@1+ (1,0) [0|0] \"km\n\" X", "5 error: SG_ 'A': the unit is not closed; left out\n"},
@@ -116,7 +116,7 @@ TEST(DbcProblems, badMessageIsLeftOutWithItsSignals) {
         {"BO_ 300 A:", "5 error: BO_ 300 'A': the length is missing; left out with its signals\n"},
         {"BO_ 300 A: -8 X", "5 error: BO_ 300 'A': the length is negative (-8); left out with its signals\n"},
         {"BO_", "5 error: BO_: the identifier is missing; left out with its signals\n"},
-        {"BO_ 300 Engine: 8 X", "5 error: BO_ 300 'Engine': a message of this name stands in line 1 already; left out "
+        {"BO_ 300 Engine: 8 X", "5 error: BO_ 300 'Engine': duplicate message name, first defined on line 1; left out "
                                 "with its signals\n"},
     };
     for (Case const& c : cases) {
@@ -144,7 +144,7 @@ TEST(DbcProblems, badReferenceIsLeftOutAlone) {
         {"VAL_ 100 Load 0 \"a\" ;\nVAL_ 100 Load 0 \"b\" ;",
          "6 error: VAL_ 100 'Load': line 5 gives this signal its values already; left out\n"},
         {"VAL_TABLE_ T 0 \"a\";\nVAL_TABLE_ T 0 \"b\";",
-         "6 error: VAL_TABLE_ 'T': a table of this name stands in line 5 already; left out\n"},
+         "6 error: VAL_TABLE_ 'T': duplicate table name, first defined on line 5; left out\n"},
         {"VAL_TABLE_ T 0 a;", "5 error: VAL_TABLE_ 'T': the text of a value is missing before 'a'; left out\n"},
         {"SIG_VALTYPE_ 300 Speed : 1;",
          "5 error: SIG_VALTYPE_ 300 'Speed': there is no message with this identifier; left out\n"},
@@ -230,14 +230,14 @@ TEST(DbcProblems, signalBeforeAllMessagesIsLeftOut) {
 TEST(DbcProblems, endOfFileInsideAStatementIsReported) {
     Case const cases[] = {
         {"CM_ \"not closed", "1 error: CM_: a text that opens here is not closed; left out\n"},
-        {"CM_ \"closed\"", "1 error: CM_: the file ends where ';' should stand; left out\n"},
-        {"CM_ BO_", "1 error: CM_: the file ends where ';' should stand; left out\n"},
-        {"BO_ 1 A", "1 error: BO_ 1 'A': the file ends where ':' should stand; left out with its signals\n"},
-        {"BO_ 1 A: 8\n SG_ S : 0|8@1+ (1,0", "2 error: SG_ 'S': the file ends where ')' should stand; left out\n"},
-        {"VAL_ 1 S", "1 error: VAL_ 'S': the file ends where a value or ';' should stand; left out\n"},
-        {"VAL_ Variable 0 \"off\"", "1 error: VAL_: the file ends where a value or ';' should stand; left out\n"},
-        {"VAL_TABLE_", "1 error: VAL_TABLE_ '': the file ends where the name of the table should stand; left out\n"},
-        {"SG_MUL_VAL_ 1 S M 0-", "1 error: SG_MUL_VAL_ 'S': the file ends where a range such as 0-3 should stand; "
+        {"CM_ \"closed\"", "1 error: CM_: unexpected end of file, expected ';'; left out\n"},
+        {"CM_ BO_", "1 error: CM_: unexpected end of file, expected ';'; left out\n"},
+        {"BO_ 1 A", "1 error: BO_ 1 'A': unexpected end of file, expected ':'; left out with its signals\n"},
+        {"BO_ 1 A: 8\n SG_ S : 0|8@1+ (1,0", "2 error: SG_ 'S': unexpected end of file, expected ')'; left out\n"},
+        {"VAL_ 1 S", "1 error: VAL_ 'S': unexpected end of file, expected a value or ';'; left out\n"},
+        {"VAL_ Variable 0 \"off\"", "1 error: VAL_: unexpected end of file, expected a value or ';'; left out\n"},
+        {"VAL_TABLE_", "1 error: VAL_TABLE_ '': unexpected end of file, expected the name of the table; left out\n"},
+        {"SG_MUL_VAL_ 1 S M 0-", "1 error: SG_MUL_VAL_ 'S': unexpected end of file, expected a range such as 0-3; "
                                  "left out\n"},
     };
     for (Case const& c : cases)
@@ -288,7 +288,7 @@ TEST(DbcProblems, referencesToWhatWasLeftOutAddNoNoise) {
                                            "SG_MUL_VAL_ 3 Any Thing 0-1;\n");
     EXPECT_EQ("2 error: SG_ 'S': it has 99 bits, but a signal has 1 to 64; left out\n"
               "3 error: SG_ 'T': the multiplexing mark 'x' is none of M, m1 and m1M (with any number); left out\n"
-              "4 error: BO_ 2 'A': a message of this name stands in line 1 already; left out with its signals\n"
+              "4 error: BO_ 2 'A': duplicate message name, first defined on line 1; left out with its signals\n"
               "6 error: BO_ 3 'B': ':' is missing; left out with its signals\n",
               problemsOf(database));
 }

@@ -46,7 +46,7 @@ TEST(DbcRobustness, wholeFileIsReadWithoutProblems) {
 TEST(DbcRobustness, fileCutAnywhereKeepsItsPromises) {
     for (std::size_t size = 0; size <= file.size(); ++size) {
         SCOPED_TRACE(size);
-        // A copy of its own, so that an access behind the end is one behind the allocation.
+        // A copy of its own, so that an access past the end is one past the allocation.
         expectPromises(std::string(file.data(), size));
     }
 }

@@ -13,7 +13,7 @@ namespace {
 
 struct Case {
     std::vector<char const*> signals;    // name and mark, from line 2 on
-    std::vector<char const*> selections; // behind "SG_MUL_VAL_ 1 ", from line 102 on
+    std::vector<char const*> selections; // after "SG_MUL_VAL_ 1 ", from line 102 on
     char const* expected;
     char const* problems;
 };

@@ -1,4 +1,4 @@
-// How XML formats are told apart.
+// How XML formats are distinguished.
 #include "tools/definitions/xml/RootElement.h"
 #include "tests/tools/definitions/dbc/DatabaseText.h"
 #include "tools/definitions/Formats.h"

@@ -468,7 +468,7 @@ TEST(BlfReaderTest, damagedAtRandomFilesAreReadToTheirEnd) {
 }
 
 // Files that a library of its own wrote, for its tests: each field has a value that shows where it is, and that no bus
-// could have. So each object is found, and told apart by the first field that is impossible.
+// could have. So each object is found, and recognised by the first field that is impossible.
 TEST(BlfPublicFilesTest, objectsAreFound) {
     char const* const data = std::getenv("QZSIGNAL_DATA");
     if (data == nullptr || !std::filesystem::is_directory(std::string(data) + "/trc-blf"))

@@ -94,7 +94,7 @@ TEST(CandumpLogTest, canFdFramesHaveFlagsAndUpTo64Bytes) {
         {"(1.0) can0 12345678##300112233445566778899AABB", "1000000 0 12345678##3 00112233445566778899AABB"},
         {"(1.0) can0 123##70011 T", "1000000 0 123##3 0011"},
         {"(1.0) can0 123##", "malformed: '##' is not followed by the flags of a CAN FD frame"},
-        {"(1.0) can0 123##0 0", "malformed: text behind the frame"},
+        {"(1.0) can0 123##0 0", "malformed: text after the frame"},
         {"(1.0) can0 123##00", "malformed: odd number of data digits"},
         {"(1.0) can0 123##00G", "malformed: data holds a character that is not a hexadecimal digit"},
         {"(1.0) can0 123##00011223344556677_9", "malformed: data holds a character that is not a hexadecimal digit"},
@@ -162,20 +162,20 @@ TEST(CandumpLogTest, damagedLinesTellTheirCause) {
          "malformed: data holds a character that is not a hexadecimal digit"},
         {"(1.0) can0 123#0102030405060708_8", "malformed: raw length code is not one of 9 to F"},
         {"(1.0) can0 123#0102030405060708_", "malformed: raw length code is not one of 9 to F"},
-        {"(1.0) can0 123#0102030405060708X", "malformed: frame is not followed by a blank"},
-        {"(1.0) can0 123#0102030405060708_9A", "malformed: frame is not followed by a blank"},
-        {"(1.0) can0 123#R9", "malformed: frame is not followed by a blank"},
-        {"(1.0) can0 123#RX", "malformed: frame is not followed by a blank"},
-        {"(1.0) can0 123#R4_C", "malformed: frame is not followed by a blank"},
-        {"(1.0) can0 123#01 X", "malformed: text behind the frame"},
-        {"(1.0) can0 123#01 RT", "malformed: text behind the frame"},
-        {"(1.0) can0 123#01 R T", "malformed: text behind the frame"},
+        {"(1.0) can0 123#0102030405060708X", "malformed: frame is not followed by a space"},
+        {"(1.0) can0 123#0102030405060708_9A", "malformed: frame is not followed by a space"},
+        {"(1.0) can0 123#R9", "malformed: frame is not followed by a space"},
+        {"(1.0) can0 123#RX", "malformed: frame is not followed by a space"},
+        {"(1.0) can0 123#R4_C", "malformed: frame is not followed by a space"},
+        {"(1.0) can0 123#01 X", "malformed: text after the frame"},
+        {"(1.0) can0 123#01 RT", "malformed: text after the frame"},
+        {"(1.0) can0 123#01 R T", "malformed: text after the frame"},
         {"(1.0) can0 20000080#012", "malformed: odd number of data digits"},
     });
 }
 
 TEST(CandumpLogTest, everyCutOfALineIsReadWithoutLookingBehindItsEnd) {
-    // The characters behind the view would make each cut a valid line.
+    // The characters past the view would make each cut a valid line.
     std::string const line = "(1.5) can0 123#0102030405060708_9 R";
     std::size_t frames = 0;
     for (std::size_t length = 0; length <= line.size(); ++length) {
@@ -184,13 +184,13 @@ TEST(CandumpLogTest, everyCutOfALineIsReadWithoutLookingBehindItsEnd) {
             CandumpLog().parse(std::string_view(line).substr(0, length), frame).kind == LineKind::Frame;
         frames += isFrame ? 1 : 0;
     }
-    // Behind "#": 0 to 8 whole bytes; then the length code, the blank and the direction.
+    // After "#": 0 to 8 whole bytes; then the length code, the space and the direction.
     EXPECT_EQ(frames, 9U + 3U);
 }
 
 TEST(CandumpLogTest, usualLinesAndTheirNeighboursAreReadLikeAnyOther) {
     constexpr char others[] = "09:/@AFGafg ()#.\t_RT8\0\xff";
-    // A blank before a line changes nothing, but makes it an unusual one.
+    // A space before a line changes nothing, but makes it an unusual one.
     for (std::string const usual :
          {"(1757617431.821276) can0 167#727FC3000019E500", "(1757617431.821276) vcan12 7FF#",
           "(0000000001.000001) c 000#0a", "(1757617431.821276) can255 1FFFFFFF#0102030405060708",
