@@ -3,6 +3,8 @@
 
 #include "tools/drive/can/CanFeeder.h"
 #include "tools/drive/can/CanSignal.h"
+#include "tools/drive/lin/LinFeeder.h"
+#include "tools/drive/lin/LinSignal.h"
 
 namespace qztool {
 
@@ -10,6 +12,7 @@ namespace {
 
 constexpr BusSupport buses[] = {
     {Bus::Can, buildCanSignal, makeCanFeeder},
+    {Bus::Lin, buildLinSignal, makeLinFeeder},
 };
 
 } // namespace

@@ -1,0 +1,54 @@
+// Drives on buses other than CAN, from definition files and recordings of their own.
+#include "tests/cli/Command.h"
+#include "tests/support/SharedName.h"
+#include "tests/tools/recordings/blf/BlfBytes.h"
+
+namespace {
+
+using qztool::Fields;
+namespace blf = qztool::blf;
+
+constexpr std::uint64_t second = 1'000'000'000;
+
+// A LIN frame, with the direction "received".
+std::string linObject(unsigned identifier, std::string const& data, std::uint64_t time) {
+    return blf::object(11, Fields(20).set(0, 2, 1).set(2, 1, identifier).set(3, 1, data.size()).set(4, data).bytes(),
+                       time);
+}
+
+// Frame "<name>" of identifier 5 with Speed in its second byte, which an event-triggered frame of 0x30 may carry.
+std::string ldfText(std::string const& name) {
+    return "LIN_description_file;\nLIN_protocol_version = \"2.1\";\nLIN_language_version = \"2.1\";\n"
+           "LIN_speed = 19.2 kbps;\nSignals {\nSpeed: 8, 0, M, S;\n}\nFrames {\n" +
+           name + ": 5, M, 2 { Speed, 8; }\n}\nEvent_triggered_frames {\nE: T, 0x30, " + name +
+           ";\n}\nSignal_encoding_types {\nV { physical_value, 0, 255, 0.5, -40, \"km/h\"; }\n}\n"
+           "Signal_representation {\nV: Speed;\n}\nSchedule_tables {\nT { " +
+           name + " delay 10 ms; }\n}\n";
+}
+
+class BusesTest : public testing::Test {
+protected:
+    Folder d_folder;
+    SharedName d_message{"Buses"};
+};
+
+TEST_F(BusesTest, linFramesTriggerAndAreReplayed) {
+    std::string const definitions = d_folder.file("cluster.ldf", ldfText(d_message.name()));
+    std::string const recording =
+        d_folder.file("drive.blf", blf::fileHeader() + blf::stored(linObject(5, {'\x85', '\x10'}, second) +
+                                                                   linObject(6, {'\x85', '\xFF'}, 2 * second) +
+                                                                   linObject(0x30, {'\x85', '\xC8'}, 3 * second)));
+    Result const trigger({"trigger", "-d", definitions, d_message.name() + ".Speed > 59.5", recording});
+    EXPECT_EQ(trigger.output, "3.000000 true (line 3)\n") << "60 km/h, from an event-triggered frame";
+    EXPECT_EQ(trigger.errors, "");
+    EXPECT_EQ(trigger.status, 0);
+
+    Result const replay({"replay", "-d", definitions, "--fast", recording});
+    EXPECT_EQ(replay.status, 0) << replay.errors;
+    EXPECT_TRUE(contains(replay.output, "frames: 3\ndecoded: 2\nnot defined: 1 frames, 1 identifiers\n"))
+        << replay.output;
+    EXPECT_TRUE(contains(replay.output, "signals with a value: 1\nvalues written: 2\n")) << replay.output;
+    unlink(("/tmp/" + d_message.name() + ".Speed").c_str());
+}
+
+} // namespace
