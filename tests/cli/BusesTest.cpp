@@ -1,6 +1,7 @@
 // Drives on buses other than CAN, from definition files and recordings of their own.
 #include "tests/cli/Command.h"
 #include "tests/support/SharedName.h"
+#include "tests/tools/definitions/fibex/FlexRayFibex.h"
 #include "tests/tools/recordings/blf/BlfBytes.h"
 
 namespace {
@@ -26,6 +27,14 @@ std::string ldfText(std::string const& name) {
            name + " delay 10 ms; }\n}\n";
 }
 
+// FR_RCVMESSAGE. `channels`: 1 A, 2 B.
+std::string flexRayObject(unsigned slot, unsigned cycle, unsigned channels, std::string const& data, std::uint64_t time,
+                          bool isNull = false) {
+    Fields fields(44 + data.size());
+    fields.set(0, 2, 1).set(4, 2, channels).set(16, 2, slot).set(24, 2, data.size()).set(26, 2, cycle);
+    return blf::object(50, fields.set(36, 4, isNull ? 1 : 0).set(44, data).bytes(), time);
+}
+
 class BusesTest : public testing::Test {
 protected:
     Folder d_folder;
@@ -49,6 +58,29 @@ TEST_F(BusesTest, linFramesTriggerAndAreReplayed) {
         << replay.output;
     EXPECT_TRUE(contains(replay.output, "signals with a value: 1\nvalues written: 2\n")) << replay.output;
     unlink(("/tmp/" + d_message.name() + ".Speed").c_str());
+}
+
+TEST_F(BusesTest, flexRayFramesTriggerAndAreReplayed) {
+    std::string const definitions = d_folder.file(
+        "cluster.xml", qztool::flexRayFibex({{d_message.name(), 17, 1, 4, "AB", 4, {{"Level", 15, 12, true}}}}));
+    std::string const data = {'\x00', '\x12', '\x30', '\x00'};
+    std::string const recording = d_folder.file(
+        "drive.blf", blf::fileHeader() + blf::stored(flexRayObject(17, 0, 1, data, second) +
+                                                     flexRayObject(17, 5, 1, data, 2 * second, true) +
+                                                     flexRayObject(17, 9, 1, std::string(4, 0), 3 * second) +
+                                                     flexRayObject(17, 61, 2, data, 4 * second)));
+    Result const trigger({"trigger", "-d", definitions, d_message.name() + ".Level == 291", recording});
+    if (contains(trigger.errors, "pugixml"))
+        GTEST_SKIP() << "built without pugixml";
+    EXPECT_EQ(trigger.output, "4.000000 true (line 4)\n");
+    EXPECT_EQ(trigger.errors, "");
+    EXPECT_EQ(trigger.status, 0);
+
+    Result const replay({"replay", "-d", definitions, "--fast", recording});
+    EXPECT_EQ(replay.status, 0) << replay.errors;
+    EXPECT_TRUE(contains(replay.output, "frames: 3\ndecoded: 2\n")) << replay.output;
+    EXPECT_TRUE(contains(replay.output, "signals with a value: 1\nvalues written: 2\n")) << replay.output;
+    unlink(("/tmp/" + d_message.name() + ".Level").c_str());
 }
 
 } // namespace

@@ -3,6 +3,9 @@
 
 #include "tools/drive/can/CanFeeder.h"
 #include "tools/drive/can/CanSignal.h"
+#include "tools/drive/flexray/ChannelCode.h"
+#include "tools/drive/flexray/DrivenFlexRaySignal.h"
+#include "tools/drive/flexray/FlexRayFeeder.h"
 #include "tools/drive/lin/LinFeeder.h"
 #include "tools/drive/lin/LinSignal.h"
 
@@ -11,8 +14,9 @@ namespace qztool {
 namespace {
 
 constexpr BusSupport buses[] = {
-    {Bus::Can, buildCanSignal, makeCanFeeder},
-    {Bus::Lin, buildLinSignal, makeLinFeeder},
+    {Bus::Can, 256, buildCanSignal, makeCanFeeder},
+    {Bus::Lin, 256, buildLinSignal, makeLinFeeder},
+    {Bus::FlexRay, mostFlexRayNetworks, buildFlexRaySignal, makeFlexRayFeeder},
 };
 
 } // namespace
