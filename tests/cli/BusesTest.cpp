@@ -4,6 +4,8 @@
 #include "tests/tools/definitions/fibex/FlexRayFibex.h"
 #include "tests/tools/recordings/blf/BlfBytes.h"
 
+#include <nlohmann/json.hpp>
+
 namespace {
 
 using qztool::Fields;
@@ -57,6 +59,23 @@ TEST_F(BusesTest, linFramesTriggerAndAreReplayed) {
     EXPECT_TRUE(contains(replay.output, "frames: 3\ndecoded: 2\nnot defined: 1 frames, 1 identifiers\n"))
         << replay.output;
     EXPECT_TRUE(contains(replay.output, "signals with a value: 1\nvalues written: 2\n")) << replay.output;
+    unlink(("/tmp/" + d_message.name() + ".Speed").c_str());
+}
+
+TEST_F(BusesTest, linFramesOfAscLogsAreReadAndOtherEventsCounted) {
+    std::string const definitions = d_folder.file("cluster.ldf", ldfText(d_message.name()));
+    std::string const recording = d_folder.file("drive.asc", "base hex timestamps absolute\n"
+                                                             "   1.000000 Li 05 Rx 2 85 10 checksum = 70\n"
+                                                             "   1.500000 Li 33 TransmErr header time = 40\n"
+                                                             "   2.000000 1 Statistic: D 0 R 0\n"
+                                                             "   2.500000 Li 34 TransmErr header time = 40\n"
+                                                             "   3.000000 Li 30 Rx 2 85 c8 checksum = 70\n");
+    EXPECT_EQ(Result({"trigger", "-d", definitions, "Speed > 59.5", recording}).output, "3.000000 true (line 6)\n");
+    Result const replay({"replay", "-d", definitions, "--fast", "--json", recording});
+    EXPECT_EQ(replay.status, 0) << replay.errors;
+    auto const counts = nlohmann::json::parse(replay.output);
+    EXPECT_EQ(counts["decoded"], 2);
+    EXPECT_EQ(counts["skipped"], (nlohmann::json{{"CAN statistics", 1}, {"LIN event", 2}}));
     unlink(("/tmp/" + d_message.name() + ".Speed").c_str());
 }
 
