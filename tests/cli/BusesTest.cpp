@@ -99,6 +99,10 @@ TEST_F(BusesTest, flexRayFramesTriggerAndAreReplayed) {
     EXPECT_EQ(replay.status, 0) << replay.errors;
     EXPECT_TRUE(contains(replay.output, "frames: 3\ndecoded: 2\n")) << replay.output;
     EXPECT_TRUE(contains(replay.output, "signals with a value: 1\nvalues written: 2\n")) << replay.output;
+    auto const counts =
+        nlohmann::json::parse(Result({"replay", "-d", definitions, "--fast", "--json", recording}).output);
+    EXPECT_EQ(counts["nullFrames"], 1);
+    EXPECT_EQ(counts["notPicked"], 1) << "cycle 0 is none of the message";
     unlink(("/tmp/" + d_message.name() + ".Level").c_str());
 }
 
