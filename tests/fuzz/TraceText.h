@@ -35,6 +35,10 @@ inline std::vector<std::string> linesOf(std::string_view text) {
 }
 
 inline void expectWellFormed(Frame const& frame, std::string const& line) {
+    if (frame.bus == Bus::Lin) {
+        expect(frame.length <= mostClassicBytes && frame.address <= highestLinIdentifier, "LIN frame", line);
+        return;
+    }
     expect(frame.length <= (frame.is(frameFlag::fd) ? mostCanBytes : mostClassicBytes) && frame.bus == Bus::Can,
            "length", line);
     expect(frame.address <= (frame.extended() ? 0x1FFFFFFFU : 0x7FFU), "identifier", line);

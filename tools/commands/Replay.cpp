@@ -167,6 +167,7 @@ private:
         json["fdFrames"] = counts.fdFrames;
         json["remoteFrames"] = counts.remoteFrames;
         json["errorFrames"] = counts.errorFrames;
+        json["nullFrames"] = counts.nullFrames;
         json["malformed"] = nlohmann::ordered_json::array();
         for (Malformed const& each : findings.malformed())
             json["malformed"].push_back(

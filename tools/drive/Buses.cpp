@@ -3,13 +3,20 @@
 
 #include "tools/drive/can/CanFeeder.h"
 #include "tools/drive/can/CanSignal.h"
+#include "tools/drive/flexray/ChannelCode.h"
+#include "tools/drive/flexray/DrivenFlexRaySignal.h"
+#include "tools/drive/flexray/FlexRayFeeder.h"
+#include "tools/drive/lin/LinFeeder.h"
+#include "tools/drive/lin/LinSignal.h"
 
 namespace qztool {
 
 namespace {
 
 constexpr BusSupport buses[] = {
-    {Bus::Can, buildCanSignal, makeCanFeeder},
+    {Bus::Can, 256, buildCanSignal, makeCanFeeder},
+    {Bus::Lin, 256, buildLinSignal, makeLinFeeder},
+    {Bus::FlexRay, mostFlexRayNetworks, buildFlexRaySignal, makeFlexRayFeeder},
 };
 
 } // namespace

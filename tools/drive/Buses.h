@@ -7,6 +7,7 @@
 #include "tools/drive/DrivenSignal.h"
 #include "tools/drive/Feeder.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -24,6 +25,7 @@ struct SignalOrder {
 
 struct BusSupport {
     Bus bus;
+    std::size_t networks; // that the library can tell apart
     std::unique_ptr<DrivenSignal> (*build)(SignalOrder const& order, CurrentFrame& frame);
     std::unique_ptr<Feeder> (*makeFeeder)(Channels& channels, CurrentFrame& frame);
 };

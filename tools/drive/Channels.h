@@ -2,6 +2,7 @@
 #pragma once
 
 #include "tools/base/Bus.h"
+#include "tools/drive/lin/EventTriggered.h"
 
 #include <array>
 #include <cstddef>
@@ -30,6 +31,7 @@ struct Network {
     bool isRestricted = false;           // to that channel, from the beginning
     std::uint8_t filed = 0;          // channel number under which the library files its signals, its own for each bus
     std::uint64_t foreignFrames = 0; // frames of its messages on other channels, which were not fed
+    EventTriggered eventTriggered;   // of a LIN cluster
 };
 
 // A network that was restricted to a channel serves that one. Any other serves the first channel on which one of its

@@ -13,6 +13,7 @@ struct CurrentFrame {
     std::uint64_t number = 0; // counts from 1
     std::uint8_t const* bytes = nullptr;
     unsigned length = 0;       // bytes of payload
+    unsigned cycle = 0;        // FlexRay
     std::uint64_t written = 0; // signals written so far, over all frames
     std::uint64_t cut = 0;     // signals not written because they are past the end of a short frame
 
@@ -20,6 +21,7 @@ struct CurrentFrame {
         ++number;
         bytes = frame.bytes.data();
         length = frame.length;
+        cycle = frame.cycle;
     }
 };
 

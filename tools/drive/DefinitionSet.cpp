@@ -52,6 +52,10 @@ void DefinitionSet::addNetworks(DefinitionFile const& named, File& file) {
         if (network == nullptr)
             network = &d_channels.add(message.bus, d_files.size() - 1, named.channel);
         d_messages[addressKey(message.bus, message.extended, message.address)].push_back(network);
+        for (std::uint32_t const event : message.eventTriggered) {
+            network->eventTriggered.add(event, message.address);
+            d_messages[addressKey(message.bus, message.extended, event)].push_back(network);
+        }
     }
 }
 

@@ -60,6 +60,7 @@ void Drive::onMessage(std::uint64_t message) {
 // Of frames without data.
 void Drive::count(Frame const& frame) {
     d_counts.errorFrames += frame.is(frameFlag::error) ? 1 : 0;
+    d_counts.nullFrames += frame.is(frameFlag::null) ? 1 : 0;
     d_counts.remoteFrames += frame.is(frameFlag::remote) && !frame.is(frameFlag::error) ? 1 : 0;
 }
 

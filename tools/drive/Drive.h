@@ -38,6 +38,7 @@ struct DriveCounts {
     std::uint64_t fdFrames = 0;     // likewise, those of CAN FD
     std::uint64_t remoteFrames = 0;
     std::uint64_t errorFrames = 0;
+    std::uint64_t nullFrames = 0; // of FlexRay
 };
 
 // Reads the frames of a recording and feeds them to the signals that are there. Recording, channels, frame and stop

@@ -149,6 +149,14 @@ void SignalSet::buildMessage(File const& file, std::size_t index, std::vector<Fa
     if (support == nullptr)
         return;
     std::uint8_t const channel = file.networks[message.channel]->filed;
+    if (channel >= support->networks) {
+        if (std::any_of(fates.begin(), fates.end(), [](Fate fate) { return fate != Fate::None; }))
+            problems.push_back({message.line, Severity::Error,
+                                "'" + message.name + "' is left out, as frames of more than " +
+                                    std::to_string(support->networks) + " " + busName(message.bus) +
+                                    " networks cannot be told apart"});
+        return;
+    }
     std::vector<DrivenSignal*> built(message.signals.size()); // null: not there
     for (std::size_t i = 0; i < message.signals.size(); ++i) {
         if (fates[i] == Fate::None)

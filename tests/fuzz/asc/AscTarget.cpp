@@ -10,6 +10,14 @@ namespace {
 using namespace qztool;
 
 std::string written(Frame const& frame) {
+    if (frame.bus == Bus::Lin) {
+        std::string line = secondsText(frame.timestamp) + " L" + std::to_string(frame.channel) + " " +
+                           hexText(frame.address, 1) + (frame.is(frameFlag::received) ? " Rx " : " Tx ") +
+                           std::to_string(frame.length);
+        for (std::size_t i = 0; i < frame.length; ++i)
+            line += " " + hexText(frame.bytes[i], 2);
+        return line;
+    }
     if (frame.is(frameFlag::fd)) {
         std::string line = secondsText(frame.timestamp) + " CANFD " + std::to_string(frame.channel) + " Rx " +
                            hexText(frame.address, 1) + (frame.extended() ? "x " : " ") +

@@ -4,7 +4,7 @@
 #include "qzsignal/signal/BaseSignal.h"
 #include "tests/support/Capture.h"
 #include "tools/base/Reporter.h"
-#include "tools/definitions/dbc/DbcReader.h"
+#include "tools/definitions/Formats.h"
 #include "tools/drive/Buses.h"
 #include "tools/drive/Names.h"
 #include "tools/drive/SignalSet.h"
@@ -94,10 +94,15 @@ protected:
             }
             prefixed += line;
         }
-        for (MessageDefinition const& message : readDatabase(prefixed).messages)
+        return definitionFile("definitions.dbc", prefixed);
+    }
+
+    // The same of any format; the text has the prefix in its message names already.
+    std::string definitionFile(std::string const& name, std::string const& text) {
+        for (MessageDefinition const& message : readDefinitions(text).messages)
             for (std::size_t i = 0; i < message.signals.size(); ++i)
                 d_files.push_back("/tmp/" + expressionName(originalName(message, i)));
-        return file("definitions.dbc", prefixed);
+        return file(name, text);
     }
 
     std::string file(std::string const& name, std::string const& text) {

@@ -1,6 +1,7 @@
 // Recordings of real cars, every signal of every frame against a decoding of our own.
 #include "tests/tools/drive/DriveFixture.h"
 #include "tests/tools/drive/PlainDecoding.h"
+#include "tools/definitions/dbc/DbcReader.h"
 
 #include "qzsignal/shm/ShmSignal.h"
 #include "tools/base/TextFile.h"

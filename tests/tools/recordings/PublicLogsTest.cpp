@@ -166,7 +166,7 @@ TEST(PublicLogsTest, ascLinesAreClassifiedAsByEye) {
         {"test_CanMessage.asc", "2 0 0 0 0"},
         {"vector_blf_test_CanMessage.asc", "2 0 0 0 0"},
         {"vector_blf_test_FlexRayVFrReceiveMsgEx.asc", "0 0 0 0 0"},
-        {"vector_blf_test_LinMessage2.asc", "0 0 0 0 0"},
+        {"vector_blf_test_LinMessage2.asc", "1 0 0 0 0"},
         {"vector_blf_test_LinSendError2.asc", "0 0 0 0 0"},
     };
     for (auto const& oneCase : cases) {

@@ -24,10 +24,20 @@ inline std::string hexText(std::uint32_t value, int digits) {
 }
 
 // "1500000 2 7FF#0102" of timestamp, channel, identifier (8 digits: extended) and data. CAN FD: "7FF##3 0102", with the
-// flags as candump writes them; remote: "7FF#R2"; error frames: "error frame".
+// flags as candump writes them; remote: "7FF#R2"; error frames: "error frame"; LIN: "1500000 lin 2 45 tx 0102".
 inline std::string textOf(Frame const& frame) {
     if (frame.is(frameFlag::error))
         return "error frame";
+    if (frame.bus == Bus::Lin) {
+        std::string text = std::to_string(frame.timestamp) + " lin " + std::to_string(frame.channel) + ' ' +
+                           std::to_string(frame.address) +
+                           (frame.flags == frameFlag::received      ? " rx "
+                            : frame.flags == frameFlag::transmitted ? " tx "
+                                                                    : " ? ");
+        for (std::size_t i = 0; i < frame.length; ++i)
+            text += hexText(frame.bytes[i], 2);
+        return text;
+    }
     std::string text = std::to_string(frame.timestamp) + ' ' + std::to_string(frame.channel) + ' ';
     text += hexText(frame.address, frame.extended() ? 8 : 3) + '#';
     if (frame.is(frameFlag::remote))
@@ -42,11 +52,13 @@ inline std::string textOf(Frame const& frame) {
     return text;
 }
 
-// What became of a line: the frame, "other", or "malformed: odd number of data digits".
+// What became of a line: the frame, "other", "skipped: CAN statistics", or "malformed: odd number of data digits".
 inline std::string textOf(ParsedLine const& line, Frame const& frame) {
     if (line.kind == LineKind::Frame)
         return textOf(frame);
-    return line.kind == LineKind::Other ? "other" : "malformed: " + std::string(line.cause);
+    if (line.cause == nullptr)
+        return "other";
+    return (line.kind == LineKind::Other ? "skipped: " : "malformed: ") + std::string(line.cause);
 }
 
 // A frame that was used before, so that what a reader fails to set shows.

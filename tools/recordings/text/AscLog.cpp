@@ -72,6 +72,29 @@ bool readChannel(std::string_view word, Frame& frame) {
     return true;
 }
 
+// LIN channels are L2, L3 and so on, but the first one is Li.
+std::string_view linChannel(std::string_view word) {
+    if (word == "Li")
+        return "1";
+    return word.size() > 1 && word.front() == 'L' && std::all_of(word.begin() + 1, word.end(), isDigit<char>)
+               ? word.substr(1)
+               : std::string_view();
+}
+
+// By the word after the time, or, where that is a channel of CAN, the one after it.
+char const* eventKind(std::string_view word) {
+    constexpr struct {
+        std::string_view word;
+        char const* kind;
+    } kinds[] = {{"Start", "start of measurement"}, {"CAN", "CAN status"},       {"Statistic:", "CAN statistics"},
+                 {"J1939TP", "J1939 transport"},    {"Fr", "FlexRay event"},     {"SV:", "system variable"},
+                 {"ETH", "Ethernet event"},         {"log", "log trigger event"}};
+    for (auto const& each : kinds)
+        if (each.word == word)
+            return each.kind;
+    return "event of another kind";
+}
+
 constexpr char const* badChannel = "channel number is not within 1 and 255";
 constexpr char const* fewBytes = "fewer data bytes than the data length says";
 
@@ -147,12 +170,36 @@ ParsedLine AscLog::parseEvent(TextCursor cursor, Frame& frame) {
     std::string_view const first = cursor.word();
     if (first == "CANFD")
         return parseFdEvent(cursor, frame);
-    if (first.empty() || !std::all_of(first.begin(), first.end(), isDigit<char>))
+    if (std::string_view const channel = linChannel(first); !channel.empty())
+        return parseLinEvent(channel, cursor, frame);
+    if (first.empty())
         return {LineKind::Other};
+    if (!std::all_of(first.begin(), first.end(), isDigit<char>))
+        return skippedEvent(eventKind(first));
     // A channel's number begins frames, but statistics and transport protocol messages as well.
-    if (isErrorFrame(cursor.word()))
+    std::string_view const second = cursor.word();
+    if (isErrorFrame(second))
         return errorFrame(first, frame);
-    return isDirection(cursor.word()) ? parseFrame(afterTime, frame) : ParsedLine{LineKind::Other};
+    return isDirection(cursor.word()) ? parseFrame(afterTime, frame) : skippedEvent(eventKind(second));
+}
+
+// From after the channel on. Errors have a word of their own in place of the direction or the identifier.
+ParsedLine AscLog::parseLinEvent(std::string_view channel, TextCursor cursor, Frame& frame) const {
+    std::string_view const identifier = cursor.word();
+    std::string_view const direction = cursor.word();
+    if (!isDirection(direction))
+        return skippedEvent("LIN event");
+    if (!readChannel(channel, frame))
+        return malformedLine(badChannel);
+    frame.bus = Bus::Lin;
+    frame.flags = directionFlag(direction);
+    if (!toNumber(identifier, d_base, frame.address) || frame.address > highestLinIdentifier)
+        return malformedLine("LIN identifier is not a number of the log's base up to 63");
+    std::uint32_t length = 0;
+    if (!toNumber(cursor.word(), d_base, length) || length > mostClassicBytes)
+        return malformedLine("length of a LIN frame is not a number up to 8");
+    char const* const cause = readData(cursor, length, frame);
+    return cause != nullptr ? malformedLine(cause) : ParsedLine{LineKind::Frame};
 }
 
 ParsedLine AscLog::errorFrame(std::string_view channel, Frame& frame) {

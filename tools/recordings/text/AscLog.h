@@ -17,6 +17,7 @@ namespace qztool {
 //    0.015991 1  18EBFF00x       Rx d 2 01 A0   Length = 273910    seconds, channel, identifier (x: extended), data
 //    0.015991 2  100             Tx r                              remote frame
 //    0.015991 CANFD   4 Rx        4EE  0 1 f 64 A1 02 ...          CAN FD: BRS, ESI, length code, length, data
+//    0.073973 Li 2d              Tx       8 00 f0 ...             LIN: identifier, direction, length, data
 //    0.015991 CAN 1 Status:chip status error active                an event of another kind
 // End TriggerBlock
 class AscLog : public LineFormat {
@@ -29,6 +30,7 @@ private:
     ParsedLine parseBase(TextCursor cursor);
     static ParsedLine errorFrame(std::string_view channel, Frame& frame);
     ParsedLine parseFdEvent(TextCursor cursor, Frame& frame) const;
+    ParsedLine parseLinEvent(std::string_view channel, TextCursor cursor, Frame& frame) const;
     ParsedLine parseEvent(TextCursor cursor, Frame& frame);
     ParsedLine parseFrame(TextCursor cursor, Frame& frame) const;
     char const* readEventTime(TextCursor& cursor);

@@ -11,11 +11,17 @@ enum class LineKind {
 
 struct ParsedLine {
     LineKind kind = LineKind::Other;
-    char const* cause = nullptr; // of Malformed: static text, plain words such as "odd number of data digits"
+    // Of Malformed: static text, plain words such as "odd number of data digits". Of Other: the kind of an event that
+    // is not read, such as "CAN statistics", likewise; null for blank lines, headers and comments.
+    char const* cause = nullptr;
 };
 
 inline ParsedLine malformedLine(char const* cause) {
     return {LineKind::Malformed, cause};
+}
+
+inline ParsedLine skippedEvent(char const* kind) {
+    return {LineKind::Other, kind};
 }
 
 } // namespace qztool

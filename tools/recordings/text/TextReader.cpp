@@ -39,6 +39,8 @@ FrameReader::Next TextReader::next(Frame& frame) {
             return Next::Frame;
         if (parsed.kind == LineKind::Malformed)
             d_findings.addMalformed(parsed.cause, static_cast<std::size_t>(d_lines));
+        else if (parsed.cause != nullptr)
+            d_findings.addSkipped(parsed.cause);
     }
     return Next::Interrupted;
 }

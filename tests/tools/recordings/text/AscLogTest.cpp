@@ -66,19 +66,39 @@ TEST(AscLogTest, headersAndCommentsAreOther) {
     });
 }
 
-TEST(AscLogTest, eventsOfOtherKindsAreOther) {
+TEST(AscLogTest, eventsOfOtherKindsAreSkippedByKind) {
     check({
-        {"   0.000000 Start of measurement", "other"},
-        {"   0.015991 CAN 1 Status:chip status error passive - TxErr: 132 RxErr: 0", "other"},
-        {"   1.015991 1  Statistic: D 0 R 0 XD 0 XR 0 E 0 O 0 B 0.00%", "other"},
-        {"   3.297743 1  J1939TP FEE3p        6    0  0   -   Rx   d 23 A0 0F A6 60 3B D1 40", "other"},
-        {"   0.073973 Li 2d              Tx       8 00 f0 f0 ff ff ff ff ff    checksum = 70", "other"},
-        {"   0.042000 Fr 1 V9  4 25 0 1 151 Ident_04_Rnd_0  4  21  87  22 148 00d0 9a", "other"},
-        {"   5.000000 SV: 2 0 1 ::Variable = 1", "other"},
-        {"   5.000000 log trigger event", "other"},
+        {"   0.000000 Start of measurement", "skipped: start of measurement"},
+        {"   0.015991 CAN 1 Status:chip status error passive - TxErr: 132 RxErr: 0", "skipped: CAN status"},
+        {"   1.015991 1  Statistic: D 0 R 0 XD 0 XR 0 E 0 O 0 B 0.00%", "skipped: CAN statistics"},
+        {"   3.297743 1  J1939TP FEE3p        6    0  0   -   Rx   d 23 A0 0F A6 60 3B D1 40",
+         "skipped: J1939 transport"},
+        {"   0.424674 Li 33           TransmErr    header time =  40, full time = 166", "skipped: LIN event"},
+        {"   0.424674 L2 SleepModeEvent", "skipped: LIN event"},
+        {"   0.042000 Fr 1 V9  4 25 0 1 151 Ident_04_Rnd_0  4  21  87  22 148 00d0 9a", "skipped: FlexRay event"},
+        {"   5.000000 SV: 2 0 1 ::Variable = 1", "skipped: system variable"},
+        {"   5.000000 log trigger event", "skipped: log trigger event"},
         {"   5.000000", "other"},
-        {"   5.000000 1", "other"},
-        {"   5.000000 1 64", "other"},
+        {"   5.000000 1", "skipped: event of another kind"},
+        {"   5.000000 1 64", "skipped: event of another kind"},
+    });
+}
+
+TEST(AscLogTest, linFramesAreRead) {
+    check({
+        {"   0.073973 Li 2d              Tx       8 00 f0 f0 ff ff ff ff fe    checksum = 70",
+         "73973 lin 1 45 tx 00F0F0FFFFFFFFFE"},
+        {"1 L12 3f Rx 2 1 2 checksum = 70", "1000000 lin 12 63 rx 0102"},
+        {"1 Li 0 Rx 0", "1000000 lin 1 0 rx "},
+        {"1 Li 40 Rx 0", "malformed: LIN identifier is not a number of the log's base up to 63"},
+        {"1 Li Door Rx 0", "malformed: LIN identifier is not a number of the log's base up to 63"},
+        {"1 Li 3f Rx 9 1 2 3 4 5 6 7 8 9", "malformed: length of a LIN frame is not a number up to 8"},
+        {"1 Li 3f Rx x", "malformed: length of a LIN frame is not a number up to 8"},
+        {"1 Li 3f Rx 2 1", "malformed: fewer data bytes than the data length says"},
+        {"1 L0 3f Rx 0", "malformed: channel number is not within 1 and 255"},
+        {"1 L256 3f Rx 0", "malformed: channel number is not within 1 and 255"},
+        {"base dec", "other"},
+        {"1 Li 45 Tx 1 255", "1000000 lin 1 45 tx FF"},
     });
 }
 
@@ -162,11 +182,11 @@ TEST(AscLogTest, decimalBaseAppliesToIdentifierLengthAndData) {
 TEST(AscLogTest, relativeTimesAddUpOverAllEvents) {
     check({
         {"base hex  timestamps relative", "other"},
-        {"1.000000 Start of measurement", "other"},
+        {"1.000000 Start of measurement", "skipped: start of measurement"},
         {"0.250000 1 64 Rx d 0", "1250000 1 064#"},
         {"0.000001 1 ErrorFrame", "error frame"},
         {"0.000001 CANFD 1 Rx 64 0 0 0 0", "1250002 1 064##0 "},
-        {"0.000001 1 Statistic: D 0 R 0", "other"},
+        {"0.000001 1 Statistic: D 0 R 0", "skipped: CAN statistics"},
         {"0.000001 1 64 Rx d 1 XX", "malformed: data byte is not a number of the log's base up to 255"},
         {"0.000001 1 64 Tx r", "1250005 1 064#R0"},
         {"0.1 1 64 Rx d 0", "1350005 1 064#"},
