@@ -7,7 +7,7 @@
 #include "qzsignal/shm/SharedSegment.h"
 #include "qzsignal/shm/ShmRecord.h"
 
-#include <time.h>
+#include <ctime>
 
 namespace qzsignal {
 

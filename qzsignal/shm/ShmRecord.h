@@ -20,10 +20,19 @@ inline RecordFamily const& familyOf(shmSignalData_t const&) {
     return shmFamily;
 }
 
+// The templates that use these three declare them for themselves, since this kind of record is not in this namespace.
+// NOLINTBEGIN(readability-redundant-declaration)
+
 // Writes all but the size and the mark: the definition, and the patterns of a record that was never written.
 void fill(shmSignalData_t& record, baseSignalDef_t const& definition);
 
 BitLayout layoutOf(shmSignalData_t const& record);
+
+// Puts a record in order whose last owner died, or a copy of one that is being changed: a store that it had begun is
+// completed or leaves no trace, and what follows from other fields follows again.
+void settle(shmSignalData_t& record);
+
+// NOLINTEND(readability-redundant-declaration)
 
 // What `rawValue` comes to. The record's order is not that of the layout if another process has defined the signal
 // again since the layout was computed.
@@ -76,10 +85,6 @@ inline bool convertOnce(shmSignalData_t& record) {
 
 // Forgets the value.
 void clear(shmSignalData_t& record);
-
-// Puts a record in order whose last owner died, or a copy of one that is being changed: a store that it had begun is
-// completed or leaves no trace, and what follows from other fields follows again.
-void settle(shmSignalData_t& record);
 
 // Writes the record as labels and values, with another timestamp and address than its own.
 void describe(std::ostream& out, shmSignalData_t const& record, bool shared, std::uint64_t timestamp,

@@ -50,7 +50,7 @@ TEST_F(BusesTest, linFramesTriggerAndAreReplayed) {
                                                                    linObject(6, {'\x85', '\xFF'}, 2 * second) +
                                                                    linObject(0x30, {'\x85', '\xC8'}, 3 * second)));
     Result const trigger({"trigger", "-d", definitions, d_message.name() + ".Speed > 59.5", recording});
-    EXPECT_EQ(trigger.output, "3.000000 true (line 3)\n") << "60 km/h, from an event-triggered frame";
+    EXPECT_EQ(trigger.output, "3.000000 true (object 3)\n") << "60 km/h, from an event-triggered frame";
     EXPECT_EQ(trigger.errors, "");
     EXPECT_EQ(trigger.status, 0);
 
@@ -91,7 +91,7 @@ TEST_F(BusesTest, flexRayFramesTriggerAndAreReplayed) {
     Result const trigger({"trigger", "-d", definitions, d_message.name() + ".Level == 291", recording});
     if (contains(trigger.errors, "pugixml"))
         GTEST_SKIP() << "built without pugixml";
-    EXPECT_EQ(trigger.output, "4.000000 true (line 4)\n");
+    EXPECT_EQ(trigger.output, "4.000000 true (object 4)\n");
     EXPECT_EQ(trigger.errors, "");
     EXPECT_EQ(trigger.status, 0);
 

@@ -9,6 +9,16 @@
 
 namespace qztool {
 
+namespace {
+
+std::string sharedKeyText(std::string const& instance, std::string const& other) {
+    std::string text = "'" + instance;
+    text.append("' cannot be shared: its key file has the same key as that of '").append(other);
+    return text.append("'; remove /tmp/").append(instance).append(" and start again");
+}
+
+} // namespace
+
 SignalSet::Built SignalSet::checkDefinitions() const {
     if (d_definitions.hasSignals())
         return Built::Ready;
@@ -103,10 +113,8 @@ SignalSet::Built SignalSet::share(std::vector<std::string> const& only) {
                 if (other.empty())
                     continue;
                 plans[f][i][j] = Fate::None;
-                problems[f].push_back({file.database.messages[i].signals[j].line, Severity::Error,
-                                       "'" + instance +
-                                           "' cannot be shared: its key file has the same key as that of '" + other +
-                                           "'; remove /tmp/" + instance + " and start again"});
+                problems[f].push_back(
+                    {file.database.messages[i].signals[j].line, Severity::Error, sharedKeyText(instance, other)});
             }
         addMultiplexors(file, plans[f]);
         buildFile(file, plans[f], problems[f]);
@@ -154,7 +162,7 @@ void SignalSet::buildMessage(File const& file, std::size_t index, std::vector<Fa
             problems.push_back({message.line, Severity::Error,
                                 "'" + message.name + "' is left out, as frames of more than " +
                                     std::to_string(support->networks) + " " + busName(message.bus) +
-                                    " networks cannot be told apart"});
+                                    " networks cannot be distinguished"});
         return;
     }
     std::vector<DrivenSignal*> built(message.signals.size()); // null: not there

@@ -53,7 +53,7 @@ private:
     void addMultiplexors(File const& file, Plan& plan) const;
     std::vector<Problem> leaveOutUnshareable(File const& file, Plan& plan) const;
     void buildFile(File const& file, Plan const& plan, std::vector<Problem>& problems);
-    void buildMessage(File const& file, std::size_t message, std::vector<Fate> const& fates,
+    void buildMessage(File const& file, std::size_t index, std::vector<Fate> const& fates,
                       std::vector<Problem>& problems);
 
     DefinitionSet const& d_definitions;

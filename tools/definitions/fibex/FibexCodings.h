@@ -29,7 +29,7 @@ public:
     explicit FibexCodings(FibexFile& file) : d_file(file) {}
 
     // Throws FibexLeftOut if signals of the coding cannot be read at all.
-    FibexCoding const& of(pugi::xml_node coding);
+    FibexCoding const& of(pugi::xml_node element);
 
 private:
     struct Entry {

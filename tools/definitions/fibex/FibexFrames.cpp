@@ -61,7 +61,7 @@ void FibexFrames::readPduInstance(pugi::xml_node instance) {
 // PDUs begin with a byte, whichever end of it their position names.
 unsigned FibexFrames::startOf(pugi::xml_node instance) const {
     std::uint64_t const position = fibexCount(instance, "BIT-POSITION", 0);
-    if (position >= mostBytes(d_message->bus) * 8)
+    if (position / 8 >= mostBytes(d_message->bus))
         throw FibexLeftOut{"its BIT-POSITION " + std::to_string(position) + " is beyond any payload"};
     bool const atEnd = position % 8 == 7 && fibexFlag(instance, "IS-HIGH-LOW-BYTE-ORDER");
     if (position % 8 != 0 && !atEnd)

@@ -71,11 +71,11 @@ bool readMilliseconds(std::string_view word, std::uint64_t& microseconds) {
         whole > std::numeric_limits<std::uint64_t>::max() / 1000 - 1)
         return false;
     microseconds = whole * 1000;
-    std::uint32_t unit = 100;
+    std::uint64_t unit = 100;
     for (char const digit : word.substr(std::min(point + 1, word.size()))) {
         if (!isDigit(digit))
             return false;
-        microseconds += unit * static_cast<std::uint32_t>(digit - '0');
+        microseconds += unit * static_cast<std::uint64_t>(digit - '0');
         unit /= 10;
     }
     return true;

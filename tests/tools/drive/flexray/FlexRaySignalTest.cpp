@@ -143,9 +143,10 @@ TEST_F(FlexRaySignalTest, twoNetworksStayApartAndAThirdIsReported) {
     }
     ASSERT_EQ(d_set.share(), SignalSet::Built::Ready);
     MessageDefinition const& message = d_set.d_definitions.files().back()->database.messages.front();
-    EXPECT_EQ(d_reporter.text(), "error: " + third + ":" + std::to_string(message.line) + ": '" + instance("3F") +
-                                     "' is left out, as frames of more than 2 flexray networks cannot be told apart\n"
-                                     "error: 1 of 3 signals could not be shared\n");
+    EXPECT_EQ(d_reporter.text(),
+              "error: " + third + ":" + std::to_string(message.line) + ": '" + instance("3F") +
+                  "' is left out, as frames of more than 2 flexray networks cannot be distinguished\n"
+                  "error: 1 of 3 signals could not be shared\n");
     for (std::uint8_t const channel : channels)
         d_set.feed(flexRayFrame(5, 0, {channel, 0}, onB, channel));
     EXPECT_EQ(d_set.d_fed, Feeder::Fed::Nothing);
