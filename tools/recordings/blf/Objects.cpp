@@ -16,8 +16,6 @@ constexpr char const* wrongChannel = "channel number above 255";
 
 constexpr std::uint32_t extendedBit = 0x8000'0000; // of identifiers
 
-constexpr std::array<std::uint8_t, 16> lengthOfCode = {0, 1, 2, 3, 4, 5, 6, 7, 8, 12, 16, 20, 24, 32, 48, 64};
-
 // 0: received; 1: transmitted; 2: request to transmit
 std::uint16_t directionFlag(unsigned direction) {
     return direction == 0 ? frameFlag::received : direction <= 2 ? frameFlag::transmitted : std::uint16_t{0};
