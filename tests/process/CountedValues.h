@@ -5,6 +5,7 @@
 #include "tests/process/Shared.h"
 #include "tests/process/TestSignal.h"
 
+#include <chrono>
 #include <cstdint>
 
 // A counter belongs to a writer (number in the upper bits) that counts from 1.
@@ -80,10 +81,14 @@ inline void checkCounted(unsigned signal, std::uint32_t counter, unsigned long l
     findings.d_last[writer] = counter;
 }
 
-// Reads the signal in one of the two forms and checks what came. Returns the counter, 0 if there was no value.
+// Reads the signal in one of the two forms and checks what came. Returns the counter, 0 if there was no value, or none
+// that counts: a definer that cannot have the lock soon fills the record without it, so a read that was held up for as
+// long with the lock held may be partly old and partly new.
 inline std::uint32_t readCounted(TestSignal& signal, unsigned number, bool physical, CountedFindings& findings) {
+    constexpr std::chrono::milliseconds heldUp(9); // a definer tries for ten
+    auto const begin = std::chrono::steady_clock::now();
     TestSignal::Reading const reading = physical ? signal.readPhys() : signal.readRaw();
-    if (!reading.d_there)
+    if (!reading.d_there || std::chrono::steady_clock::now() - begin >= heldUp)
         return 0;
     // The conversion is exact: 32 bits and one more fit a double.
     std::uint64_t const value = physical ? static_cast<std::uint64_t>((reading.d_phys + 1.0) * 2.0) : reading.d_raw;

@@ -131,7 +131,7 @@ void visitForms(Visit const& visitor) {
 
 // Addresses change from run to run.
 std::string withoutAddresses(std::string text) {
-    for (char const* const label : {"addr=0x", "addr = 0x"})
+    for (char const* const label : {"addr=0x", "addr = 0x", "[DEBUG] 0x"})
         for (auto at = text.find(label); at != std::string::npos; at = text.find(label, at))
             text.erase(at,
                        std::min(text.find_first_not_of("0123456789abcdef", at + std::strlen(label)), text.size()) - at);
