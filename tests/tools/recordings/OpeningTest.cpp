@@ -83,7 +83,7 @@ TEST(OpeningTest, compressedRecordingsAreReadAsTheyAre) {
             if (compressor.compress == nullptr) {
                 EXPECT_EQ(resultOf(compressor.mark + "anything").problem,
                           std::string("cannot read 'x': it is compressed with ") + compressor.name +
-                              ", and this command was built without " + compressor.library);
+                              ", and this command was built without " + compressor.libraryName);
                 continue;
             }
             Result const result = resultOf(compressor.compress(each.content));

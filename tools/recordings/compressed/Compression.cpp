@@ -55,7 +55,7 @@ Compression const* compressionOf(std::string_view bytes) {
 
 std::string missingLibrary(Compression const& compression) {
     return std::string("it is compressed with ") + compression.name + ", and this command was built without " +
-           compression.library;
+           compression.libraryName;
 }
 
 } // namespace qztool

@@ -12,9 +12,9 @@ namespace qztool {
 
 // Each needs a library that a target's distribution may lack.
 struct Compression {
-    char const* name;      // such as "gzip"
-    char const* library;   // such as "zlib"
-    std::string_view mark; // first bytes of a compressed file
+    char const* name;        // such as "gzip"
+    char const* libraryName; // such as "zlib"
+    std::string_view mark;   // first bytes of a compressed file
     // The content of the compressed `input`, which must outlive the result. Null: built without the library.
     std::unique_ptr<ByteSource> (*open)(InputBuffer& input);
 };

@@ -18,7 +18,7 @@ namespace qztool {
 
 struct Compressor {
     char const* name;
-    char const* library;
+    char const* libraryName;
     std::string mark;
     std::string (*compress)(std::string const& content); // null: not built in
 };

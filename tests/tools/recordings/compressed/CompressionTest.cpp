@@ -68,7 +68,7 @@ protected:
     void SetUp() override {
         d_compressor = compressors()[static_cast<std::size_t>(GetParam())];
         if (d_compressor.compress == nullptr)
-            GTEST_SKIP() << "built without " << d_compressor.library;
+            GTEST_SKIP() << "built without " << d_compressor.libraryName;
     }
 
     std::string compressed(std::string const& content) const { return d_compressor.compress(content); }
@@ -175,7 +175,7 @@ TEST(CompressionTableTest, compressionIsToldFromTheFirstBytes) {
         EXPECT_EQ(found->open != nullptr, each.compress != nullptr) << each.name;
         EXPECT_EQ(compressionOf(each.mark.substr(0, each.mark.size() - 1)), nullptr) << each.name;
         EXPECT_EQ(missingLibrary(*found), std::string("it is compressed with ") + each.name +
-                                              ", and this command was built without " + each.library);
+                                              ", and this command was built without " + each.libraryName);
     }
     EXPECT_EQ(compressionOf("(1757617431.821276) can0 167#72"), nullptr);
     EXPECT_EQ(compressionOf(""), nullptr);
