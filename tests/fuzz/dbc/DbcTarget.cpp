@@ -7,6 +7,7 @@
 #include "tests/tools/definitions/dbc/DatabaseText.h"
 #include "tests/tools/definitions/dbc/Promises.h"
 #include "tools/definitions/TextEncoding.h"
+#include "tools/definitions/dbc/DbcReader.h"
 #include "tools/drive/SignalPlace.h"
 #include "tools/drive/can/CanDefinition.h"
 

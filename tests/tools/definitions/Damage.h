@@ -19,8 +19,30 @@ inline void expectRanges(ReadDefinitions read, std::string const& text) {
     ASSERT_STREQ(nullptr, brokenRange(read(text), text));
 }
 
-// Cut anywhere, with any byte left out (of long files, with one of several), and with up to eight changes at random
-// places, many of them to `likely`.
+// With up to eight changes at random places, many of them to `likely`.
+inline std::string damaged(std::string const& file, std::string const& likely, std::mt19937& random) {
+    std::string text = file;
+    for (unsigned changes = 1 + static_cast<unsigned>(random() % 8); changes > 0; --changes) {
+        std::size_t const at = random() % text.size();
+        switch (random() % 4) {
+        case 0:
+            text[at] = static_cast<char>(random() % 255 + 1);
+            break;
+        case 1:
+            text[at] = likely[random() % likely.size()];
+            break;
+        case 2:
+            text.insert(at, 1, likely[random() % likely.size()]);
+            break;
+        default:
+            text.erase(at, random() % 16);
+            break;
+        }
+    }
+    return text;
+}
+
+// Cut anywhere, with any byte left out (of long files, with one of several), and damaged at random places.
 inline void expectRangesWhateverDamage(ReadDefinitions read, std::string const& file, std::string const& likely) {
     std::size_t const step = 1 + file.size() / 2000;
     for (std::size_t at = 0; at < file.size(); at += step) {
@@ -32,25 +54,7 @@ inline void expectRangesWhateverDamage(ReadDefinitions read, std::string const& 
     std::mt19937 random(20240607);
     for (int round = 0; round < 2000; ++round) {
         SCOPED_TRACE(round);
-        std::string text = file;
-        for (unsigned changes = 1 + static_cast<unsigned>(random() % 8); changes > 0; --changes) {
-            std::size_t const at = random() % text.size();
-            switch (random() % 4) {
-            case 0:
-                text[at] = static_cast<char>(random() % 255 + 1);
-                break;
-            case 1:
-                text[at] = likely[random() % likely.size()];
-                break;
-            case 2:
-                text.insert(at, 1, likely[random() % likely.size()]);
-                break;
-            default:
-                text.erase(at, random() % 16);
-                break;
-            }
-        }
-        expectRanges(read, text);
+        expectRanges(read, damaged(file, likely, random));
     }
 }
 

@@ -1,7 +1,6 @@
 // Whether a database is within the ranges that its types state, whatever format and bytes it was read from.
 #pragma once
 
-#include "tests/tools/definitions/dbc/Promises.h"
 #include "tools/definitions/Database.h"
 
 #include <algorithm>
@@ -11,8 +10,48 @@
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 namespace qztool {
+
+// Line ends of every kind are counted, those of two characters twice.
+inline std::size_t mostLinesOf(std::string_view text) {
+    return 1 + static_cast<std::size_t>(
+                   std::count_if(text.begin(), text.end(), [](char c) { return c == '\n' || c == '\r'; }));
+}
+
+// Decodes character by character.
+inline bool isUtf8Text(std::string_view text) {
+    constexpr unsigned lowest[] = {0, 0, 0x80, 0x800, 0x10000}; // with so many bytes
+    while (!text.empty()) {
+        unsigned const lead = static_cast<unsigned char>(text.front());
+        std::size_t const length = lead < 0x80 ? 1 : lead >> 5 == 6 ? 2 : lead >> 4 == 14 ? 3 : lead >> 3 == 30 ? 4 : 0;
+        if (length == 0 || length > text.size())
+            return false;
+        unsigned character = length == 1 ? lead : lead & (0x7FU >> length);
+        for (char const next : text.substr(1, length - 1)) {
+            if ((static_cast<unsigned char>(next) & 0xC0U) != 0x80)
+                return false;
+            character = character << 6 | (static_cast<unsigned char>(next) & 0x3FU);
+        }
+        if (character < lowest[length] || character > 0x10FFFF || (character >= 0xD800 && character <= 0xDFFF))
+            return false;
+        text.remove_prefix(length);
+    }
+    return true;
+}
+
+// Characters for a line of output: no control characters.
+inline bool isOneLine(std::string_view text) {
+    return !text.empty() && isUtf8Text(text) && std::none_of(text.begin(), text.end(), [](char c) {
+        return static_cast<unsigned char>(c) < ' ' || c == '\x7F';
+    });
+}
+
+inline bool rangesRunUpward(std::vector<SelectorRange> const& ranges) {
+    return std::all_of(ranges.begin(), ranges.end(),
+                       [](SelectorRange const& range) { return range.first <= range.last; });
+}
 
 inline unsigned mostPayloadBits(Bus bus) {
     return bus == Bus::Can ? 1785 * 8 : bus == Bus::Lin ? 8 * 8 : 254 * 8;
@@ -26,6 +65,19 @@ inline bool liesWithin(SignalDefinition const& signal, unsigned limit) {
     return signal.bits >= 1 && signal.bits <= 64 && bit < limit;
 }
 
+inline char const* brokenRange(std::vector<Problem> const& problems, std::size_t lines) {
+    std::size_t line = 0;
+    for (Problem const& problem : problems) {
+        if (problem.line < line || problem.line > lines)
+            return "line of a problem";
+        if (!isOneLine(problem.text))
+            return "text of a problem";
+        line = problem.line;
+    }
+    return nullptr;
+}
+
+// `multiplexors` are the indices of those that precede the signal.
 inline char const* brokenRange(SignalDefinition const& signal, Bus bus, std::size_t lines,
                                std::set<std::size_t> const& multiplexors) {
     if (!isOneLine(signal.name) || (!signal.pdu.empty() && !isOneLine(signal.pdu)))
@@ -100,14 +152,8 @@ inline char const* brokenRange(MessageDefinition const& message, std::size_t lin
 // The first range that a database leaves that was read from `text`; null if it stays in all.
 inline char const* brokenRange(Database const& database, std::string_view text) {
     std::size_t const lines = mostLinesOf(text);
-    std::size_t line = 0;
-    for (Problem const& problem : database.problems) {
-        if (problem.line < line || problem.line > lines)
-            return "line of a problem";
-        if (!isOneLine(problem.text))
-            return "text of a problem";
-        line = problem.line;
-    }
+    if (char const* const broken = brokenRange(database.problems, lines))
+        return broken;
     if (database.channels.empty())
         return "no channel";
     std::set<std::pair<std::size_t, std::string>> names;

@@ -1,4 +1,5 @@
 // Damaged definition files: whatever their bytes are, reading ends, and what comes out keeps its promises.
+#include "tests/tools/definitions/Damage.h"
 #include "tests/tools/definitions/dbc/DatabaseText.h"
 #include "tests/tools/definitions/dbc/Promises.h"
 #include "tools/definitions/dbc/DbcReader.h"
@@ -63,25 +64,7 @@ TEST(DbcRobustness, randomDamageKeepsThePromises) {
     std::string const likely = "\"\\;:|@,()[]-+.0129mM_ \r\n/SGBOVAL\x80\xFF\t";
     for (int round = 0; round < 3000; ++round) {
         SCOPED_TRACE(round);
-        std::string text = file;
-        for (unsigned changes = 1 + static_cast<unsigned>(random() % 8); changes > 0; --changes) {
-            std::size_t const at = random() % text.size();
-            switch (random() % 4) {
-            case 0:
-                text[at] = static_cast<char>(random() % 255 + 1);
-                break;
-            case 1:
-                text[at] = likely[random() % likely.size()];
-                break;
-            case 2:
-                text.insert(at, 1, likely[random() % likely.size()]);
-                break;
-            default:
-                text.erase(at, random() % 16);
-                break;
-            }
-        }
-        expectPromises(text);
+        expectPromises(damaged(file, likely, random));
     }
 }
 
