@@ -43,4 +43,22 @@ private:
     std::vector<SelectorRange> d_selectedBy;
 };
 
+// A signal of one of the library's classes for a bus, which tells it what it defines; what it writes, and when, is left
+// to the class for the bus.
+template <typename Signal>
+class DrivenAs : public Signal, public DrivenSignal {
+public:
+    using Signal::write;
+
+    bool hasSegment() const override { return this->d_shmId >= 0; }
+    void keepSegment() override { this->d_owner = false; }
+
+protected:
+    template <typename Definition>
+    DrivenAs(Definition const& definition, bool shared, unsigned lastByte, CurrentFrame& frame)
+        : Signal(definition, shared), DrivenSignal(lastByte, frame) {}
+
+    std::uint64_t selector() const override { return this->d_data->value & this->d_maksBits; }
+};
+
 } // namespace qztool

@@ -9,21 +9,13 @@
 
 namespace qztool {
 
-class CanSignal : public CANSignalExt, public DrivenSignal {
+class CanSignal : public DrivenAs<CANSignalExt> {
 public:
-    using CANSignalExt::write;
-
     CanSignal(SignalOrder const& order, CurrentFrame& frame);
 
     // Leaves the signal alone unless the frame carries it. `raw` holds the frame's first eight bytes, as the library
     // hands them to all signals of a frame; those of the signal's own window are fetched from the frame.
     bool write(unsigned long long raw, unsigned long long timestamp) override;
-
-    bool hasSegment() const override { return d_shmId >= 0; }
-    void keepSegment() override { d_owner = false; }
-
-protected:
-    std::uint64_t selector() const override { return d_data->value & d_maksBits; }
 
 private:
     unsigned d_window; // first of the eight payload bytes that the library sees

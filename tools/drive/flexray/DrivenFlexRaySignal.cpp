@@ -26,7 +26,7 @@ flexRaySignalDef_t flexRayDefinition(SignalOrder const& order) {
 } // namespace
 
 DrivenFlexRaySignal::DrivenFlexRaySignal(SignalOrder const& order, CurrentFrame& frame)
-    : FlexRaySignal(flexRayDefinition(order), order.shared), DrivenSignal(lastByteOf(order.signal), frame) {
+    : DrivenAs(flexRayDefinition(order), order.shared, lastByteOf(order.signal), frame) {
     if (order.message.flexRay.channelA && order.message.flexRay.channelB)
         enterOnChannelB(flexRayCode(order.channel, true));
 }

@@ -8,21 +8,13 @@
 
 namespace qztool {
 
-class DrivenFlexRaySignal : public FlexRaySignal, public DrivenSignal {
+class DrivenFlexRaySignal : public DrivenAs<FlexRaySignal> {
 public:
-    using FlexRaySignal::write;
-
     // A frame that is sent on both channels is filed under the code of channel A, and found under that of B as well.
     DrivenFlexRaySignal(SignalOrder const& order, CurrentFrame& frame);
 
     // Leaves the signal alone unless the frame carries it. `raw` holds the signal's own bytes.
     bool write(unsigned long long raw, unsigned long long timestamp) override;
-
-    bool hasSegment() const override { return d_shmId >= 0; }
-    void keepSegment() override { d_owner = false; }
-
-protected:
-    std::uint64_t selector() const override { return d_data->value & d_maksBits; }
 
 private:
     void enterOnChannelB(std::uint8_t code) const;

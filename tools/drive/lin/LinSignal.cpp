@@ -18,7 +18,7 @@ linSignalDef_t linDefinition(SignalOrder const& order) {
 } // namespace
 
 LinSignal::LinSignal(SignalOrder const& order, CurrentFrame& frame)
-    : LINSignal(linDefinition(order), order.shared), DrivenSignal(lastByteOf(order.signal), frame) {}
+    : DrivenAs(linDefinition(order), order.shared, lastByteOf(order.signal), frame) {}
 
 bool LinSignal::write(unsigned long long raw, unsigned long long timestamp) {
     return carried() && LINSignal::write(raw, timestamp);
