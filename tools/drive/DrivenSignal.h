@@ -43,7 +43,7 @@ private:
     std::vector<SelectorRange> d_selectedBy;
 };
 
-// A signal of one of the library's classes for a bus, which tells it what it defines; what it writes, and when, is left
+// A signal of one of the library's classes: access to its segment and selector. What it writes, and when, is left
 // to the class for the bus.
 template <typename Signal>
 class DrivenAs : public Signal, public DrivenSignal {
