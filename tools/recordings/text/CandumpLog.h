@@ -26,8 +26,8 @@ private:
     bool readUsualLine(std::string_view line, Frame& frame);
     bool readSecond(char const* text);
 
-    std::array<char, 12> d_secondText{}; // "(1757617431.", of the last usual line
-    std::uint64_t d_second = 0;          // the same in microseconds
+    std::array<char, 12> d_secondText{'\n'}; // "(1757617431.", of the last usual line; before, what no line begins with
+    std::uint64_t d_second = 0;              // the same in microseconds
 };
 
 } // namespace qztool

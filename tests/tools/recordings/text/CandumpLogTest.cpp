@@ -213,6 +213,12 @@ TEST(CandumpLogTest, usualLinesAndTheirNeighboursAreReadLikeAnyOther) {
     }
 }
 
+// A log torn by a crash may have blocks of zeros.
+TEST(CandumpLogTest, zerosInsteadOfASecondAreNoSecond) {
+    std::string const line = std::string(12, '\0') + "000001) can0 123#01";
+    EXPECT_EQ(parsed(line), "malformed: line does not begin with a time in parentheses");
+}
+
 TEST(CandumpLogTest, usualLineIsReadWithoutLookingBehindItsEnd) {
     std::string const line = "(1757617431.821276) can0 12345678#0102030405060708";
     for (std::size_t length = 0; length <= line.size(); ++length) {
