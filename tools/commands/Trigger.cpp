@@ -97,7 +97,7 @@ private:
         if (!resolveNames())
             return exitNotThere;
         d_names = ExpParser::signalNames(d_expression.c_str());
-        SignalSet::Built const built = d_signals.build({d_names.begin(), d_names.end()});
+        SignalSet::Built const built = d_signals.buildNamed({d_names.begin(), d_names.end()});
         if (built != SignalSet::Built::Ready)
             return built == SignalSet::Built::BadFiles ? exitBadData : exitNothingUsable;
         std::vector<std::string> undefined;

@@ -1,27 +1,16 @@
 // What is particular to each kind of bus: how its signals are built, and how its frames are fed.
 #pragma once
 
-#include "tools/definitions/Database.h"
 #include "tools/drive/Channels.h"
 #include "tools/drive/CurrentFrame.h"
 #include "tools/drive/DrivenSignal.h"
 #include "tools/drive/Feeder.h"
+#include "tools/drive/SignalOrder.h"
 
 #include <cstddef>
-#include <cstdint>
 #include <memory>
-#include <string>
 
 namespace qztool {
-
-// A signal that is to be built.
-struct SignalOrder {
-    MessageDefinition const& message;
-    SignalDefinition const& signal;
-    std::string const& instance;
-    std::uint8_t channel; // under which it is filed
-    bool shared;          // in a segment; otherwise in this process alone
-};
 
 struct BusSupport {
     Bus bus;

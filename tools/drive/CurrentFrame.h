@@ -4,8 +4,11 @@
 #include "tools/recordings/Frame.h"
 
 #include <cstdint>
+#include <vector>
 
 namespace qztool {
+
+class DrivenSignal;
 
 // The library hands each signal a payload of eight bytes. What else there is to know about the frame, signals find
 // here.
@@ -16,9 +19,12 @@ struct CurrentFrame {
     unsigned cycle = 0;        // FlexRay
     std::uint64_t written = 0; // signals written so far, over all frames
     std::uint64_t cut = 0;     // signals not written because they are past the end of a short frame
+    // Signals that are wanted and that the message which is being fed carries, in the order of their construction.
+    std::vector<DrivenSignal*> carried;
 
     void begin(Frame const& frame) {
         ++number;
+        carried.clear();
         bytes = frame.bytes.data();
         length = frame.length;
         cycle = frame.cycle;

@@ -1,10 +1,15 @@
 // Which frames carry a signal.
 #include "tools/drive/DrivenSignal.h"
 
+#include "tools/drive/SignalPlace.h"
+
 #include <algorithm>
 #include <utility>
 
 namespace qztool {
+
+DrivenSignal::DrivenSignal(SignalOrder const& order, CurrentFrame& frame)
+    : d_frame(frame), d_order(order), d_lastByte(lastByteOf(order.signal)) {}
 
 void DrivenSignal::selectBy(DrivenSignal const& multiplexor, std::vector<SelectorRange> ranges) {
     d_multiplexor = &multiplexor;
@@ -15,7 +20,7 @@ bool DrivenSignal::selected() const {
     // A multiplexor that this frame did not carry, because another one switched it off, selects nothing.
     if (d_multiplexor->d_lastFrame != d_frame.number)
         return false;
-    std::uint64_t const value = d_multiplexor->selector();
+    std::uint64_t const value = d_multiplexor->raw();
     return std::any_of(d_selectedBy.begin(), d_selectedBy.end(),
                        [value](SelectorRange const& range) { return range.first <= value && value <= range.last; });
 }
@@ -28,6 +33,8 @@ bool DrivenSignal::carried() {
         return false;
     }
     ++d_frame.written;
+    if (d_order.wanted)
+        d_frame.carried.push_back(this);
     d_lastFrame = d_frame.number;
     return true;
 }

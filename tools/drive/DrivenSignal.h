@@ -3,8 +3,10 @@
 
 #include "tools/definitions/Database.h"
 #include "tools/drive/CurrentFrame.h"
+#include "tools/drive/SignalOrder.h"
 
 #include <cstdint>
+#include <string>
 #include <vector>
 
 namespace qztool {
@@ -13,31 +15,39 @@ namespace qztool {
 // `carried` says so.
 class DrivenSignal {
 public:
-    // `lastByte` is the last payload byte of the signal. The frame must outlive it.
-    DrivenSignal(unsigned lastByte, CurrentFrame& frame) : d_frame(frame), d_lastByte(lastByte) {}
+    // The frame must outlive it.
+    DrivenSignal(SignalOrder const& order, CurrentFrame& frame);
     virtual ~DrivenSignal() = default;
+
+    MessageDefinition const& message() const { return d_order.message; }
+    SignalDefinition const& definition() const { return d_order.signal; }
+    std::string const& instance() const { return d_order.instance; }
+    bool isWanted() const { return d_order.wanted; }
 
     // From now on, only frames in which `multiplexor` has one of these raw values carry the signal. The multiplexor
     // must have been built before it, so that it is fed before it.
     void selectBy(DrivenSignal const& multiplexor, std::vector<SelectorRange> ranges);
 
     bool everWritten() const { return d_lastFrame != 0; }
+    // The signal's own bits, as in the frame that was written last; 0 if none was.
+    virtual std::uint64_t raw() const = 0;
+    // The physical value of these.
+    virtual double physical() = 0;
     virtual bool hasSegment() const = 0;
     // The segment is to outlive the process.
     virtual void keepSegment() = 0;
 
 protected:
-    // True if the current frame carries the signal, which then is to be written. Counts both cases.
+    // True if the current frame carries the signal, which then is to be written. Counts both cases, and notes a signal
+    // that is wanted in the frame.
     bool carried();
-    // The raw value without sign: what selects is a bit pattern.
-    virtual std::uint64_t selector() const = 0;
-
     CurrentFrame& d_frame;
 
 private:
     bool selected() const;
 
-    unsigned d_lastByte;
+    SignalOrder d_order;
+    unsigned d_lastByte;           // of the payload
     std::uint64_t d_lastFrame = 0; // the frame that was written last
     DrivenSignal const* d_multiplexor = nullptr;
     std::vector<SelectorRange> d_selectedBy;
@@ -52,13 +62,18 @@ public:
 
     bool hasSegment() const override { return this->d_shmId >= 0; }
     void keepSegment() override { this->d_owner = false; }
+    std::uint64_t raw() const override { return this->d_data->value & this->d_maksBits; }
+    double physical() override {
+        double value = 0.0;
+        unsigned long long timestamp = 0;
+        this->read(value, timestamp);
+        return value;
+    }
 
 protected:
     template <typename Definition>
-    DrivenAs(Definition const& definition, bool shared, unsigned lastByte, CurrentFrame& frame)
-        : Signal(definition, shared), DrivenSignal(lastByte, frame) {}
-
-    std::uint64_t selector() const override { return this->d_data->value & this->d_maksBits; }
+    DrivenAs(Definition const& definition, SignalOrder const& order, CurrentFrame& frame)
+        : Signal(definition, order.shared), DrivenSignal(order, frame) {}
 };
 
 } // namespace qztool

@@ -28,14 +28,32 @@ SignalSet::Built SignalSet::checkDefinitions() const {
     return d_definitions.problems() != 0 ? Built::BadFiles : Built::NoSignals;
 }
 
-SignalSet::Plan SignalSet::pick(File const& file, std::function<bool(std::string const&)> const& picked) const {
+SignalSet::Plan SignalSet::pick(File const& file, Test const& picked, Fate fate) const {
     Plan plan;
     for (std::vector<std::string> const& instances : file.instances) {
         std::vector<Fate>& fates = plan.emplace_back();
         for (std::string const& instance : instances)
-            fates.push_back(!instance.empty() && picked(instance) ? Fate::Shared : Fate::None);
+            fates.push_back(!instance.empty() && picked(instance) ? fate : Fate::None);
     }
     return plan;
+}
+
+SignalSet::Test SignalSet::matching(std::vector<std::string> const& only) const {
+    return [this, &only](std::string const& instance) {
+        std::string const& original = d_definitions.originalOf(instance);
+        return only.empty() || std::any_of(only.begin(), only.end(), [&](std::string const& pattern) {
+                   return fnmatch(pattern.c_str(), instance.c_str(), 0) == 0 ||
+                          fnmatch(pattern.c_str(), original.c_str(), 0) == 0;
+               });
+    };
+}
+
+SignalSet::Built SignalSet::noMatch(std::vector<std::string> const& only) const {
+    std::string patterns;
+    for (std::string const& pattern : only)
+        patterns += (patterns.empty() ? "'" : " or '") + pattern + "'";
+    d_reporter.error("no signal matches " + patterns);
+    return Built::NoMatch;
 }
 
 // A multiplexor above a signal is needed, if only for this process.
@@ -46,53 +64,55 @@ void SignalSet::addMultiplexors(File const& file, Plan& plan) const {
         for (std::size_t j = signals.size(); j-- > 0;)
             if (plan[i][j] != Fate::None && signals[j].multiplexor) {
                 Fate& above = plan[i][*signals[j].multiplexor];
-                above = above == Fate::None ? Fate::Private : above;
+                above = above == Fate::None ? Fate::Helper : above;
             }
     }
 }
 
-SignalSet::Built SignalSet::build(std::unordered_set<std::string> const& names) {
-    if (Built const checked = checkDefinitions(); checked != Built::Ready)
-        return checked;
+// Returns the number of those that were picked.
+std::size_t SignalSet::buildPrivate(Test const& picked) {
+    std::size_t count = 0;
     for (auto const& file : d_definitions.files()) {
-        Plan plan = pick(*file, [&names](std::string const& instance) { return names.count(instance) != 0; });
+        Plan plan = pick(*file, picked, Fate::Private);
+        for (std::vector<Fate> const& fates : plan)
+            count += static_cast<std::size_t>(std::count(fates.begin(), fates.end(), Fate::Private));
         addMultiplexors(*file, plan);
-        for (std::vector<Fate>& fates : plan)
-            std::replace(fates.begin(), fates.end(), Fate::Shared, Fate::Private);
         std::vector<Problem> problems;
         buildFile(*file, plan, problems);
     }
+    return count;
+}
+
+SignalSet::Built SignalSet::buildNamed(std::unordered_set<std::string> const& names) {
+    if (Built const checked = checkDefinitions(); checked != Built::Ready)
+        return checked;
+    buildPrivate([&names](std::string const& instance) { return names.count(instance) != 0; });
     return Built::Ready;
+}
+
+SignalSet::Built SignalSet::build(std::vector<std::string> const& only) {
+    if (Built const checked = checkDefinitions(); checked != Built::Ready)
+        return checked;
+    return buildPrivate(matching(only)) != 0 ? Built::Ready : noMatch(only);
 }
 
 SignalSet::Built SignalSet::share(std::vector<std::string> const& only) {
     if (Built const checked = checkDefinitions(); checked != Built::Ready)
         return checked;
-    auto const matches = [this, &only](std::string const& instance) {
-        std::string const& original = d_definitions.originalOf(instance);
-        return only.empty() || std::any_of(only.begin(), only.end(), [&](std::string const& pattern) {
-                   return fnmatch(pattern.c_str(), instance.c_str(), 0) == 0 ||
-                          fnmatch(pattern.c_str(), original.c_str(), 0) == 0;
-               });
-    };
+    Test const matches = matching(only);
     std::vector<Plan> plans;
     std::vector<std::vector<Problem>> problems;
     std::vector<std::string> picked;
     for (auto const& file : d_definitions.files()) {
-        Plan& plan = plans.emplace_back(pick(*file, matches));
+        Plan& plan = plans.emplace_back(pick(*file, matches, Fate::Shared));
         problems.push_back(leaveOutUnshareable(*file, plan));
         for (std::size_t i = 0; i < plan.size(); ++i)
             for (std::size_t j = 0; j < plan[i].size(); ++j)
                 if (plan[i][j] == Fate::Shared)
                     picked.push_back(file->instances[i][j]);
     }
-    if (picked.empty()) {
-        std::string patterns;
-        for (std::string const& pattern : only)
-            patterns += (patterns.empty() ? "'" : " or '") + pattern + "'";
-        d_reporter.error("no signal matches " + patterns);
-        return Built::NoMatch;
-    }
+    if (picked.empty())
+        return noMatch(only);
     if (std::optional<SegmentShortage> const shortage = segmentShortage(picked)) {
         d_reporter.error(
             std::to_string(shortage->wanted) + " signals need a shared memory segment each, but the kernel allows " +
@@ -145,6 +165,7 @@ std::vector<Problem> SignalSet::leaveOutUnshareable(File const& file, Plan& plan
 void SignalSet::buildFile(File const& file, Plan const& plan, std::vector<Problem>& problems) {
     for (std::size_t i = 0; i < plan.size(); ++i)
         buildMessage(file, i, plan[i], problems);
+    d_frame.carried.reserve(d_signals.size()); // so that feeding allocates nothing
     std::stable_sort(problems.begin(), problems.end(),
                      [](Problem const& a, Problem const& b) { return a.line < b.line; });
     d_reporter.problems(file.path, problems);
@@ -178,7 +199,8 @@ void SignalSet::buildMessage(File const& file, std::size_t index, std::vector<Fa
                                     message.signals[*signal.multiplexor].name + "' was"});
             continue;
         }
-        d_signals.push_back(support->build({message, signal, instance, channel, fates[i] == Fate::Shared}, d_frame));
+        d_signals.push_back(support->build(
+            {message, signal, instance, channel, fates[i] == Fate::Shared, fates[i] != Fate::Helper}, d_frame));
         built[i] = d_signals.back().get();
         if (multiplexor != nullptr)
             built[i]->selectBy(*multiplexor, signal.selectedBy);

@@ -44,7 +44,7 @@ struct DrivenSet : MessageSink {
     SignalSet::Built share(std::string const& only = "") {
         return d_signals.share(only.empty() ? std::vector<std::string>() : std::vector<std::string>{only});
     }
-    SignalSet::Built build(std::unordered_set<std::string> const& names) { return d_signals.build(names); }
+    SignalSet::Built build(std::unordered_set<std::string> const& names) { return d_signals.buildNamed(names); }
     // Key of the last message that the frame carries; 0: none.
     std::uint64_t feed(Frame const& frame) {
         if (!d_feeder)

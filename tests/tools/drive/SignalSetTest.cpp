@@ -182,6 +182,45 @@ TEST_F(SignalSetTest, namedSignalsAreBuiltForThisProcessAlone) {
     EXPECT_EQ(d_errors.text(), "");
 }
 
+TEST_F(SignalSetTest, patternsPickSignalsOfThisProcess) {
+    DrivenSet set(d_errors);
+    set.load({std::nullopt, dbcFile(two)});
+    EXPECT_EQ(set.d_signals.build(std::vector<std::string>{"*N.?"}), SignalSet::Built::Ready);
+    ASSERT_EQ(set.d_signals.signals().size(), 1U);
+    EXPECT_EQ(set.d_signals.signals().front()->instance(), instance("N.B"));
+    EXPECT_EQ(set.d_signals.sharedCount(), 0U);
+    EXPECT_EQ(d_errors.text(), "");
+}
+
+TEST_F(SignalSetTest, patternThatMatchesNothingIsReported) {
+    DrivenSet set(d_errors);
+    set.load({std::nullopt, dbcFile(two)});
+    EXPECT_EQ(set.d_signals.build(std::vector<std::string>{"X.*"}), SignalSet::Built::NoMatch);
+    EXPECT_EQ(d_errors.text(), "error: no signal matches 'X.*'\n");
+}
+
+// Names and raw values of the wanted signals that the last message carried.
+std::string carriedText(CurrentFrame const& frame, std::string const& prefix) {
+    std::string text;
+    for (DrivenSignal* const signal : frame.carried)
+        text += signal->instance().substr(prefix.size()) + " " + std::to_string(signal->raw()) + " " +
+                std::to_string(signal->physical()) + "\n";
+    return text;
+}
+
+TEST_F(SignalSetTest, frameNotesTheWantedSignalsThatItCarried) {
+    DrivenSet set(d_errors);
+    set.load({std::nullopt, dbcFile("BO_ 1 M: 3 X\n SG_ Mux M : 0|8@1+ (1,0) [0|0] \"\" X\n"
+                                    " SG_ A m1 : 8|8@1- (0.5,1) [0|0] \"\" X\n"
+                                    " SG_ B m2 : 8|8@1+ (1,0) [0|0] \"\" X\n"
+                                    " SG_ C : 16|8@1+ (1,0) [0|0] \"\" X\n")});
+    ASSERT_EQ(set.d_signals.build(std::vector<std::string>{"*.A", "*.B", "*.C"}), SignalSet::Built::Ready);
+    set.feed(frameOf(1, {1, 0xFE, 7}));
+    EXPECT_EQ(carriedText(set.d_frame, d_prefix), "M.A 254 0.000000\nM.C 7 7.000000\n") << "the selector is not wanted";
+    set.feed(frameOf(1, {2, 3}));
+    EXPECT_EQ(carriedText(set.d_frame, d_prefix), "M.B 3 3.000000\n") << "the frame is short";
+}
+
 TEST_F(SignalSetTest, namedSignalsNeedNoFileNames) {
     std::string const longName(256, 'x');
     DrivenSet set(d_errors);

@@ -8,8 +8,7 @@
 namespace qztool {
 
 CanSignal::CanSignal(SignalOrder const& order, CurrentFrame& frame)
-    : DrivenAs(canDefinition(order.message, order.signal, order.instance, order.channel), order.shared,
-               lastByteOf(order.signal), frame),
+    : DrivenAs(canDefinition(order.message, order.signal, order.instance, order.channel), order, frame),
       d_window(windowOf(order.signal)) {}
 
 bool CanSignal::write(unsigned long long raw, unsigned long long timestamp) {

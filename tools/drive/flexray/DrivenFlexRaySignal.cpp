@@ -3,7 +3,6 @@
 
 #include "qzsignal/flexray/FlexRayIdTable.h"
 #include "tools/drive/BaseDefinition.h"
-#include "tools/drive/SignalPlace.h"
 #include "tools/drive/flexray/ChannelCode.h"
 
 namespace qztool {
@@ -26,7 +25,7 @@ flexRaySignalDef_t flexRayDefinition(SignalOrder const& order) {
 } // namespace
 
 DrivenFlexRaySignal::DrivenFlexRaySignal(SignalOrder const& order, CurrentFrame& frame)
-    : DrivenAs(flexRayDefinition(order), order.shared, lastByteOf(order.signal), frame) {
+    : DrivenAs(flexRayDefinition(order), order, frame) {
     if (order.message.flexRay.channelA && order.message.flexRay.channelB)
         enterOnChannelB(flexRayCode(order.channel, true));
 }

@@ -19,6 +19,7 @@ std::uint64_t FlexRayFeeder::keyOn(Network const& network, bool isB) {
 
 void FlexRayFeeder::decode(Network const& network, bool isB, MessageSink& sink) {
     d_message.channel = flexRayCode(network.filed, isB);
+    d_frame.carried.clear();
     sink.onMessage(FlexRaySignal::decodeMessage(d_message));
 }
 

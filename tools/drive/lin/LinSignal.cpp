@@ -2,7 +2,6 @@
 #include "tools/drive/lin/LinSignal.h"
 
 #include "tools/drive/BaseDefinition.h"
-#include "tools/drive/SignalPlace.h"
 
 namespace qztool {
 
@@ -17,8 +16,7 @@ linSignalDef_t linDefinition(SignalOrder const& order) {
 
 } // namespace
 
-LinSignal::LinSignal(SignalOrder const& order, CurrentFrame& frame)
-    : DrivenAs(linDefinition(order), order.shared, lastByteOf(order.signal), frame) {}
+LinSignal::LinSignal(SignalOrder const& order, CurrentFrame& frame) : DrivenAs(linDefinition(order), order, frame) {}
 
 bool LinSignal::write(unsigned long long raw, unsigned long long timestamp) {
     return carried() && LINSignal::write(raw, timestamp);
