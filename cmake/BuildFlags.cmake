@@ -32,3 +32,11 @@ if(QZSIGNAL_COVERAGE)
     target_compile_options(qzsignal_build_flags INTERFACE --coverage -fprofile-update=atomic)
     target_link_options(qzsignal_build_flags INTERFACE --coverage)
 endif()
+
+# Compilers spend most of a sanitized or cross build on the headers of libraries. Where they are precompiled, a header
+# that we forgot to include goes unnoticed, so development builds do without.
+function(qzsignal_precompile target)
+    if(QZSIGNAL_PRECOMPILE)
+        target_precompile_headers(${target} PRIVATE ${ARGN})
+    endif()
+endfunction()
