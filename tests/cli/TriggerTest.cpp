@@ -105,6 +105,29 @@ TEST_F(TriggerTest, timeThatStepsBackHoldsForNothing) {
     EXPECT_EQ(result.output, "5.000000 true for 0.000000 s (line 1)\n");
 }
 
+TEST_F(TriggerTest, conditionMayHaveToHoldForSomeTime) {
+    std::string const condition = d_drive.speed() + " > 50", recording = log(rise);
+    Result const result(arguments({"--for", "1.25", condition, recording}));
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.output, "1700000002.250000 true (line 4)\n");
+    EXPECT_EQ(Result(arguments({"--for", "0.6", "--level", condition, recording})).output,
+              "1700000001.600000 true for 1.250000 s (line 3)\n"
+              "1700000004.600000 true for 1.000000 s, to the end of the recording (line 6)\n");
+    Result const longer(arguments({"--for", "1.5", condition, recording}));
+    EXPECT_EQ(longer.status, 1);
+    EXPECT_EQ(longer.output, "");
+    EXPECT_EQ(Result(arguments({"--for", "-1", condition, recording})).status, 64);
+}
+
+TEST_F(TriggerTest, liveMomentIsReportedWithTheFirstFrameAfterIt) {
+    Command command(arguments({"--for", "1", d_drive.speed() + " > 50", "-"}));
+    command.feed("(10.0) can0 100#000100\n(11.5) can0 200#00\n");
+    EXPECT_TRUE(waitUntil([&] { return command.output() == "11.000000 true (line 1)\n"; })) << command.errors();
+    EXPECT_TRUE(command.running());
+    command.endInput();
+    EXPECT_EQ(command.wait(), 0);
+}
+
 TEST_F(TriggerTest, channelsAreThoseOfReplay) {
     std::string const recording = log("(1.0) can1 100#000100\n(2.0) can3 100#000100\n");
     Result const result({"trigger", "--dbc", "can3:" + d_drive.definitions(), d_drive.speed() + " > 50", recording});

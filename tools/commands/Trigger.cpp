@@ -2,6 +2,7 @@
 #include "tools/Subcommand.h"
 #include "tools/base/Console.h"
 #include "tools/base/ExitStatus.h"
+#include "tools/base/Numbers.h"
 #include "tools/base/StopRequest.h"
 #include "tools/console/ConsoleReporter.h"
 #include "tools/console/DefinitionOption.h"
@@ -29,6 +30,7 @@ struct Options {
     std::string trace;
     std::string format = "text";
     bool level = false;
+    double least = 0; // seconds
 };
 
 MomentFormat formatOf(std::string const& name) {
@@ -75,7 +77,7 @@ public:
         d_live = recording.totalBytes() == 0;
         Drive drive(recording, d_definitions.channels(), d_frame, d_stop);
         d_recording = &recording;
-        MomentSearch search(d_condition, recording, *this);
+        MomentSearch search(d_condition, recording, *this, microseconds(d_options.least));
         drive.run(search);
         d_printer.begin(recording.placeKind());
         UnfedFrames const unfed = sortOut(drive.unfed(), d_definitions);
@@ -159,6 +161,13 @@ std::function<int()> setUpTrigger(CLI::App& parser, Console& console) {
     addDefinitionOptions(parser, options->definitions);
     parser.add_flag("--level", options->level, "Print how long the condition held as well");
     parser
+        .add_option(
+            "--for", options->least,
+            "Only moments at which the condition has held this long: its beginning plus SECONDS, also between two "
+            "frames")
+        ->type_name("SECONDS")
+        ->check(CLI::Range(0.0, 1e6).description(""));
+    parser
         .add_option("--format", options->format,
                     "text (the default), csv (times in seconds) or json (an object a line, times in microseconds)")
         ->type_name("FORMAT")
@@ -188,6 +197,7 @@ std::function<int()> setUpTrigger(CLI::App& parser, Console& console) {
         "\nExamples:\n"
         "  qzsignal trigger -d car.dbc 'Engine.Speed > 3000 && Transmission.Gear == 1' drive.log\n"
         "  qzsignal trigger -d car.dbc --level --format csv 'VehicleSpeed.Speed > 50' drive.log\n"
+        "  qzsignal trigger -d car.dbc --for 10 'Engine.Speed > 3000' drive.log\n"
         "  candump -L can0 | qzsignal trigger -d car.dbc 'Brake.PedalPressed' -\n");
     return [options, &console] { return Trigger(*options, console).run(); };
 }

@@ -1,10 +1,13 @@
 // Edges of a condition.
 #include "tools/moments/MomentSearch.h"
 
+#include <algorithm>
+#include <limits>
+
 namespace qztool {
 
 bool MomentSearch::onFrame(Frame const& frame) {
-    d_lastTime = frame.timestamp;
+    passTo(frame.timestamp);
     return true;
 }
 
@@ -13,9 +16,37 @@ void MomentSearch::onMessage(Frame const& frame, std::uint64_t message) {
         look(frame.timestamp);
 }
 
+void MomentSearch::onFed(Frame const& /*frame*/) {
+    if (d_pending)
+        d_moment.place = d_recording.place();
+}
+
+void MomentSearch::onFrameWithoutData(Frame const& frame) {
+    passTo(frame.timestamp);
+    onFed(frame);
+}
+
 void MomentSearch::onEnd() {
     if (d_true)
-        end(d_lastTime, false);
+        end(d_now, false);
+    if (d_pending)
+        report();
+}
+
+void MomentSearch::passTo(std::uint64_t time) {
+    if (d_pending)
+        awaitMoment(time);
+    d_now = time;
+}
+
+void MomentSearch::awaitMoment(std::uint64_t time) {
+    // Recorded time may step back, as at the seam of two recordings. What has held since a later time is not known to
+    // have held at all: the time that is required starts over.
+    bool const steppedBack = time < (d_true ? d_beginning : d_moment.timestamp);
+    if (steppedBack && d_true)
+        setBeginning(time);
+    else if (steppedBack || time > d_moment.timestamp)
+        report();
 }
 
 void MomentSearch::look(std::uint64_t time) {
@@ -28,18 +59,38 @@ void MomentSearch::look(std::uint64_t time) {
 }
 
 void MomentSearch::begin(std::uint64_t time) {
+    if (d_pending) // of the same time
+        report();
     d_true = true;
-    d_found = true;
-    d_moment = {time, d_recording.place(), 0, false};
-    d_listener.onMoment(d_moment);
+    setBeginning(time);
+    d_moment.place = d_recording.place();
+    if (d_least == 0)
+        report();
+    else
+        d_pending = true;
+}
+
+void MomentSearch::setBeginning(std::uint64_t time) {
+    d_beginning = time;
+    d_moment.timestamp = time + std::min(d_least, std::numeric_limits<std::uint64_t>::max() - time);
 }
 
 void MomentSearch::end(std::uint64_t time, bool ended) {
     d_true = false;
-    // Recorded time may step back, as at the seam of two recordings.
-    d_moment.held = time > d_moment.timestamp ? time - d_moment.timestamp : 0;
+    d_moment.held = time > d_beginning ? time - d_beginning : 0;
     d_moment.ended = ended;
-    d_listener.onMomentOver(d_moment);
+    if (d_pending)
+        d_pending = d_moment.held >= d_least;
+    else
+        d_listener.onMomentOver(d_moment);
+}
+
+void MomentSearch::report() {
+    d_pending = false;
+    d_found = true;
+    d_listener.onMoment({d_moment.timestamp, d_moment.place, 0, false});
+    if (!d_true)
+        d_listener.onMomentOver(d_moment);
 }
 
 } // namespace qztool
