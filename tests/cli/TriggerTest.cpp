@@ -128,6 +128,25 @@ TEST_F(TriggerTest, liveMomentIsReportedWithTheFirstFrameAfterIt) {
     EXPECT_EQ(command.wait(), 0);
 }
 
+TEST_F(TriggerTest, conditionMayNameWhatIsDerivedFromSignals) {
+    std::string const recording = log(rise);
+    EXPECT_EQ(Result(arguments({d_drive.speed() + ".age >= 0.75", recording})).output,
+              "1700000003.000000 true (line 5)\n1700000005.000000 true (line 7)\n");
+    EXPECT_EQ(Result(arguments({"Load.raw == -1", recording})).output, "1700000004.000000 true (line 6)\n");
+    std::string const definitions = d_drive.folder().file(
+        "words.dbc", contentsOf(d_drive.definitions()) + "VAL_ 256 Load 5 \"on the level\" 6 \"on_the_level\" ;\n");
+    Result const words({"trigger", "-d", definitions, "Load == Load.on_the_level_2", recording});
+    EXPECT_EQ(words.output, "1700000001.000000 true (line 2)\n");
+    EXPECT_TRUE(
+        contains(words.errors, "words that are spelled alike; see also '" + d_drive.load() + ".on_the_level'\n"))
+        << words.errors;
+    EXPECT_EQ(Result({"trigger", "--quiet", "-d", definitions, "Load == Load.on_the_level", recording}).errors, "");
+    Result const unknown({"trigger", "-d", definitions, "Load == Load.on_the_levle", recording});
+    EXPECT_EQ(unknown.status, 69);
+    EXPECT_EQ(unknown.errors, "qzsignal: error: the definition files hold no signal 'Load.on_the_levle', did you mean "
+                              "'Load.on_the_level'?\n");
+}
+
 TEST_F(TriggerTest, channelsAreThoseOfReplay) {
     std::string const recording = log("(1.0) can1 100#000100\n(2.0) can3 100#000100\n");
     Result const result({"trigger", "--dbc", "can3:" + d_drive.definitions(), d_drive.speed() + " > 50", recording});

@@ -61,7 +61,7 @@ public:
           d_stop(console.results()),
           d_definitions(d_reporter),
           d_signals(d_definitions, d_frame, d_reporter),
-          d_condition(options.expression, d_definitions, d_reporter),
+          d_condition(options.expression, d_definitions, d_derived, d_reporter),
           d_printer(console.results(), formatOf(options.format), options.level) {}
 
     int run() {
@@ -148,6 +148,7 @@ private:
     CurrentFrame d_frame;
     DefinitionSet d_definitions;
     SignalSet d_signals;
+    DerivedSignals d_derived;
     Condition d_condition;
     RecordingReader* d_recording = nullptr;
     MomentPrinter d_printer;
@@ -186,7 +187,9 @@ std::function<int()> setUpTrigger(CLI::App& parser, Console& console) {
     parser.footer(
         "\n"
         "The condition is true while its value is above 0. It is looked at after each frame that carries one\n"
-        "of its signals, as soon as all of them have a value.\n"
+        "of its signals, as soon as all of them have a value. Beside signals it may name what is derived from\n"
+        "one, X: X.age (seconds since its last write; looked at after every frame), X.raw (its raw value), and\n"
+        "X.WORD (what X reads when its raw value has that word in the value table).\n"
         "\nExit status:\n"
         "  0   the condition became true at least once\n"
         "  1   it never did\n"
@@ -198,6 +201,7 @@ std::function<int()> setUpTrigger(CLI::App& parser, Console& console) {
         "  qzsignal trigger -d car.dbc 'Engine.Speed > 3000 && Transmission.Gear == 1' drive.log\n"
         "  qzsignal trigger -d car.dbc --level --format csv 'VehicleSpeed.Speed > 50' drive.log\n"
         "  qzsignal trigger -d car.dbc --for 10 'Engine.Speed > 3000' drive.log\n"
+        "  qzsignal trigger -d car.dbc 'Engine.Speed.age > 0.5 && Gear != Gear.Park' drive.log\n"
         "  candump -L can0 | qzsignal trigger -d car.dbc 'Brake.PedalPressed' -\n");
     return [options, &console] { return Trigger(*options, console).run(); };
 }

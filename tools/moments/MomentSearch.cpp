@@ -12,11 +12,13 @@ bool MomentSearch::onFrame(Frame const& frame) {
 }
 
 void MomentSearch::onMessage(Frame const& frame, std::uint64_t message) {
-    if (d_condition.reads(message))
+    if (!d_condition.dependsOnTime() && d_condition.reads(message))
         look(frame.timestamp);
 }
 
-void MomentSearch::onFed(Frame const& /*frame*/) {
+void MomentSearch::onFed(Frame const& frame) {
+    if (d_condition.dependsOnTime())
+        look(frame.timestamp);
     if (d_pending)
         d_moment.place = d_recording.place();
 }
@@ -37,6 +39,7 @@ void MomentSearch::passTo(std::uint64_t time) {
     if (d_pending)
         awaitMoment(time);
     d_now = time;
+    d_condition.setTime(time);
 }
 
 void MomentSearch::awaitMoment(std::uint64_t time) {

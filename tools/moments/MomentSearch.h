@@ -10,7 +10,8 @@
 namespace qztool {
 
 // Listens to the drive that feeds the condition's signals. The condition is looked at after each message that carries
-// one of them, as soon as all of them hold values. Condition, recording and listener must outlive it.
+// one of them, or after each frame if it depends on time, as soon as all of them hold values. Condition, recording and
+// listener must outlive it.
 class MomentSearch : public DriveListener {
 public:
     // `least`: microseconds that the condition must have held, equal is enough. The moment is its beginning plus these,

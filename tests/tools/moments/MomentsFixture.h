@@ -14,23 +14,21 @@ namespace qztool {
 // Message "A" with identifier 0x100: "Speed" in its first byte, "Load" in its second one.
 class MomentsFixture : public DriveFixture {
 protected:
-    std::string definitions() {
-        return dbcFile("BO_ 256 A: 8 X\n SG_ Speed : 0|8@1+ (0.5,-10) [0|0] \"km/h\" X\n"
-                       " SG_ Load : 8|8@1- (1,0) [0|0] \"%\" X\n");
-    }
-
-    // A line for each moment: its time, its place, how long the condition held (microseconds), and how that ended. A
-    // name "A" in the text stands for that of the message.
+    // A line for each moment: its time, its place, how long the condition held (microseconds), and how that ended. What
+    // was reported comes first.
     std::string found(std::string const& text, std::string const& log, std::uint64_t least = 0) {
         TextReporter reporter;
         CurrentFrame frame;
         DefinitionSet definitionSet(reporter);
-        definitionSet.load({std::nullopt, definitions()});
+        definitionSet.load({std::nullopt, dbcFile(d_definitions)});
         SignalSet signals(definitionSet, frame, reporter);
-        Condition condition(text, definitionSet, reporter);
-        EXPECT_TRUE(condition.resolve());
+        DerivedSignals derived;
+        Condition condition(text, definitionSet, derived, reporter);
+        if (!condition.resolve())
+            return reporter.text();
         signals.buildNamed({condition.signals().begin(), condition.signals().end()});
-        EXPECT_EQ(condition.compile(), Condition::Compiled::Ready) << reporter.text();
+        if (condition.compile() != Condition::Compiled::Ready)
+            return reporter.text() + "not compiled\n";
         NeverStop stop;
         RecordingReader recording(file("drive.log", log), stop);
         Drive drive(recording, definitionSet.channels(), frame, stop);
@@ -38,8 +36,11 @@ protected:
         MomentSearch search(condition, recording, moments, least);
         drive.run(search);
         EXPECT_EQ(search.found(), !moments.d_text.empty());
-        return moments.d_text;
+        return reporter.text() + moments.d_text;
     }
+
+    std::string d_definitions = "BO_ 256 A: 8 X\n SG_ Speed : 0|8@1+ (0.5,-10) [0|0] \"km/h\" X\n"
+                                " SG_ Load : 8|8@1- (1,0) [0|0] \"%\" X\n";
 
 private:
     // Each moment is heard of twice, in this order.
