@@ -86,6 +86,14 @@ TEST_F(TriggerTest, otherFormatsHaveNoDurationsWithoutLevel) {
               "{\"timestamp\":1700000001000000,\"line\":2}\n");
 }
 
+TEST_F(TriggerTest, jsonHasAnOptionOfItsOwn) {
+    std::string const condition = d_drive.speed() + " > 50", recording = log(rise);
+    Result const result(arguments({"--json", "--level", "--for", "0.5", condition, recording}));
+    EXPECT_EQ(result.output, "{\"timestamp\":1700000001500000,\"line\":3,\"held\":1250000,\"ended\":true}\n"
+                             "{\"timestamp\":1700000004500000,\"line\":6,\"held\":1000000,\"ended\":false}\n");
+    EXPECT_EQ(Result(arguments({"--json", "--format", "csv", condition, recording})).status, 64);
+}
+
 TEST_F(TriggerTest, nothingIsLookedAtBeforeAllSignalsHaveValues) {
     // A frame of two bytes carries no load; the speed alone would do.
     std::string const condition = d_drive.speed() + " > 50 || " + d_drive.load() + " > 50";

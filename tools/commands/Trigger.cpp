@@ -30,11 +30,14 @@ struct Options {
     std::string trace;
     std::string format = "text";
     bool level = false;
+    bool json = false;
     double least = 0; // seconds
 };
 
-MomentFormat formatOf(std::string const& name) {
-    return name == "json" ? MomentFormat::Json : name == "csv" ? MomentFormat::Csv : MomentFormat::Text;
+MomentFormat formatOf(Options const& options) {
+    return options.json || options.format == "json" ? MomentFormat::Json
+           : options.format == "csv"                ? MomentFormat::Csv
+                                                    : MomentFormat::Text;
 }
 
 // An input that cannot be used is no answer: 1 is one here.
@@ -62,7 +65,7 @@ public:
           d_definitions(d_reporter),
           d_signals(d_definitions, d_frame, d_reporter),
           d_condition(options.expression, d_definitions, d_derived, d_reporter),
-          d_printer(console.results(), formatOf(options.format), options.level) {}
+          d_printer(console.results(), formatOf(options), options.level) {}
 
     int run() {
         RecordingReader recording(d_options.trace, d_stop);
@@ -173,6 +176,7 @@ std::function<int()> setUpTrigger(CLI::App& parser, Console& console) {
                     "text (the default), csv (times in seconds) or json (an object a line, times in microseconds)")
         ->type_name("FORMAT")
         ->check(CLI::IsMember({"text", "csv", "json"}).description(""));
+    parser.add_flag("--json", options->json, "The same as --format json")->excludes("--format");
     parser
         .add_option("EXPR", options->expression,
                     "Condition over signals called Message.Signal. Quote it for the shell, and leave a space between a "
@@ -190,6 +194,12 @@ std::function<int()> setUpTrigger(CLI::App& parser, Console& console) {
         "of its signals, as soon as all of them have a value. Beside signals it may name what is derived from\n"
         "one, X: X.age (seconds since its last write; looked at after every frame), X.raw (its raw value), and\n"
         "X.WORD (what X reads when its raw value has that word in the value table).\n"
+        "\nFields of --format json and csv:\n"
+        "  timestamp  the moment, in microseconds as recorded; in CSV time, in seconds\n"
+        "  line       of the frame in a recording of lines, counted from 1\n"
+        "  object     the same in others: number of its object or packet\n"
+        "  held       with --level: how long the condition held, in microseconds; in CSV in seconds\n"
+        "  ended      with --level: true if it became false again, false at the end of the recording\n"
         "\nExit status:\n"
         "  0   the condition became true at least once\n"
         "  1   it never did\n"
