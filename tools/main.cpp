@@ -9,9 +9,11 @@
 #include <algorithm>
 #include <csignal>
 #include <exception>
+#include <fcntl.h>
 #include <iterator>
 #include <new>
 #include <string>
+#include <unistd.h>
 #include <vector>
 
 namespace {
@@ -72,8 +74,15 @@ int run(int argc, char const* const* argv, qztool::Console& console) {
         console.error(error.what(), "; see qzsignal --help");
         return qztool::exitUsage;
     }
-    console.results().flush();
     return status;
+}
+
+// Puts something that can neither be read nor written in place of each standard stream that the caller closed. A file
+// that is opened later would get its descriptor otherwise, and the results.
+void occupyClosedStreams() {
+    for (int const stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
+        if (fcntl(stream, F_GETFD) == -1)
+            static_cast<void>(open("/dev/null", stream == STDIN_FILENO ? O_WRONLY : O_RDONLY));
 }
 
 } // namespace
@@ -81,13 +90,15 @@ int run(int argc, char const* const* argv, qztool::Console& console) {
 int main(int argc, char** argv) {
     // The reader of our output may stop reading; that must not keep a replay from removing its segments.
     std::signal(SIGPIPE, SIG_IGN);
+    occupyClosedStreams();
     qztool::Console console;
+    int status = qztool::exitFailed;
     try {
-        return run(argc, argv, console);
+        status = run(argc, argv, console);
     } catch (std::bad_alloc const&) {
         console.error("out of memory");
     } catch (std::exception const& error) {
         console.error(error.what());
     }
-    return qztool::exitFailed;
+    return console.finish(status);
 }

@@ -207,6 +207,7 @@ std::function<int()> setUpTrigger(CLI::App& parser, Console& console) {
         "  65  the expression is wrong, or an input contains no usable data\n"
         "  69  a file or a signal is not there\n"
         "  70  internal failure, such as out of memory\n"
+        "  74  the results could not be written\n"
         "\nExamples:\n"
         "  qzsignal trigger -d car.dbc 'Engine.Speed > 3000 && Transmission.Gear == 1' drive.log\n"
         "  qzsignal trigger -d car.dbc --level --format csv 'VehicleSpeed.Speed > 50' drive.log\n"
