@@ -109,7 +109,7 @@ RecordingReader::Next RecordingReader::openFormat() {
     if (lineFormatOf(line) == nullptr)
         if (char const* const cause = foreignLine(line))
             return failForeign(cause);
-    auto text = std::make_unique<TextReader>(content(), d_findings, d_name);
+    auto text = std::make_unique<TextReader>(content(), d_findings);
     d_text = text.get();
     d_reader = std::move(text);
     return Next::Frame;

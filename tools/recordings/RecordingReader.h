@@ -9,6 +9,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 
 namespace qztool {
@@ -43,9 +44,8 @@ public:
     std::uint64_t place() const { return d_reader ? d_reader->place() : 0; }
     char const* placeKind() const { return d_reader ? d_reader->placeKind() : "line"; }
 
-    // Microseconds since 1970 at which the recording began, if the frames' times count from there; known with the first
-    // frame. 0: they count from 1970, or the recording does not say.
-    std::uint64_t startTime() const { return d_reader ? d_reader->startTime() : 0; }
+    // As FrameReader's.
+    std::optional<std::uint64_t> startTime() const { return d_reader ? d_reader->startTime() : std::nullopt; }
 
     // Progress: bytes taken so far, out of all; 0 where the size is not known beforehand, as with pipes.
     std::uint64_t bytesRead() const { return d_file.bytesRead(); }

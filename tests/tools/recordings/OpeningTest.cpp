@@ -20,7 +20,7 @@ struct Result {
     RecordingText frames;
     std::string problem;
     std::string place;
-    std::uint64_t startTime;
+    std::optional<std::uint64_t> startTime;
 };
 
 Result resultOf(std::string const& content) {
@@ -123,8 +123,14 @@ TEST(OpeningTest, emptyCompressedRecordingHasNoFrames) {
 
 TEST(OpeningTest, startTimeIsThatOfTheFormat) {
     EXPECT_GT(resultOf(blf::fileHeader({2017, 9, 30, 15, 6, 13, 191}) + blf::can(1, 1, "")).startTime, 0U);
+    EXPECT_EQ(resultOf(blf::fileHeader() + blf::can(1, 1, "")).startTime, std::nullopt);
     EXPECT_GT(resultOf(";$STARTTIME=43008.9\n1) 5 0001 0\n").startTime, 0U);
+    EXPECT_EQ(resultOf("1) 5 0001 0\n").startTime, std::nullopt);
     EXPECT_EQ(resultOf("(5.000000) can0 123#\n").startTime, 0U);
+    EXPECT_EQ(resultOf(" (1757617431.821276)  can0  123   [0] \n").startTime, 0U);
+    EXPECT_EQ(resultOf(" (000.000000)  can0  123   [0] \n").startTime, std::nullopt);
+    EXPECT_EQ(resultOf("  can0  123   [0] \n").startTime, std::nullopt);
+    EXPECT_EQ(resultOf("").startTime, std::nullopt);
 }
 
 TEST(OpeningTest, whatIsHandedOverByMistakeIsNamed) {

@@ -20,6 +20,7 @@ public:
     // The next character; NUL at the end of the line.
     char peek() const { return atEnd() ? '\0' : *d_position; }
     void advance() { ++d_position; } // not at the end
+    std::string_view rest() const { return {d_position, static_cast<std::size_t>(d_end - d_position)}; }
     // Moves over `character` if it comes next.
     bool take(char character) {
         if (atEnd() || *d_position != character)

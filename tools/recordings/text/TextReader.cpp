@@ -5,7 +5,6 @@
 #include "tools/recordings/text/TextCursor.h"
 
 #include <algorithm>
-#include <utility>
 
 namespace qztool {
 
@@ -19,8 +18,8 @@ bool isBlankLine(std::string_view line) {
 
 } // namespace
 
-TextReader::TextReader(InputBuffer& input, Findings& findings, std::string name)
-    : d_input(input), d_findings(findings), d_name(std::move(name)), d_source(input) {}
+TextReader::TextReader(InputBuffer& input, Findings& findings)
+    : d_input(input), d_findings(findings), d_source(input) {}
 
 TextReader::~TextReader() = default;
 
@@ -49,7 +48,7 @@ FrameReader::Next TextReader::stop(LineSource::Next reason) {
     if (reason == LineSource::Next::Interrupted)
         return Next::Interrupted;
     if (reason == LineSource::Next::Failed)
-        d_findings.fail("cannot read " + d_name + ": " + d_input.source().error());
+        d_findings.failReading(d_input.source().error());
     return Next::End;
 }
 
@@ -66,8 +65,10 @@ ParsedLine TextReader::parse(std::string_view line, Frame& frame) {
 
 void TextReader::recognise(std::string_view line) {
     d_format = lineFormatOf(line);
-    if (d_format != nullptr)
-        d_lineFormat = d_format->makeLineFormat();
+    if (d_format == nullptr)
+        return;
+    d_lineFormat = d_format->makeLineFormat();
+    d_lineFormat->lookAhead(d_input.bytes());
 }
 
 } // namespace qztool

@@ -8,7 +8,7 @@
 
 #include <functional>
 #include <memory>
-#include <string>
+#include <optional>
 #include <string_view>
 
 namespace qztool {
@@ -18,14 +18,15 @@ struct RecordingFormat;
 // Takes the format from the first line that looks like one; lines before it are malformed unless they are blank.
 class TextReader : public FrameReader {
 public:
-    // `name` is the recording's in messages, such as "'x.log'".
-    TextReader(InputBuffer& input, Findings& findings, std::string name);
+    TextReader(InputBuffer& input, Findings& findings);
     ~TextReader() override;
 
     Next next(Frame& frame) override;
     std::uint64_t place() const override { return d_lines; }
     char const* placeKind() const override { return "line"; }
-    std::uint64_t startTime() const override { return d_lineFormat ? d_lineFormat->startTime() : 0; }
+    std::optional<std::uint64_t> startTime() const override {
+        return d_lineFormat ? d_lineFormat->startTime() : std::nullopt;
+    }
 
     // Null as long as no line looked like one.
     RecordingFormat const* format() const { return d_format; }
@@ -37,7 +38,6 @@ private:
 
     InputBuffer& d_input;
     Findings& d_findings;
-    std::string d_name;
     LineSource d_source;
     RecordingFormat const* d_format = nullptr;
     std::unique_ptr<LineFormat> d_lineFormat;

@@ -82,14 +82,14 @@ bool readMilliseconds(std::string_view word, std::uint64_t& microseconds) {
 }
 
 // Days since December 30, 1899, of local time.
-std::uint64_t startTimeOf(std::string_view text) {
+std::optional<std::uint64_t> startTimeOf(std::string_view text) {
     constexpr double mostDays = 200'000; // in the year 2447
     constexpr std::uint64_t microsecondsPerSecond = 1'000'000;
     std::string const terminated(text);
     char* end = nullptr;
     double const days = std::strtod(terminated.c_str(), &end);
     if (end == terminated.c_str() || !(days > 0) || days > mostDays)
-        return 0;
+        return std::nullopt;
     auto const wholeDays = static_cast<int>(days);
     auto const time = static_cast<std::uint64_t>(std::llround((days - wholeDays) * 86'400e6));
     auto const seconds = static_cast<int>(time / microsecondsPerSecond);
@@ -100,7 +100,8 @@ std::uint64_t startTimeOf(std::string_view text) {
     date.tm_hour = seconds / 3600;
     date.tm_min = seconds / 60 % 60;
     date.tm_sec = seconds % 60;
-    return sinceEpoch(date, time % microsecondsPerSecond);
+    std::uint64_t const start = sinceEpoch(date, time % microsecondsPerSecond);
+    return start != 0 ? std::optional(start) : std::nullopt;
 }
 
 char const* readIdentifier(std::string_view word, Frame& frame) {
