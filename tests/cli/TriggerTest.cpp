@@ -175,6 +175,42 @@ TEST_F(TriggerTest, liveRecordingIsAnsweredAtOnce) {
     EXPECT_EQ(command.wait(), 0);
 }
 
+TEST_F(TriggerTest, damageOfALiveRecordingIsReportedAtOnce) {
+    Command command(arguments({d_drive.speed() + " > 50", "-"}));
+    command.feed("(1700000000.000001) can0 100#100000\nnonsense\n");
+    EXPECT_TRUE(waitUntil([&] { return contains(command.errors(), "-:2: "); })) << command.errors();
+    EXPECT_TRUE(command.running());
+    for (int i = 0; i < 11; ++i)
+        command.feed("nonsense\n");
+    command.feed("(x) can0 100#00\n");
+    EXPECT_TRUE(waitUntil([&] { return contains(command.errors(), "-:14: "); })) << command.errors();
+    // More than ten of a cause are summed up in the end, and nothing else comes again.
+    EXPECT_FALSE(contains(command.errors(), "-:12: ")) << command.errors();
+    command.endInput();
+    EXPECT_EQ(command.wait(), 1);
+    EXPECT_TRUE(contains(command.errors(), "-:2-13: ")) << command.errors();
+    EXPECT_EQ(command.errors().find("-:14: "), command.errors().rfind("-:14: ")) << command.errors();
+}
+
+TEST_F(TriggerTest, absoluteTimesCountFrom1970) {
+    setenv("TZ", "CET-1CEST,M3.5.0,M10.5.0/3", 1);
+    std::string const asc = "date Sam Sep 30 15:06:13.191 2017\nbase hex timestamps absolute\n"
+                            "   0.500000 1  100  Rx d 3 00 01 05\n";
+    std::string const condition = d_drive.speed() + " > 50";
+    EXPECT_EQ(Result(arguments({condition, log(asc)})).output, "0.500000 true (line 3)\n");
+    Result const absolute(arguments({"--absolute", condition, log(asc)}));
+    EXPECT_EQ(absolute.output, "1506776773.691000 true (line 3)\n");
+    EXPECT_EQ(absolute.errors, "");
+    EXPECT_EQ(Result(arguments({"--absolute", condition, log(rise)})).output,
+              "1700000001.000000 true (line 2)\n1700000004.000000 true (line 6)\n");
+    Result const unknown(arguments({"--absolute", condition, log("date yesterday\n" + asc.substr(asc.find("base")))}));
+    EXPECT_EQ(unknown.output, "0.500000 true (line 3)\n");
+    EXPECT_TRUE(contains(unknown.errors, "drive.log: does not say when it began, or not in a form that is known; its "
+                                         "times are as recorded\n"))
+        << unknown.errors;
+    unsetenv("TZ");
+}
+
 TEST_F(TriggerTest, stopsInOrderOnRequest) {
     std::string const ended = "1700000001.000000 true for 1.250000 s (line 2)\n",
                       open = "1700000004.000000 true for 1.000000 s, to the end of the recording (line 6)\n";

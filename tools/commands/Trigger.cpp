@@ -6,6 +6,8 @@
 #include "tools/base/StopRequest.h"
 #include "tools/console/ConsoleReporter.h"
 #include "tools/console/DefinitionOption.h"
+#include "tools/console/LiveReport.h"
+#include "tools/console/RecordingOption.h"
 #include "tools/console/RecordingReport.h"
 #include "tools/drive/DefinitionSet.h"
 #include "tools/drive/SignalSet.h"
@@ -27,7 +29,7 @@ namespace {
 struct Options {
     DefinitionOptions definitions;
     std::string expression;
-    std::string trace;
+    RecordingOptions recording;
     std::string format = "text";
     bool level = false;
     bool json = false;
@@ -68,7 +70,8 @@ public:
           d_printer(console.results(), formatOf(options), options.level) {}
 
     int run() {
-        RecordingReader recording(d_options.trace, d_stop);
+        RecordingReader recording(d_options.recording.path, d_stop, d_options.recording.times());
+        LiveReport const liveReport(recording, d_options.recording.path, d_console);
         if (!recording.isOpen()) {
             d_console.error(recording.problem());
             return exitNotThere;
@@ -77,14 +80,14 @@ public:
         if (prepared != exitSuccess)
             return statusOf(prepared);
         noteStopRequests();
-        d_live = recording.totalBytes() == 0;
+        d_live = recording.isLive();
         Drive drive(recording, d_definitions.channels(), d_frame, d_stop);
         d_recording = &recording;
         MomentSearch search(d_condition, recording, *this, microseconds(d_options.least));
         drive.run(search);
         d_printer.begin(recording.placeKind());
         UnfedFrames const unfed = sortOut(drive.unfed(), d_definitions);
-        ExitStatus const status = report(drive, unfed, d_options.trace, d_console);
+        ExitStatus const status = report(drive, unfed, d_options.recording, d_console);
         if (drive.counts().frames != 0)
             reportUnwritten();
         // A recording without a frame has been searched, too.
@@ -183,11 +186,7 @@ std::function<int()> setUpTrigger(CLI::App& parser, Console& console) {
                     "name and && or ||")
         ->type_name("")
         ->required();
-    parser
-        .add_option("TRACE", options->trace,
-                    "Recording: the log format of candump (candump -L) or an ASC text log; - is standard input")
-        ->type_name("")
-        ->required();
+    addRecordingOptions(parser, options->recording);
     parser.footer(
         "\n"
         "The condition is true while its value is above 0. It is looked at after each frame that carries one\n"

@@ -6,7 +6,9 @@
 #include "tools/recordings/compressed/Compression.h"
 #include "tools/recordings/text/TextReader.h"
 
+#include <algorithm>
 #include <cerrno>
+#include <limits>
 #include <string_view>
 #include <system_error>
 #include <utility>
@@ -31,8 +33,9 @@ int openRecording(std::string const& path) {
 
 } // namespace
 
-RecordingReader::RecordingReader(std::string const& path, Stop& stop)
+RecordingReader::RecordingReader(std::string const& path, Stop& stop, FrameTimes times)
     : d_isStandardInput(path == "-"),
+      d_times(times),
       d_name(d_isStandardInput ? "standard input" : "'" + path + "'"),
       d_descriptor(d_isStandardInput ? STDIN_FILENO : openRecording(path)),
       d_findings(d_name),
@@ -68,6 +71,15 @@ void RecordingReader::closeOwn() {
 }
 
 RecordingReader::Next RecordingReader::next(Frame& frame) {
+    Next const result = readNext(frame);
+    if (d_times == FrameTimes::Since1970 && result == Next::Frame) {
+        std::uint64_t const start = startTime().value_or(0);
+        frame.timestamp += std::min(start, std::numeric_limits<std::uint64_t>::max() - frame.timestamp);
+    }
+    return result;
+}
+
+RecordingReader::Next RecordingReader::readNext(Frame& frame) {
     if (d_reader)
         return d_reader->next(frame);
     if (!d_findings.problem().empty())

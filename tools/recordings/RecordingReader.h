@@ -17,6 +17,11 @@ namespace qztool {
 class TextReader;
 struct RecordingFormat;
 
+enum class FrameTimes {
+    AsRecorded, // since 1970 or since the start of the recording
+    Since1970   // as far as the recording says when it began
+};
+
 // Opens a recording, finds its format out when the first bytes are there, and hands its frames out. One that cannot be
 // read leaves a problem in the findings and has no (further) frames.
 class RecordingReader {
@@ -24,7 +29,7 @@ public:
     using Next = FrameReader::Next;
 
     // Opens a file, pipe or device; "-" is standard input. `stop` must outlive the reader.
-    RecordingReader(std::string const& path, Stop& stop);
+    RecordingReader(std::string const& path, Stop& stop, FrameTimes times = FrameTimes::AsRecorded);
     ~RecordingReader();
     RecordingReader(RecordingReader const&) = delete;
     RecordingReader& operator=(RecordingReader const&) = delete;
@@ -37,6 +42,8 @@ public:
     // One line such as "cannot open 'x.log': No such file or directory"; empty if all is well.
     std::string const& problem() const { return d_findings.problem(); }
     Findings const& findings() const { return d_findings; }
+    // From now on. The listener must outlive the reader, or be null.
+    void setListener(FindingsListener* listener) { d_findings.setListener(listener); }
 
     // Such as "ASC"; empty as long as it is not known.
     char const* formatName() const;
@@ -50,12 +57,15 @@ public:
     // Progress: bytes taken so far, out of all; 0 where the size is not known beforehand, as with pipes.
     std::uint64_t bytesRead() const { return d_file.bytesRead(); }
     std::uint64_t totalBytes() const { return d_totalBytes; }
+    // True if it may come as it is made, such as through a pipe.
+    bool isLive() const { return d_totalBytes == 0; }
 
 private:
     using Read = InputBuffer::Read;
 
     void inspect();
     void closeOwn();
+    Next readNext(Frame& frame);
     Next openFormat();
     Read readBeginning(InputBuffer& input);
     bool decompress();
@@ -63,6 +73,7 @@ private:
     InputBuffer& content() { return d_content ? *d_content : d_input; }
 
     bool d_isStandardInput;
+    FrameTimes d_times;
     std::string d_name; // as it is in messages
     int d_descriptor;   // negative: not open
     std::uint64_t d_totalBytes = 0;

@@ -30,6 +30,7 @@ public:
 
 private:
     ParsedLine parseBase(TextCursor cursor);
+    ParsedLine parseDate(TextCursor cursor);
     static ParsedLine errorFrame(std::string_view channel, Frame& frame);
     ParsedLine parseFdEvent(TextCursor cursor, Frame& frame) const;
     ParsedLine parseLinEvent(std::string_view channel, TextCursor cursor, Frame& frame) const;
