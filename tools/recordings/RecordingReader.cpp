@@ -4,6 +4,7 @@
 #include "tools/recordings/ForeignContent.h"
 #include "tools/recordings/Formats.h"
 #include "tools/recordings/compressed/Compression.h"
+#include "tools/recordings/text/TextCursor.h"
 #include "tools/recordings/text/TextReader.h"
 
 #include <algorithm>
@@ -93,6 +94,23 @@ char const* RecordingReader::formatName() const {
     return format != nullptr ? format->name : "";
 }
 
+std::string_view RecordingReader::line() const {
+    return d_text != nullptr ? d_text->line() : std::string_view();
+}
+
+bool RecordingReader::linesHaveTheirTimes() const {
+    return d_text == nullptr || d_text->linesHaveTheirTimes();
+}
+
+std::string const& RecordingReader::header() const {
+    static std::string const none;
+    return d_text != nullptr ? d_text->header() : none;
+}
+
+std::size_t RecordingReader::headers() const {
+    return d_text != nullptr ? d_text->headers() : 0;
+}
+
 // Frame: there may be some, and `d_reader` reads them.
 RecordingReader::Next RecordingReader::openFormat() {
     if (!d_content) {
@@ -118,7 +136,7 @@ RecordingReader::Next RecordingReader::openFormat() {
         return Next::End;
     }
     std::string_view const line = bytes.substr(0, bytes.find_first_of("\r\n"));
-    if (lineFormatOf(line) == nullptr)
+    if (lineFormatOf(line) == nullptr && !isCommentLine(line))
         if (char const* const cause = foreignLine(line))
             return failForeign(cause);
     auto text = std::make_unique<TextReader>(content(), d_findings);

@@ -11,6 +11,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 
 namespace qztool {
 
@@ -50,6 +51,16 @@ public:
     // Lines or objects so far, which includes that of the current frame, and what is counted: "line", "object", ...
     std::uint64_t place() const { return d_reader ? d_reader->place() : 0; }
     char const* placeKind() const { return d_reader ? d_reader->placeKind() : "line"; }
+
+    // In recordings of lines, the line of the current frame, without its end; else empty. Valid until the next `next`.
+    std::string_view line() const;
+    // False if the time in that line depends on the lines before it.
+    bool linesHaveTheirTimes() const;
+    // The lines that say how those of frames are to be read, with their comments, each with its end, as they were last;
+    // empty if there are none. `headers` counts how often such lines began: more than once where recordings were
+    // joined.
+    std::string const& header() const;
+    std::size_t headers() const;
 
     // As FrameReader's.
     std::optional<std::uint64_t> startTime() const { return d_reader ? d_reader->startTime() : std::nullopt; }

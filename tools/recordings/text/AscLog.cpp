@@ -132,8 +132,12 @@ ParsedLine AscLog::parse(std::string_view line, Frame& frame) {
         return parseEvent(cursor, frame);
     if (isBaseHeader(cursor))
         return parseBase(cursor);
-    if (takeDateHeader(cursor))
-        return parseDate(cursor);
+    bool const isDate = beginsWith(cursor, "date"); // trigger blocks are parts of a log
+    if (takeDateHeader(cursor)) {
+        ParsedLine parsed = parseDate(cursor);
+        parsed.isHeader = isDate;
+        return parsed;
+    }
     return isOtherHeader(cursor) ? ParsedLine{LineKind::Other} : malformedLine("neither a header nor an event");
 }
 
@@ -160,7 +164,7 @@ ParsedLine AscLog::parseBase(TextCursor cursor) {
     }
     d_base = isDecimal ? 10 : 16;
     d_relative = relative;
-    return {LineKind::Other};
+    return headerLine();
 }
 
 char const* AscLog::readEventTime(TextCursor& cursor) {

@@ -26,6 +26,7 @@ public:
     // True if the line can open a log: header, comment or event.
     static bool fits(std::string_view line);
     ParsedLine parse(std::string_view line, Frame& frame) override;
+    bool linesHaveTheirTimes() const override { return !d_relative; }
     std::optional<std::uint64_t> startTime() const override { return d_startTime; }
 
 private:

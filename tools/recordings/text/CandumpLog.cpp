@@ -204,9 +204,15 @@ std::optional<std::uint64_t> CandumpLog::startTime() const {
     return d_isScreen ? d_screen.startTime() : 0;
 }
 
+bool CandumpLog::linesHaveTheirTimes() const {
+    return !d_isScreen || d_screen.startTime().has_value();
+}
+
 ParsedLine CandumpLog::parse(std::string_view line, Frame& frame) {
     if (readUsualLine(line, frame))
         return {LineKind::Frame};
+    if (isCommentLine(line))
+        return {LineKind::Other};
     if (isDropReport(line))
         return skippedEvent("report of dropped frames");
     // Decided by the first line that only can be of a screen: what is wrong with another is said in the terms of its

@@ -17,6 +17,7 @@ namespace qztool {
 // (1757617431.821276) can0 18FEF100#R8               remote frame, with or without a length
 // (1757617431.821276) can0 123##1A0B1                CAN FD: flags (1: BRS, 2: ESI) and up to 64 bytes
 // (1757617431.821276) can0 20000080#0000000000000000 error frame: bit 29 of the identifier
+// # a comment
 // Eight data bytes may be followed by the raw length code ("_E"), every frame by its direction (" R", " T").
 // The channel is the number at the end of the interface's name, 0 if there is none. For the lines of a screen, see
 // CandumpScreen.
@@ -26,6 +27,7 @@ public:
     static bool fits(std::string_view line);
     void lookAhead(std::string_view lines) override;
     ParsedLine parse(std::string_view line, Frame& frame) override;
+    bool linesHaveTheirTimes() const override;
     std::optional<std::uint64_t> startTime() const override;
 
 private:

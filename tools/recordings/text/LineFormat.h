@@ -22,6 +22,8 @@ public:
     // Reads the next line, which comes without its end. `frame` is valid if the kind is Frame, and unspecified
     // otherwise.
     virtual ParsedLine parse(std::string_view line, Frame& frame) = 0;
+    // False if the time in a frame's line depends on the lines before it.
+    virtual bool linesHaveTheirTimes() const { return true; }
     // As FrameReader's, by the lines so far.
     virtual std::optional<std::uint64_t> startTime() const = 0;
 };

@@ -11,6 +11,12 @@ inline bool isBlank(char character) {
     return character == ' ' || character == '\t';
 }
 
+// Comments of the formats that have none of their own.
+inline bool isCommentLine(std::string_view line) {
+    std::size_t const first = line.find_first_not_of(" \t");
+    return first != std::string_view::npos && line[first] == '#';
+}
+
 // The line must outlive the cursor and the words taken from it.
 class TextCursor {
 public:

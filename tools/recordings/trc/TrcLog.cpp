@@ -210,8 +210,10 @@ ParsedLine TrcLog::parseHeader(std::string_view line) {
     constexpr std::string_view version = "$FILEVERSION=";
     constexpr std::string_view start = "$STARTTIME=";
     constexpr std::string_view columns = "$COLUMNS=";
-    if (startsWith(line, start))
+    if (startsWith(line, start)) {
         d_startTime = startTimeOf(line.substr(start.size()));
+        return headerLine();
+    }
     if (startsWith(line, columns))
         return parseColumns(trimmed(line.substr(columns.size())));
     if (!startsWith(line, version))
@@ -220,7 +222,7 @@ ParsedLine TrcLog::parseHeader(std::string_view line) {
     for (Version const& each : versions) {
         if (each.number == number) {
             setColumns(each.columns);
-            return {};
+            return headerLine();
         }
     }
     return malformedLine("file version is not one of 1.0 to 1.3, 2.0 and 2.1");
@@ -243,7 +245,7 @@ ParsedLine TrcLog::parseColumns(std::string_view letters) {
     if (read.back() != 'D')
         return malformedLine("data is not the last column");
     setColumns(read);
-    return {};
+    return headerLine();
 }
 
 // `isFrame` becomes false if the line turns out to hold something else.

@@ -129,7 +129,7 @@ TEST(CandumpLogTest, suffixesAreAccepted) {
 TEST(CandumpLogTest, damagedLinesTellTheirCause) {
     check({
         {"can0 123#01", "malformed: line does not begin with a time in parentheses"},
-        {"# comment", "malformed: line does not begin with a time in parentheses"},
+        {"; comment", "malformed: line does not begin with a time in parentheses"},
         {"(", "malformed: time stamp is not a number"},
         {"(x) can0 123#01", "malformed: time stamp is not a number"},
         {"(-1.0) can0 123#01", "malformed: time stamp is not a number"},
