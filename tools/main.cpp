@@ -26,6 +26,7 @@ constexpr Subcommand subcommands[] = {
     {"list", "List the shared signals of this machine", qztool::setUpList},
     {"eval", "Evaluate an expression over shared signals", qztool::setUpEval},
     {"trigger", "Find the moments of a recorded drive at which a condition becomes true", qztool::setUpTrigger},
+    {"cut", "Write the stretches of a recorded drive around each moment of a condition", qztool::setUpCut},
 };
 
 bool isSubcommand(std::string const& word) {
@@ -46,7 +47,7 @@ int run(int argc, char const* const* argv, qztool::Console& console) {
     CLI::App parser("Vehicle bus signals that every process of this machine can read", "qzsignal");
     parser.set_version_flag("--version", "qzsignal " QZSIGNAL_VERSION);
     parser.footer(std::string("\n") + qztool::exitStatusHelp +
-                  "Eval and trigger end with 0 if the condition is true and with 1 if it is not.\n"
+                  "Eval, trigger and cut end with 0 if the condition is true and with 1 if it is not.\n"
                   "\nExamples:\n"
                   "  qzsignal replay -d car.dbc drive.log\n"
                   "  candump -L can0 | qzsignal replay -d car.dbc -\n"

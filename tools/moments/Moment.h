@@ -23,6 +23,8 @@ public:
     virtual void onMoment(Moment const& moment) { static_cast<void>(moment); }
     // The same moment, once the condition has become false or the recording has ended.
     virtual void onMomentOver(Moment const& moment) { static_cast<void>(moment); }
+    // Called now and then.
+    virtual void onProgress() {}
 };
 
 } // namespace qztool
