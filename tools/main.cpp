@@ -9,9 +9,11 @@
 #include <algorithm>
 #include <csignal>
 #include <exception>
+#include <fcntl.h>
 #include <iterator>
 #include <new>
 #include <string>
+#include <unistd.h>
 #include <vector>
 
 namespace {
@@ -24,6 +26,7 @@ constexpr Subcommand subcommands[] = {
     {"list", "List the shared signals of this machine", qztool::setUpList},
     {"eval", "Evaluate an expression over shared signals", qztool::setUpEval},
     {"trigger", "Find the moments of a recorded drive at which a condition becomes true", qztool::setUpTrigger},
+    {"cut", "Write the stretches of a recorded drive around each moment of a condition", qztool::setUpCut},
 };
 
 bool isSubcommand(std::string const& word) {
@@ -44,7 +47,7 @@ int run(int argc, char const* const* argv, qztool::Console& console) {
     CLI::App parser("Vehicle bus signals that every process of this machine can read", "qzsignal");
     parser.set_version_flag("--version", "qzsignal " QZSIGNAL_VERSION);
     parser.footer(std::string("\n") + qztool::exitStatusHelp +
-                  "Eval and trigger end with 0 if the condition is true and with 1 if it is not.\n"
+                  "Eval, trigger and cut end with 0 if the condition is true and with 1 if it is not.\n"
                   "\nExamples:\n"
                   "  qzsignal replay -d car.dbc drive.log\n"
                   "  candump -L can0 | qzsignal replay -d car.dbc -\n"
@@ -72,8 +75,15 @@ int run(int argc, char const* const* argv, qztool::Console& console) {
         console.error(error.what(), "; see qzsignal --help");
         return qztool::exitUsage;
     }
-    console.results().flush();
     return status;
+}
+
+// Puts something that can neither be read nor written in place of each standard stream that the caller closed. A file
+// that is opened later would get its descriptor otherwise, and the results.
+void occupyClosedStreams() {
+    for (int const stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
+        if (fcntl(stream, F_GETFD) == -1)
+            static_cast<void>(open("/dev/null", stream == STDIN_FILENO ? O_WRONLY : O_RDONLY));
 }
 
 } // namespace
@@ -81,13 +91,15 @@ int run(int argc, char const* const* argv, qztool::Console& console) {
 int main(int argc, char** argv) {
     // The reader of our output may stop reading; that must not keep a replay from removing its segments.
     std::signal(SIGPIPE, SIG_IGN);
+    occupyClosedStreams();
     qztool::Console console;
+    int status = qztool::exitFailed;
     try {
-        return run(argc, argv, console);
+        status = run(argc, argv, console);
     } catch (std::bad_alloc const&) {
         console.error("out of memory");
     } catch (std::exception const& error) {
         console.error(error.what());
     }
-    return qztool::exitFailed;
+    return console.finish(status);
 }

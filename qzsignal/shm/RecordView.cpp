@@ -104,16 +104,6 @@ std::optional<RecordContent> RecordView::read(std::chrono::milliseconds patience
     });
 }
 
-RecordContent RecordView::read() const {
-    if (d_isReadOnly)
-        return look();
-    return visit([this](auto& record) {
-        LockOutcome const outcome =
-            lockRecordAfter(pthread_mutex_trylock(&record.mutex), record.mutex, familyOf(record).d_label, d_instance);
-        return readLocked(record, outcome, d_instance);
-    });
-}
-
 RecordContent RecordView::look() const {
     return visit([](auto const& record) { return contentOf(snapshot(record)); });
 }

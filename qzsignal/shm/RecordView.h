@@ -46,9 +46,6 @@ public:
     // Reads under the lock. Nothing if another process still holds the lock after `patience`. There is a record.
     std::optional<RecordContent> read(std::chrono::milliseconds patience) const;
 
-    // The same, but waits as signals do: without a limit, with a line on each attempt.
-    RecordContent read() const;
-
     // Looks without the lock: what the record holds, or is about to hold, at one moment. There is a record.
     RecordContent look() const;
 

@@ -14,7 +14,7 @@ TEST(CommandLine, helpNamesSubcommandsExitStatusesAndExamples) {
     EXPECT_EQ(result.status, 0);
     EXPECT_EQ(result.errors, "");
     for (char const* const part :
-         {"replay", "read", "list", "eval", "trigger", "Exit status:", "  64  ", "  65  ", "  69  ", "Examples:"})
+         {"replay", "read", "list", "eval", "trigger", "Exit status:", "  64  ", "  65  ", "  69  ", "  74  ", "Examples:"})
         EXPECT_TRUE(contains(result.output, part)) << part;
 }
 

@@ -86,6 +86,14 @@ TEST_F(TriggerTest, otherFormatsHaveNoDurationsWithoutLevel) {
               "{\"timestamp\":1700000001000000,\"line\":2}\n");
 }
 
+TEST_F(TriggerTest, jsonHasAnOptionOfItsOwn) {
+    std::string const condition = d_drive.speed() + " > 50", recording = log(rise);
+    Result const result(arguments({"--json", "--level", "--for", "0.5", condition, recording}));
+    EXPECT_EQ(result.output, "{\"timestamp\":1700000001500000,\"line\":3,\"held\":1250000,\"ended\":true}\n"
+                             "{\"timestamp\":1700000004500000,\"line\":6,\"held\":1000000,\"ended\":false}\n");
+    EXPECT_EQ(Result(arguments({"--json", "--format", "csv", condition, recording})).status, 64);
+}
+
 TEST_F(TriggerTest, nothingIsLookedAtBeforeAllSignalsHaveValues) {
     // A frame of two bytes carries no load; the speed alone would do.
     std::string const condition = d_drive.speed() + " > 50 || " + d_drive.load() + " > 50";
@@ -103,6 +111,48 @@ TEST_F(TriggerTest, timeThatStepsBackHoldsForNothing) {
     Result const result(
         arguments({"--level", d_drive.speed() + " > 50", log("(5.0) can0 100#000100\n(1.0) can0 100#000000\n")}));
     EXPECT_EQ(result.output, "5.000000 true for 0.000000 s (line 1)\n");
+}
+
+TEST_F(TriggerTest, conditionMayHaveToHoldForSomeTime) {
+    std::string const condition = d_drive.speed() + " > 50", recording = log(rise);
+    Result const result(arguments({"--for", "1.25", condition, recording}));
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.output, "1700000002.250000 true (line 4)\n");
+    EXPECT_EQ(Result(arguments({"--for", "0.6", "--level", condition, recording})).output,
+              "1700000001.600000 true for 1.250000 s (line 3)\n"
+              "1700000004.600000 true for 1.000000 s, to the end of the recording (line 6)\n");
+    Result const longer(arguments({"--for", "1.5", condition, recording}));
+    EXPECT_EQ(longer.status, 1);
+    EXPECT_EQ(longer.output, "");
+    EXPECT_EQ(Result(arguments({"--for", "-1", condition, recording})).status, 64);
+}
+
+TEST_F(TriggerTest, liveMomentIsReportedWithTheFirstFrameAfterIt) {
+    Command command(arguments({"--for", "1", d_drive.speed() + " > 50", "-"}));
+    command.feed("(10.0) can0 100#000100\n(11.5) can0 200#00\n");
+    EXPECT_TRUE(waitUntil([&] { return command.output() == "11.000000 true (line 1)\n"; })) << command.errors();
+    EXPECT_TRUE(command.running());
+    command.endInput();
+    EXPECT_EQ(command.wait(), 0);
+}
+
+TEST_F(TriggerTest, conditionMayNameWhatIsDerivedFromSignals) {
+    std::string const recording = log(rise);
+    EXPECT_EQ(Result(arguments({d_drive.speed() + ".age >= 0.75", recording})).output,
+              "1700000003.000000 true (line 5)\n1700000005.000000 true (line 7)\n");
+    EXPECT_EQ(Result(arguments({"Load.raw == -1", recording})).output, "1700000004.000000 true (line 6)\n");
+    std::string const definitions = d_drive.folder().file(
+        "words.dbc", contentsOf(d_drive.definitions()) + "VAL_ 256 Load 5 \"on the level\" 6 \"on_the_level\" ;\n");
+    Result const words({"trigger", "-d", definitions, "Load == Load.on_the_level_2", recording});
+    EXPECT_EQ(words.output, "1700000001.000000 true (line 2)\n");
+    EXPECT_TRUE(
+        contains(words.errors, "words that are spelled alike; see also '" + d_drive.load() + ".on_the_level'\n"))
+        << words.errors;
+    EXPECT_EQ(Result({"trigger", "--quiet", "-d", definitions, "Load == Load.on_the_level", recording}).errors, "");
+    Result const unknown({"trigger", "-d", definitions, "Load == Load.on_the_levle", recording});
+    EXPECT_EQ(unknown.status, 69);
+    EXPECT_EQ(unknown.errors, "qzsignal: error: the definition files hold no signal 'Load.on_the_levle', did you mean "
+                              "'Load.on_the_level'?\n");
 }
 
 TEST_F(TriggerTest, channelsAreThoseOfReplay) {
@@ -123,6 +173,42 @@ TEST_F(TriggerTest, liveRecordingIsAnsweredAtOnce) {
     EXPECT_TRUE(command.running());
     command.endInput();
     EXPECT_EQ(command.wait(), 0);
+}
+
+TEST_F(TriggerTest, damageOfALiveRecordingIsReportedAtOnce) {
+    Command command(arguments({d_drive.speed() + " > 50", "-"}));
+    command.feed("(1700000000.000001) can0 100#100000\nnonsense\n");
+    EXPECT_TRUE(waitUntil([&] { return contains(command.errors(), "-:2: "); })) << command.errors();
+    EXPECT_TRUE(command.running());
+    for (int i = 0; i < 11; ++i)
+        command.feed("nonsense\n");
+    command.feed("(x) can0 100#00\n");
+    EXPECT_TRUE(waitUntil([&] { return contains(command.errors(), "-:14: "); })) << command.errors();
+    // More than ten of a cause are summed up in the end, and nothing else comes again.
+    EXPECT_FALSE(contains(command.errors(), "-:12: ")) << command.errors();
+    command.endInput();
+    EXPECT_EQ(command.wait(), 1);
+    EXPECT_TRUE(contains(command.errors(), "-:2-13: ")) << command.errors();
+    EXPECT_EQ(command.errors().find("-:14: "), command.errors().rfind("-:14: ")) << command.errors();
+}
+
+TEST_F(TriggerTest, absoluteTimesCountFrom1970) {
+    setenv("TZ", "CET-1CEST,M3.5.0,M10.5.0/3", 1);
+    std::string const asc = "date Sam Sep 30 15:06:13.191 2017\nbase hex timestamps absolute\n"
+                            "   0.500000 1  100  Rx d 3 00 01 05\n";
+    std::string const condition = d_drive.speed() + " > 50";
+    EXPECT_EQ(Result(arguments({condition, log(asc)})).output, "0.500000 true (line 3)\n");
+    Result const absolute(arguments({"--absolute", condition, log(asc)}));
+    EXPECT_EQ(absolute.output, "1506776773.691000 true (line 3)\n");
+    EXPECT_EQ(absolute.errors, "");
+    EXPECT_EQ(Result(arguments({"--absolute", condition, log(rise)})).output,
+              "1700000001.000000 true (line 2)\n1700000004.000000 true (line 6)\n");
+    Result const unknown(arguments({"--absolute", condition, log("date yesterday\n" + asc.substr(asc.find("base")))}));
+    EXPECT_EQ(unknown.output, "0.500000 true (line 3)\n");
+    EXPECT_TRUE(contains(unknown.errors, "drive.log: does not say when it began, or not in a form that is known; its "
+                                         "times are as recorded\n"))
+        << unknown.errors;
+    unsetenv("TZ");
 }
 
 TEST_F(TriggerTest, stopsInOrderOnRequest) {

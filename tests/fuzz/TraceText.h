@@ -92,7 +92,11 @@ void expectReader(std::string_view text) {
     if (first == lines.end() || lineFormatOf(*first)->looksLike != Log::fits)
         return;
     std::string expected;
+    std::string following;
+    for (auto line = first; line != lines.end(); ++line)
+        following += *line + '\n';
     Log log;
+    log.lookAhead(following);
     for (auto line = first; line != lines.end(); ++line)
         if (log.parse(*line, frame).kind == LineKind::Frame)
             expected += textOf(frame) + '\n';

@@ -4,6 +4,7 @@
 #include "qzsignal/signal/SignalDefinition.h"
 
 #include <charconv>
+#include <cmath>
 #include <cstdint>
 #include <string>
 
@@ -20,6 +21,11 @@ inline std::string numberText(double number) {
 // A decoded raw value as the integer that it is: negative ones of signed signals were sign-extended to 64 bits.
 inline std::string rawText(std::uint64_t raw, signalValue_t type) {
     return type == signalSigned ? std::to_string(static_cast<std::int64_t>(raw)) : std::to_string(raw);
+}
+
+// Seconds as microseconds, to the nearest. Not negative, and not above 1e12.
+inline std::uint64_t microseconds(double seconds) {
+    return static_cast<std::uint64_t>(std::llround(seconds * 1e6));
 }
 
 // Microseconds as seconds with all six decimals, which a double does not hold for every time.

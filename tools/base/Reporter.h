@@ -17,6 +17,8 @@ public:
     virtual void problems(std::string const& file, std::vector<Problem> const& problems) = 0;
     // A problem that is not in a line of a file, but may name one. It keeps something from being done.
     virtual void error(std::string const& text) = 0;
+    // A problem of the same kind that keeps nothing from being done.
+    virtual void warning(std::string const& text) { static_cast<void>(text); }
 };
 
 } // namespace qztool

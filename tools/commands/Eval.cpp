@@ -240,6 +240,7 @@ std::function<int()> setUpEval(CLI::App& parser, Console& console) {
                   "  65  the expression is wrong\n"
                   "  69  a signal did not appear in time\n"
                   "  70  internal failure, such as out of memory\n"
+                  "  74  the results could not be written\n"
                   "\nExamples:\n"
                   "  qzsignal eval 'Engine.Speed * 0.5 + 10'\n"
                   "  qzsignal eval 'Engine.Speed > 3000 && RC.F1 == pressed' && echo fast\n"

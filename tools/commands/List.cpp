@@ -81,7 +81,7 @@ int run(bool json, Console& console) {
     nlohmann::ordered_json array = nlohmann::ordered_json::array();
     std::vector<std::vector<std::string>> rows = {{"NAME", "TYPE", "VALUE", "UNIT", "AGE"}};
     for (ListedSignal const& each : signals) {
-        std::optional<SignalState> const state = readSignal(each.instance, OnLock::GiveUp);
+        std::optional<SignalState> const state = readSignal(each.instance);
         if (!state)
             continue; // gone in the meantime
         if (state->locked)

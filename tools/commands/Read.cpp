@@ -30,11 +30,11 @@ struct Options {
 
 using Clock = std::chrono::steady_clock;
 
-// Waits until the signal is there and holds a value, or time is up.
+// Waits until the signal is there, can be read and holds a value, or time is up.
 std::optional<SignalState> readUntil(std::string const& name, Clock::time_point deadline) {
     constexpr auto interval = std::chrono::milliseconds(20);
     for (;;) {
-        std::optional<SignalState> state = readSignal(name, OnLock::Retry);
+        std::optional<SignalState> state = readSignal(name);
         if ((state && state->value) || Clock::now() >= deadline)
             return state;
         std::this_thread::sleep_for(std::min<Clock::duration>(interval, deadline - Clock::now()));
@@ -63,6 +63,9 @@ int run(Options const& options, Console& console) {
         std::optional<SignalState> const state = readUntil(name, deadline);
         if (!state) {
             reportMissing(name, console);
+            status = exitNotThere;
+        } else if (state->locked) {
+            console.error("'", name, "' is locked by another process, its value is not known");
             status = exitNotThere;
         } else if (options.json) {
             json.push_back(toJson(*state));

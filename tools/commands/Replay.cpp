@@ -6,8 +6,10 @@
 #include "tools/base/StopRequest.h"
 #include "tools/console/ConsoleReporter.h"
 #include "tools/console/DefinitionOption.h"
+#include "tools/console/LiveReport.h"
 #include "tools/console/Pacer.h"
 #include "tools/console/Progress.h"
+#include "tools/console/RecordingOption.h"
 #include "tools/console/RecordingReport.h"
 #include "tools/drive/DefinitionSet.h"
 #include "tools/drive/Drive.h"
@@ -29,7 +31,7 @@ namespace {
 
 struct Options {
     DefinitionOptions definitions;
-    std::string trace;
+    RecordingOptions recording;
     std::vector<std::string> only;
     double speed = 1;
     bool speedGiven = false;
@@ -49,7 +51,8 @@ public:
           d_pacer(speed()) {}
 
     int run() {
-        RecordingReader recording(d_options.trace, d_stop);
+        RecordingReader recording(d_options.recording.path, d_stop, d_options.recording.times());
+        LiveReport const liveReport(recording, d_options.recording.path, d_console);
         if (!recording.isOpen()) {
             d_console.error(recording.problem());
             return exitNothingUsable;
@@ -68,9 +71,9 @@ public:
         if (d_options.keep)
             d_signals.keep();
         UnfedFrames const unfed = sortOut(drive.unfed(), d_definitions);
-        ExitStatus status = report(drive, unfed, d_options.trace, d_console);
+        ExitStatus status = report(drive, unfed, d_options.recording, d_console);
         if (status == exitSuccess && drive.counts().decoded == 0 && !stopRequested()) {
-            d_console.error(d_options.trace, ": none of its frames carries a signal that is shared");
+            d_console.error(d_options.recording.path, ": none of its frames carries a signal that is shared");
             status = exitNothingUsable;
         }
         if (d_options.json)
@@ -83,7 +86,7 @@ public:
 private:
     // Recorded time passes as recorded; a live bus brings its own pace along.
     double speed() const {
-        if (d_options.fast || (d_options.trace == "-" && !d_options.speedGiven))
+        if (d_options.fast || (d_options.recording.path == "-" && !d_options.speedGiven))
             return 0;
         return d_options.speed;
     }
@@ -219,12 +222,7 @@ std::function<int()> setUpReplay(CLI::App& parser, Console& console) {
         ->type_name("GLOB")
         ->allow_extra_args(false);
     parser.add_flag("--json", options->json, "Print what was counted as an object");
-    parser
-        .add_option("TRACE", options->trace,
-                    "Recording: the log format of candump (candump -L) or an ASC text log; - is standard input, "
-                    "which is played as it comes unless --speed is given")
-        ->type_name("")
-        ->required();
+    addRecordingOptions(parser, options->recording, "which is played as it comes unless --speed is given");
     parser.footer(std::string("\n"
                               "Each signal becomes a shared signal called Message.Signal. Recorded times are stored in "
                               "microseconds.\nRemote and error frames are counted and skipped.\n\n") +

@@ -19,8 +19,13 @@ Progress::Progress() : d_terminal(isatty(STDERR_FILENO) != 0) {
 }
 
 Progress::~Progress() {
+    hide();
+}
+
+void Progress::hide() {
     if (d_shown)
         std::cerr << wipe << std::flush;
+    d_shown = false;
 }
 
 void Progress::show(std::uint64_t frames, std::uint64_t bytesRead, std::uint64_t totalBytes) {

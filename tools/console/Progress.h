@@ -15,6 +15,8 @@ public:
     Progress(Progress const&) = delete;
     Progress& operator=(Progress const&) = delete;
 
+    // Wipes the line away, until the next `show`.
+    void hide();
     // `totalBytes` is 0 if it is not known.
     void show(std::uint64_t frames, std::uint64_t bytesRead, std::uint64_t totalBytes);
 

@@ -2,6 +2,7 @@
 #include "tools/console/RecordingReport.h"
 
 #include "tools/base/StopRequest.h"
+#include "tools/console/LiveReport.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -20,7 +21,15 @@ std::string mostFrequent(UnfedFrames const& unfed) {
     return text;
 }
 
+bool hasLines(RecordingReader const& recording) {
+    return std::string_view(recording.placeKind()) == "line";
+}
+
 } // namespace
+
+std::string placesText(RecordingReader const& recording, std::string const& path, std::string const& places) {
+    return path + (hasLines(recording) ? ":" : ": " + std::string(recording.placeKind()) + " ") + places;
+}
 
 std::string identifierText(TalliedFrames const& frames) {
     char text[32];
@@ -31,22 +40,26 @@ std::string identifierText(TalliedFrames const& frames) {
     return text;
 }
 
-ExitStatus report(Drive const& drive, UnfedFrames const& unfed, std::string const& path, Console& console) {
+ExitStatus report(Drive const& drive, UnfedFrames const& unfed, RecordingOptions const& options, Console& console) {
+    std::string const& path = options.path;
     Findings const& findings = drive.recording().findings();
     std::uint64_t const frames = drive.counts().frames;
     bool const failed = !findings.problem().empty();
     if (failed)
         console.error(findings.problem());
-    bool const hasLines = std::string_view(drive.recording().placeKind()) == "line";
     for (Malformed const& malformed : findings.malformed())
-        console.error(path, hasLines ? ":" : ": " + std::string(drive.recording().placeKind()) + " ",
-                      malformed.places.text(), ": ", malformed.cause);
+        if (!findings.hasListener() || malformed.places.count() > LiveReport::mostOfACause)
+            console.error(placesText(drive.recording(), path, malformed.places.text()), ": ", malformed.cause);
+    if (options.absolute && drive.recording().place() != 0 && !drive.recording().startTime())
+        console.warning(path,
+                        ": does not say when it began, or not in a form that is known; its times are as recorded");
     if (stopRequested())
         return failed ? exitNothingUsable : exitSuccess;
     if (frames == 0) {
         bool const bad = failed || findings.malformedCount() != 0;
         if (!failed)
-            console.error(path, bad && hasLines ? ": no line contains a frame" : ": contains no frame");
+            console.error(path,
+                          bad && hasLines(drive.recording()) ? ": no line contains a frame" : ": contains no frame");
         return bad ? exitBadData : exitNothingUsable;
     }
     if (unfed.notDefined == frames) {

@@ -159,6 +159,11 @@ std::vector<std::string> DefinitionSet::meantBy(std::string const& name) const {
     return result;
 }
 
+SignalDefinition const* DefinitionSet::definitionOf(std::string const& instance) const {
+    auto const origin = d_origins.find(instance);
+    return origin != d_origins.end() ? origin->second.signal : nullptr;
+}
+
 DefinitionSet::Defined DefinitionSet::defines(TalliedFrames const& frames) const {
     auto const messages = d_messages.find(addressKey(frames.bus, frames.extended, frames.address));
     if (messages == d_messages.end())

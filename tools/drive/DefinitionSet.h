@@ -43,6 +43,8 @@ public:
     std::vector<std::string> meantBy(std::string const& name) const;
     // The files' spelling of an instance name.
     std::string const& originalOf(std::string const& instance) const { return d_origins.at(instance).original; }
+    // Null: no file defines a signal of this instance name.
+    SignalDefinition const* definitionOf(std::string const& instance) const;
     enum class Defined { No, OtherChannel, Yes };
     // Whether frames of a recorded channel are of a message that is defined: OtherChannel if only in files that are
     // restricted to others.

@@ -27,11 +27,13 @@ void Drive::run(DriveListener& listener) {
             continue;
         if (d_frame.is(frameFlag::withoutData)) {
             count(d_frame);
+            listener.onFrameWithoutData(d_frame);
             continue;
         }
         if (!listener.onFrame(d_frame))
             break;
         feed();
+        listener.onFed(d_frame);
     }
     listener.onEnd();
 }

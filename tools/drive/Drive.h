@@ -25,6 +25,11 @@ public:
     virtual void onMessage(Frame const& frame, std::uint64_t message) {
         static_cast<void>(frame), static_cast<void>(message);
     }
+    // What was to be done with the frame has been done.
+    virtual void onFed(Frame const& frame) { static_cast<void>(frame); }
+    // A frame that carries no data: a remote, error or null frame. Nothing is fed from it, and the above are not
+    // called.
+    virtual void onFrameWithoutData(Frame const& frame) { static_cast<void>(frame); }
     // Called now and then.
     virtual void onProgress(RecordingReader const& recording) { static_cast<void>(recording); }
     // The recording has ended, or a stop was requested.

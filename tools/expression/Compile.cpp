@@ -29,15 +29,19 @@ void showPlace(std::string const& text, std::size_t place) {
 
 } // namespace
 
+void reportError(ExpParser::Error const& error, std::string const& text, Console& console) {
+    qzsignal::errorLine(error.text());
+    if (error.context.empty())
+        console.error("the expression is empty");
+    else
+        showPlace(text, error.begin);
+}
+
 std::unique_ptr<ExpParser> compile(std::string const& text, bool edge, Console& console) {
     std::optional<ExpParser::Error> const error = ExpParser::check(text.c_str());
     if (!error)
         return std::make_unique<ExpParser>(text.c_str(), edge);
-    qzsignal::errorLine(error->text());
-    if (error->context.empty())
-        console.error("the expression is empty");
-    else
-        showPlace(text, error->begin);
+    reportError(*error, text, console);
     return nullptr;
 }
 

@@ -13,4 +13,7 @@ namespace qztool {
 // place of the error, and returns null. `edge` as for `ExpParser`.
 std::unique_ptr<ExpParser> compile(std::string const& text, bool edge, Console& console);
 
+// Reports why a text is not an expression: the parser's message and the place of the error.
+void reportError(ExpParser::Error const& error, std::string const& text, Console& console);
+
 } // namespace qztool

@@ -1,18 +1,12 @@
 // The moments of a recording at which a condition becomes true, as text or for other programs.
 #pragma once
 
-#include <cstdint>
+#include "tools/moments/Moment.h"
+
 #include <ostream>
 #include <string>
 
 namespace qztool {
-
-struct Moment {
-    std::uint64_t timestamp = 0; // microseconds, as recorded
-    std::uint64_t place = 0;     // of the frame in the recording: number of its line, object or packet, from 1
-    std::uint64_t held = 0;      // microseconds until the condition became false, or until the recording's last frame
-    bool ended = false;          // it became false again
-};
 
 enum class MomentFormat { Text, Csv, Json };
 

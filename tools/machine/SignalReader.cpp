@@ -5,13 +5,12 @@
 
 namespace qztool {
 
-std::optional<SignalState> readSignal(std::string const& instance, OnLock onLock) {
+std::optional<SignalState> readSignal(std::string const& instance) {
     constexpr std::chrono::milliseconds patience(500);
     qzsignal::RecordView const view(instance);
     if (!view.kind())
         return std::nullopt;
-    std::optional<qzsignal::RecordContent> const content =
-        onLock == OnLock::Retry ? std::optional<qzsignal::RecordContent>(view.read()) : view.read(patience);
+    std::optional<qzsignal::RecordContent> const content = view.read(patience);
     SignalState state;
     state.instance = instance;
     state.locked = !content;

@@ -21,15 +21,11 @@ struct SignalState {
     std::string unit;
     signalValue_t type = signalUnsigned;
     std::optional<SignalValue> value; // nothing: never written, or cleared; or the record is locked
-    bool locked = false;              // another process held the lock for longer than `OnLock::GiveUp` waits
+    bool locked = false;              // another process held the lock for half a second
 };
-
-// What to do while another process holds the record's lock: go on trying, with the library's line on each attempt, or
-// give up after half a second.
-enum class OnLock { Retry, GiveUp };
 
 // Attaches to the signal, reads it and detaches. Nothing if there is no such signal (yet); it is looked for without a
 // warning, so that one can ask again and again.
-std::optional<SignalState> readSignal(std::string const& instance, OnLock onLock);
+std::optional<SignalState> readSignal(std::string const& instance);
 
 } // namespace qztool

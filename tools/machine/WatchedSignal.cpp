@@ -8,7 +8,7 @@ namespace qztool {
 WatchedSignal::WatchedSignal(std::string const& name) : BaseSignal(name.c_str(), "") {}
 
 void WatchedSignal::look() {
-    std::optional<SignalState> state = readSignal(instance, OnLock::GiveUp);
+    std::optional<SignalState> state = readSignal(instance);
     d_locked = state && state->locked;
     if (!d_locked)
         d_state = std::move(state);

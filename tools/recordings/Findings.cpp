@@ -11,6 +11,8 @@ void Findings::addMalformed(char const* cause, std::uint64_t place) {
                                     [cause](Malformed const& other) { return std::string_view(other.cause) == cause; });
     Malformed& group = known != d_malformed.end() ? *known : d_malformed.emplace_back(Malformed{cause, LineNumbers()});
     group.places.add(static_cast<std::size_t>(place));
+    if (d_listener != nullptr)
+        d_listener->malformed(group, place);
 }
 
 void Findings::addSkipped(std::string_view kind) {

@@ -19,6 +19,15 @@ struct Malformed {
     LineNumbers places;
 };
 
+// Hears of damage as soon as it is read.
+class FindingsListener {
+public:
+    virtual ~FindingsListener() = default;
+
+    // `place` is the last one of the group.
+    virtual void malformed(Malformed const& group, std::uint64_t place) = 0;
+};
+
 // Filled by the reader of a format, while it reads.
 class Findings {
 public:
@@ -34,6 +43,10 @@ public:
     // The same, by its cause alone.
     void failReading(std::string const& cause) { fail("cannot read " + d_name + ": " + cause); }
 
+    // Null, or one that outlives this object.
+    void setListener(FindingsListener* listener) { d_listener = listener; }
+    bool hasListener() const { return d_listener != nullptr; }
+
     // By cause, in order of the first places.
     std::vector<Malformed> const& malformed() const { return d_malformed; }
     std::size_t malformedCount() const { return d_malformedCount; }
@@ -48,6 +61,7 @@ private:
     std::size_t d_malformedCount = 0;
     std::map<std::string, std::size_t, std::less<>> d_skipped;
     std::string d_problem;
+    FindingsListener* d_listener = nullptr;
 };
 
 } // namespace qztool

@@ -4,6 +4,7 @@
 #include "tools/recordings/Frame.h"
 
 #include <cstdint>
+#include <optional>
 
 namespace qztool {
 
@@ -25,9 +26,9 @@ public:
     virtual std::uint64_t place() const = 0;
     // What `place` counts: "line", "object" or "packet".
     virtual char const* placeKind() const = 0;
-    // Microseconds since 1970 at which the recording began, if the frames' times count from there; known with the first
-    // frame. 0: they count from 1970, or the recording does not say.
-    virtual std::uint64_t startTime() const { return 0; }
+    // What the frames' times count from, in microseconds since 1970: the start of the recording, or 0 if they count
+    // from 1970. None: the recording does not say. Known with the first frame.
+    virtual std::optional<std::uint64_t> startTime() const = 0;
 };
 
 } // namespace qztool

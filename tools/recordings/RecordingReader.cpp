@@ -4,9 +4,12 @@
 #include "tools/recordings/ForeignContent.h"
 #include "tools/recordings/Formats.h"
 #include "tools/recordings/compressed/Compression.h"
+#include "tools/recordings/text/TextCursor.h"
 #include "tools/recordings/text/TextReader.h"
 
+#include <algorithm>
 #include <cerrno>
+#include <limits>
 #include <string_view>
 #include <system_error>
 #include <utility>
@@ -31,8 +34,9 @@ int openRecording(std::string const& path) {
 
 } // namespace
 
-RecordingReader::RecordingReader(std::string const& path, Stop& stop)
+RecordingReader::RecordingReader(std::string const& path, Stop& stop, FrameTimes times)
     : d_isStandardInput(path == "-"),
+      d_times(times),
       d_name(d_isStandardInput ? "standard input" : "'" + path + "'"),
       d_descriptor(d_isStandardInput ? STDIN_FILENO : openRecording(path)),
       d_findings(d_name),
@@ -68,6 +72,15 @@ void RecordingReader::closeOwn() {
 }
 
 RecordingReader::Next RecordingReader::next(Frame& frame) {
+    Next const result = readNext(frame);
+    if (d_times == FrameTimes::Since1970 && result == Next::Frame) {
+        std::uint64_t const start = startTime().value_or(0);
+        frame.timestamp += std::min(start, std::numeric_limits<std::uint64_t>::max() - frame.timestamp);
+    }
+    return result;
+}
+
+RecordingReader::Next RecordingReader::readNext(Frame& frame) {
     if (d_reader)
         return d_reader->next(frame);
     if (!d_findings.problem().empty())
@@ -79,6 +92,23 @@ RecordingReader::Next RecordingReader::next(Frame& frame) {
 char const* RecordingReader::formatName() const {
     RecordingFormat const* const format = d_text != nullptr ? d_text->format() : d_format;
     return format != nullptr ? format->name : "";
+}
+
+std::string_view RecordingReader::line() const {
+    return d_text != nullptr ? d_text->line() : std::string_view();
+}
+
+bool RecordingReader::linesHaveTheirTimes() const {
+    return d_text == nullptr || d_text->linesHaveTheirTimes();
+}
+
+std::string const& RecordingReader::header() const {
+    static std::string const none;
+    return d_text != nullptr ? d_text->header() : none;
+}
+
+std::size_t RecordingReader::headers() const {
+    return d_text != nullptr ? d_text->headers() : 0;
 }
 
 // Frame: there may be some, and `d_reader` reads them.
@@ -106,10 +136,10 @@ RecordingReader::Next RecordingReader::openFormat() {
         return Next::End;
     }
     std::string_view const line = bytes.substr(0, bytes.find_first_of("\r\n"));
-    if (lineFormatOf(line) == nullptr)
+    if (lineFormatOf(line) == nullptr && !isCommentLine(line))
         if (char const* const cause = foreignLine(line))
             return failForeign(cause);
-    auto text = std::make_unique<TextReader>(content(), d_findings, d_name);
+    auto text = std::make_unique<TextReader>(content(), d_findings);
     d_text = text.get();
     d_reader = std::move(text);
     return Next::Frame;

@@ -282,7 +282,7 @@ private:
     // What the command makes of it.
     void show() {
         BaseSignal::instances.clear();
-        auto const state = qztool::readSignal(d_segment.name(), qztool::OnLock::GiveUp);
+        auto const state = qztool::readSignal(d_segment.name());
         if (state)
             expectPrintable(*state);
         if (!isThere()) {

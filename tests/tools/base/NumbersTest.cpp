@@ -33,5 +33,12 @@ TEST(Numbers, secondsAreExactToTheMicrosecond) {
     EXPECT_EQ(secondsText(~std::uint64_t{0}), "18446744073709.551615");
 }
 
+TEST(Numbers, microsecondsAreTheNearest) {
+    EXPECT_EQ(microseconds(0.1), 100000U);
+    EXPECT_EQ(microseconds(1.1), 1100000U);
+    EXPECT_EQ(microseconds(0.0000015), 2U);
+    EXPECT_EQ(microseconds(1e6), 1000000000000U);
+}
+
 } // namespace
 } // namespace qztool

@@ -29,6 +29,7 @@ public:
                       ": " + problem.text + "\n";
     }
     void error(std::string const& text) override { d_text += "error: " + text + "\n"; }
+    void warning(std::string const& text) override { d_text += "warning: " + text + "\n"; }
 
     std::string const& text() const { return d_text; }
 

@@ -33,14 +33,16 @@ struct Recording {
 
 // What `qzsignal trigger --level --format json` prints, and its exit status in a last line.
 std::string triggered(std::string const& definitions, std::string const& condition, std::string const& trace) {
-    Capture const output(std::cout), errors(std::cerr);
+    Capture const errors(std::cerr);
     Console console;
+    std::stringbuf output;
+    console.results().rdbuf(&output);
     CLI::App parser;
     std::function<int()> const job = setUpTrigger(parser, console);
     std::vector<std::string> arguments = {trace, condition, "--", definitions, "--dbc", "json", "--format", "--level"};
     parser.parse(arguments); // from the last to the first
     int const status = job();
-    return output.text() + std::to_string(status) + errors.text();
+    return output.str() + std::to_string(status) + errors.text();
 }
 
 // One signal, in the frames that carry it.

@@ -2,6 +2,7 @@
 // handed over by mistake.
 #include "tools/recordings/RecordingReader.h"
 
+#include "tests/tools/recordings/LocalZone.h"
 #include "tests/tools/recordings/ReaderText.h"
 #include "tests/tools/recordings/RecordingFixtures.h"
 #include "tests/tools/recordings/blf/BlfBytes.h"
@@ -20,7 +21,7 @@ struct Result {
     RecordingText frames;
     std::string problem;
     std::string place;
-    std::uint64_t startTime;
+    std::optional<std::uint64_t> startTime;
 };
 
 Result resultOf(std::string const& content) {
@@ -123,8 +124,45 @@ TEST(OpeningTest, emptyCompressedRecordingHasNoFrames) {
 
 TEST(OpeningTest, startTimeIsThatOfTheFormat) {
     EXPECT_GT(resultOf(blf::fileHeader({2017, 9, 30, 15, 6, 13, 191}) + blf::can(1, 1, "")).startTime, 0U);
+    EXPECT_EQ(resultOf(blf::fileHeader() + blf::can(1, 1, "")).startTime, std::nullopt);
     EXPECT_GT(resultOf(";$STARTTIME=43008.9\n1) 5 0001 0\n").startTime, 0U);
+    EXPECT_EQ(resultOf("1) 5 0001 0\n").startTime, std::nullopt);
     EXPECT_EQ(resultOf("(5.000000) can0 123#\n").startTime, 0U);
+    EXPECT_EQ(resultOf(" (1757617431.821276)  can0  123   [0] \n").startTime, 0U);
+    EXPECT_EQ(resultOf(" (000.000000)  can0  123   [0] \n").startTime, std::nullopt);
+    EXPECT_EQ(resultOf("  can0  123   [0] \n").startTime, std::nullopt);
+    EXPECT_EQ(resultOf("").startTime, std::nullopt);
+}
+
+std::uint64_t firstTime(std::string const& content, FrameTimes times) {
+    NeverStop stop;
+    TemporaryFile const file(content);
+    RecordingReader reader(file.path(), stop, times);
+    Frame frame;
+    EXPECT_EQ(reader.next(frame), RecordingReader::Next::Frame);
+    return frame.timestamp;
+}
+
+TEST(OpeningTest, timesSince1970HaveTheStartAdded) {
+    LocalZone const zone;
+    struct {
+        std::string content;
+        std::uint64_t recorded;
+        std::uint64_t absolute;
+    } const cases[] = {
+        {blf::fileHeader({2017, 9, 30, 15, 6, 13, 191}) + blf::can(1, 1, "", 5000), 5, 1'506'776'773'191'005},
+        {blf::fileHeader() + blf::can(1, 1, "", 5000), 5, 5},
+        {";$STARTTIME=43101\n1) 0.005 0001 0\n", 5, 1'514'761'200'000'005},
+        {"date Sat Sep 30 15:06:13.191 2017\n 0.000005 1 1 Rx d 0\n", 5, 1'506'776'773'191'005},
+        {"date Sat Sep 30 15:06:13.191 2017\n 18446744073709.551615 1 1 Rx d 0\n", 18'446'744'073'709'551'615U,
+         18'446'744'073'709'551'615U},
+        {"(1757617431.821276) can0 123#\n", 1'757'617'431'821'276, 1'757'617'431'821'276},
+        {" (000.000005)  can0  123   [0] \n", 5, 5},
+    };
+    for (auto const& each : cases) {
+        EXPECT_EQ(firstTime(each.content, FrameTimes::AsRecorded), each.recorded) << each.content;
+        EXPECT_EQ(firstTime(each.content, FrameTimes::Since1970), each.absolute) << each.content;
+    }
 }
 
 TEST(OpeningTest, whatIsHandedOverByMistakeIsNamed) {

@@ -9,6 +9,7 @@
 
 #include <cstdio>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -62,7 +63,8 @@ struct Pieces {
 };
 
 template <typename Reader>
-RecordingText textOfRecording(std::string const& content, Pieces pieces = {}, std::uint64_t* startTime = nullptr) {
+RecordingText textOfRecording(std::string const& content, Pieces pieces = {},
+                              std::optional<std::uint64_t>* startTime = nullptr) {
     MemorySource source(content, pieces.most, pieces.interrupts);
     InputBuffer input(source);
     Findings findings("'x'");

@@ -149,6 +149,53 @@ TEST(RecordingReaderTest, lineNumberIsThatOfTheCurrentFrame) {
     EXPECT_EQ(reader.place(), 5U);
 }
 
+// Line and header of each frame, and how many headers there were.
+std::string linesOf(std::string_view content) {
+    TemporaryFile const file(content);
+    RecordingReader reader(file.path(), stop);
+    std::string text;
+    Frame frame;
+    for (Next next = reader.next(frame); next != Next::End; next = reader.next(frame))
+        text += std::to_string(reader.headers()) + (reader.linesHaveTheirTimes() ? " " : " ? ") +
+                std::string(reader.line()) + " | " + reader.header() + "\n";
+    return text;
+}
+
+TEST(RecordingReaderTest, linesAreThoseOfTheRecording) {
+    EXPECT_EQ(linesOf("(1.0)  can0 123#01\r\n(2.0) can0 123#R T"),
+              "0 (1.0)  can0 123#01 | \n0 (2.0) can0 123#R T | \n");
+    std::string const lines(40000, ' ');
+    EXPECT_EQ(linesOf("(1.0) can0 123#" + lines + "\n(2.0) can0 123#" + lines + "\n"),
+              "0 (1.0) can0 123#" + lines + " | \n0 (2.0) can0 123#" + lines + " | \n")
+        << "the input's buffer holds only some of these";
+    EXPECT_EQ(linesOf(" (001.5)  can0  123   [1]  01\n (000.1)  can0  123   [1]  01\n"),
+              "0 ?  (001.5)  can0  123   [1]  01 | \n0 ?  (000.1)  can0  123   [1]  01 | \n");
+    EXPECT_EQ(linesOf(" (1700000001.500000)  can0  123   [1]  01\n"),
+              "0  (1700000001.500000)  can0  123   [1]  01 | \n");
+}
+
+TEST(RecordingReaderTest, headersAreKeptUntilAnotherOneComes) {
+    EXPECT_EQ(
+        linesOf("date Sat Sep 30 15:06:13.191 2017\n\nbase hex  timestamps absolute\n// version 9.0.0\n"
+                "0.5 1 Statistic: D 0\nBegin Triggerblock\n 1.0 1 64 Rx d 0\n// aside\nBegin Triggerblock\n"
+                " 1.5 1 64 Rx d 0\nbase dec  timestamps relative\n 1.0 1 64 Rx d 0\n"),
+        "1  1.0 1 64 Rx d 0 | date Sat Sep 30 15:06:13.191 2017\nbase hex  timestamps absolute\n// version 9.0.0\n"
+        "Begin Triggerblock\n\n"
+        "1  1.5 1 64 Rx d 0 | date Sat Sep 30 15:06:13.191 2017\nbase hex  timestamps absolute\n// version 9.0.0\n"
+        "Begin Triggerblock\n\n"
+        "2 ?  1.0 1 64 Rx d 0 | base dec  timestamps relative\n\n");
+    EXPECT_EQ(linesOf(";$FILEVERSION=1.1\n;$STARTTIME=43008.5\n; Message\n 1) 1.0 Rx 0001 1 FF\n; aside\n"),
+              "1  1) 1.0 Rx 0001 1 FF | ;$FILEVERSION=1.1\n;$STARTTIME=43008.5\n; Message\n\n");
+}
+
+TEST(RecordingReaderTest, commentsOfCandumpTextAreSkipped) {
+    Result const result = resultOf("# a, b, c, d\n(1.0) can0 123#01\n  # aside\n(2.0) can0 123#02\n#\n");
+    EXPECT_EQ(result.format, "candump");
+    EXPECT_EQ(result.frames, (Frames{"1000000 0 123#01", "2000000 0 123#02"}));
+    EXPECT_EQ(result.malformed, "");
+    EXPECT_EQ(resultOf(" (1.0)  can0  123   [1]  01\n# aside\n").malformed, "");
+}
+
 TEST(RecordingReaderTest, overlongLineIsMalformed) {
     Result const result = resultOf("(1.0) can0 123#\n" + std::string(70'000, '(') + "\n(2.0) can0 123#\n");
     EXPECT_EQ(result.frames, (Frames{"1000000 0 123#", "2000000 0 123#"}));

@@ -48,7 +48,7 @@ TEST_F(RecordViewTest, readsAndLooksWithoutARegistryEntryOrATrace) {
     EXPECT_FALSE(view.read(soon)->value);
     signal.write(word(0xfe, 0xff), 7);
     EXPECT_EQ(signal.d_data->conv, 0);
-    for (RecordContent const& content : {*view.read(soon), view.read(), view.look()}) {
+    for (RecordContent const& content : {*view.read(soon), view.look()}) {
         EXPECT_EQ(content.signal, "Plain");
         EXPECT_EQ(content.unit, "V");
         EXPECT_EQ(content.type, signalSigned);

@@ -26,20 +26,12 @@ constexpr std::size_t objectHeaderBytes = 32;
 constexpr std::size_t mostHeaderBytes = 64;
 constexpr std::uint32_t tenMicroseconds = 1; // of the flags: unit of the time; else nanoseconds
 
-std::uint64_t dateOf(char const* bytes) {
-    std::tm date{};
-    int const year = little16(bytes);
-    date.tm_year = year - 1900;
-    date.tm_mon = little16(bytes + 2) - 1;
-    date.tm_mday = little16(bytes + 6);
-    date.tm_hour = little16(bytes + 8);
-    date.tm_min = little16(bytes + 10);
-    date.tm_sec = little16(bytes + 12);
+std::optional<std::uint64_t> dateOf(char const* bytes) {
     unsigned const milliseconds = little16(bytes + 14);
-    bool const isDate = year >= 1970 && date.tm_mon >= 0 && date.tm_mon < 12 && date.tm_mday >= 1 &&
-                        date.tm_mday <= 31 && date.tm_hour < 24 && date.tm_min < 60 && date.tm_sec <= 60 &&
-                        milliseconds < 1000;
-    return isDate ? sinceEpoch(date, std::uint64_t{milliseconds} * 1000) : 0;
+    std::uint64_t const date =
+        sinceEpoch(Day{little16(bytes), little16(bytes + 2), little16(bytes + 6)},
+                   TimeOfDay{little16(bytes + 8), little16(bytes + 10), little16(bytes + 12)}, milliseconds * 1000);
+    return date != 0 && milliseconds < 1000 ? std::optional(date) : std::nullopt;
 }
 
 std::size_t interestingBytes(BaseHeader const& header) {

@@ -9,6 +9,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string_view>
 
 namespace qztool {
@@ -27,7 +28,7 @@ public:
     Next next(Frame& frame) override;
     std::uint64_t place() const override { return d_place; }
     char const* placeKind() const override { return "object"; }
-    std::uint64_t startTime() const override { return d_startTime; }
+    std::optional<std::uint64_t> startTime() const override { return d_startTime; }
 
 private:
     using Read = InputBuffer::Read;
@@ -47,7 +48,7 @@ private:
     InputBuffer d_objects;
     ObjectFinder d_finder;
     bool d_headerRead = false;
-    std::uint64_t d_startTime = 0;  // microseconds since 1970; 0: unknown
+    std::optional<std::uint64_t> d_startTime;
     std::uint64_t d_headerLeft = 0; // bytes of the file's header still to pass over
     std::uint64_t d_objectLeft = 0; // the same of the object before
     std::uint64_t d_place = 0;

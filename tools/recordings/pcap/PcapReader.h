@@ -8,6 +8,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string_view>
 
 namespace qztool {
@@ -28,6 +29,7 @@ public:
     Next next(Frame& frame) override;
     std::uint64_t place() const override { return d_place; }
     char const* placeKind() const override { return "packet"; }
+    std::optional<std::uint64_t> startTime() const override { return 0; }
 
 private:
     using Read = InputBuffer::Read;

@@ -9,6 +9,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string_view>
 #include <vector>
 
@@ -27,6 +28,7 @@ public:
     Next next(Frame& frame) override;
     std::uint64_t place() const override { return d_place; }
     char const* placeKind() const override { return "packet"; }
+    std::optional<std::uint64_t> startTime() const override { return 0; }
 
 private:
     using Read = InputBuffer::Read;

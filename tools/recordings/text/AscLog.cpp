@@ -3,7 +3,9 @@
 
 #include "tools/base/Characters.h"
 #include "tools/recordings/LengthCode.h"
+#include "tools/recordings/text/AscDate.h"
 #include "tools/recordings/text/DecimalTime.h"
+#include "tools/recordings/text/Letters.h"
 
 #include <algorithm>
 #include <charconv>
@@ -15,15 +17,6 @@ namespace qztool {
 namespace {
 
 constexpr std::uint32_t fdFormat = 0x1000; // in the flags of a CANFD line; clear: a classic frame on a CAN FD channel
-
-char toLower(char character) {
-    return character >= 'A' && character <= 'Z' ? static_cast<char>(character - 'A' + 'a') : character;
-}
-
-bool equalIgnoringCase(std::string_view a, std::string_view b) {
-    return std::equal(a.begin(), a.end(), b.begin(), b.end(),
-                      [](char left, char right) { return toLower(left) == toLower(right); });
-}
 
 // True if the words of `phrase` come next, with any number of spaces between them.
 bool beginsWith(TextCursor line, std::string_view phrase) {
@@ -42,10 +35,24 @@ bool isBaseHeader(TextCursor line) {
     return beginsWith(line, "base");
 }
 
+// Moves over a header that states when the log begins, up to the date; false: it is another line. The start of a
+// trigger block is later than that of the log, and only stands in for a date that is not there.
+bool takeDateHeader(TextCursor& line) {
+    for (char const* const phrase : {"date", "begin triggerblock"}) {
+        if (beginsWith(line, phrase)) {
+            TextCursor words(phrase);
+            while (!words.word().empty())
+                line.word();
+            return true;
+        }
+    }
+    return false;
+}
+
 bool isOtherHeader(TextCursor line) {
-    return isComment(line) || beginsWith(line, "date") || beginsWith(line, "internal events logged") ||
-           beginsWith(line, "no internal events logged") || beginsWith(line, "begin triggerblock") ||
-           beginsWith(line, "end triggerblock");
+    return isComment(line) || beginsWith(line, "internal events logged") ||
+           beginsWith(line, "no internal events logged") || beginsWith(line, "end triggerblock") ||
+           takeDateHeader(line);
 }
 
 // Returns false if `word` is not a number in that base, or too large.
@@ -125,7 +132,21 @@ ParsedLine AscLog::parse(std::string_view line, Frame& frame) {
         return parseEvent(cursor, frame);
     if (isBaseHeader(cursor))
         return parseBase(cursor);
+    bool const isDate = beginsWith(cursor, "date"); // trigger blocks are parts of a log
+    if (takeDateHeader(cursor)) {
+        ParsedLine parsed = parseDate(cursor);
+        parsed.isHeader = isDate;
+        return parsed;
+    }
     return isOtherHeader(cursor) ? ParsedLine{LineKind::Other} : malformedLine("neither a header nor an event");
+}
+
+ParsedLine AscLog::parseDate(TextCursor cursor) {
+    cursor.skipBlanks();
+    if (cursor.atEnd() || d_startTime)
+        return {LineKind::Other};
+    d_startTime = ascDate(cursor.rest());
+    return d_startTime ? ParsedLine{LineKind::Other} : skippedEvent("date in a form that is not known");
 }
 
 ParsedLine AscLog::parseBase(TextCursor cursor) {
@@ -143,7 +164,7 @@ ParsedLine AscLog::parseBase(TextCursor cursor) {
     }
     d_base = isDecimal ? 10 : 16;
     d_relative = relative;
-    return {LineKind::Other};
+    return headerLine();
 }
 
 char const* AscLog::readEventTime(TextCursor& cursor) {

@@ -6,6 +6,7 @@
 #include "tools/recordings/text/TextCursor.h"
 
 #include <cstdint>
+#include <optional>
 #include <string_view>
 
 namespace qztool {
@@ -25,9 +26,12 @@ public:
     // True if the line can open a log: header, comment or event.
     static bool fits(std::string_view line);
     ParsedLine parse(std::string_view line, Frame& frame) override;
+    bool linesHaveTheirTimes() const override { return !d_relative; }
+    std::optional<std::uint64_t> startTime() const override { return d_startTime; }
 
 private:
     ParsedLine parseBase(TextCursor cursor);
+    ParsedLine parseDate(TextCursor cursor);
     static ParsedLine errorFrame(std::string_view channel, Frame& frame);
     ParsedLine parseFdEvent(TextCursor cursor, Frame& frame) const;
     ParsedLine parseLinEvent(std::string_view channel, TextCursor cursor, Frame& frame) const;
@@ -42,6 +46,7 @@ private:
     int d_base = 16;
     bool d_relative = false;
     std::uint64_t d_time = 0; // of the last event, of whatever kind; microseconds
+    std::optional<std::uint64_t> d_startTime;
 };
 
 } // namespace qztool

@@ -2,8 +2,8 @@
 #include "tools/recordings/text/CandumpLog.h"
 
 #include "tools/base/Characters.h"
+#include "tools/recordings/text/CandumpFields.h"
 #include "tools/recordings/text/DecimalTime.h"
-#include "tools/recordings/text/TextCursor.h"
 
 #include <algorithm>
 #include <cstring>
@@ -11,30 +11,6 @@
 namespace qztool {
 
 namespace {
-
-constexpr std::uint32_t errorFrameBit = 0x20000000;
-constexpr std::uint8_t noDigit = 0xFF;
-
-constexpr std::array<std::uint8_t, 256> makeHexDigits() {
-    std::array<std::uint8_t, 256> values{};
-    for (unsigned i = 0; i < values.size(); ++i)
-        if (isDigit(i))
-            values[i] = static_cast<std::uint8_t>(i - '0');
-        else if (i >= 'a' && i <= 'f')
-            values[i] = static_cast<std::uint8_t>(i - 'a' + 10);
-        else if (i >= 'A' && i <= 'F')
-            values[i] = static_cast<std::uint8_t>(i - 'A' + 10);
-        else
-            values[i] = noDigit;
-    return values;
-}
-
-// A table, as most of the characters of a log pass through it.
-constexpr std::array<std::uint8_t, 256> hexDigits = makeHexDigits();
-
-std::uint8_t hexDigit(char character) {
-    return hexDigits[static_cast<unsigned char>(character)];
-}
 
 // Reads a number of `count` digits. Whatever is no digit leaves its mark in `strange`.
 std::uint64_t readDigits(char const* text, unsigned count, unsigned& strange) {
@@ -70,42 +46,14 @@ char const* readBracketedTime(TextCursor& cursor, Frame& frame) {
     return nullptr;
 }
 
-char const* readChannel(TextCursor& cursor, Frame& frame) {
-    constexpr unsigned beyondRange = 256;
-    cursor.skipBlanks();
-    if (cursor.atEnd())
-        return "no interface name";
-    unsigned number = 0;
-    for (; !cursor.atEnd() && !isBlank(cursor.peek()); cursor.advance()) {
-        char const character = cursor.peek();
-        number = isDigit(character) ? std::min(number * 10 + hexDigit(character), beyondRange) : 0;
-    }
-    if (number >= beyondRange)
-        return "channel number above 255";
-    frame.channel = static_cast<std::uint8_t>(number);
-    return nullptr;
-}
-
-// `isError` tells an error frame, whose identifier holds the error's class instead.
-char const* readIdentifier(TextCursor& cursor, Frame& frame, bool& isError) {
-    constexpr unsigned standardDigits = 3;
-    constexpr unsigned extendedDigits = 8;
-    cursor.skipBlanks();
+char const* readIdentifier(TextCursor& cursor, Frame& frame) {
     std::uint32_t value = 0;
-    unsigned digits = 0;
-    for (; hexDigit(cursor.peek()) != noDigit && digits <= extendedDigits; cursor.advance(), ++digits)
-        value = (value << 4) | hexDigit(cursor.peek());
+    unsigned const digits = readCandumpIdentifier(cursor, value);
     if (digits != standardDigits && digits != extendedDigits)
-        return "identifier has neither 3 nor 8 hexadecimal digits";
+        return badIdentifierDigits;
     if (!cursor.take('#'))
         return "identifier is not followed by '#'";
-    bool const extended = digits == extendedDigits;
-    frame.flags = extended ? frameFlag::extended : 0;
-    isError = extended && (value & errorFrameBit) != 0;
-    frame.address = isError ? value & ~errorFrameBit : value;
-    if (frame.address > (extended ? highestExtendedIdentifier : highestStandardIdentifier))
-        return extended ? "identifier above 1FFFFFFF" : "identifier of 3 digits above 7FF";
-    return nullptr;
+    return setCandumpIdentifier(value, digits == extendedDigits, frame);
 }
 
 bool atFieldEnd(TextCursor const& cursor) {
@@ -164,6 +112,12 @@ char const* readFdFlags(TextCursor& cursor, Frame& frame) {
     frame.add(frameFlag::bitRateSwitch, (flags & 1) != 0);
     frame.add(frameFlag::errorState, (flags & 2) != 0);
     return nullptr;
+}
+
+// "DROPCOUNT: dropped 2 CAN frames on 'can0' socket (total drops 2)", between the frames of `candump -d`.
+bool isDropReport(std::string_view line) {
+    TextCursor cursor(line);
+    return cursor.word() == "DROPCOUNT:";
 }
 
 char const* readLineEnd(TextCursor& cursor, Frame& frame) {
@@ -239,12 +193,35 @@ bool CandumpLog::readUsualLine(std::string_view line, Frame& frame) {
 bool CandumpLog::fits(std::string_view line) {
     TextCursor cursor(line);
     cursor.skipBlanks();
-    return cursor.take('(') && isDigit(cursor.peek());
+    return (cursor.take('(') && isDigit(cursor.peek())) || CandumpScreen::fits(line) || isDropReport(line);
+}
+
+void CandumpLog::lookAhead(std::string_view lines) {
+    d_screen.lookAhead(lines);
+}
+
+std::optional<std::uint64_t> CandumpLog::startTime() const {
+    return d_isScreen ? d_screen.startTime() : 0;
+}
+
+bool CandumpLog::linesHaveTheirTimes() const {
+    return !d_isScreen || d_screen.startTime().has_value();
 }
 
 ParsedLine CandumpLog::parse(std::string_view line, Frame& frame) {
     if (readUsualLine(line, frame))
         return {LineKind::Frame};
+    if (isCommentLine(line))
+        return {LineKind::Other};
+    if (isDropReport(line))
+        return skippedEvent("report of dropped frames");
+    // Decided by the first line that only can be of a screen: what is wrong with another is said in the terms of its
+    // form.
+    d_isScreen = d_isScreen || CandumpScreen::fits(line);
+    return d_isScreen ? d_screen.parse(line, frame) : parseLogLine(line, frame);
+}
+
+ParsedLine CandumpLog::parseLogLine(std::string_view line, Frame& frame) {
     frame.bus = Bus::Can;
     TextCursor cursor(line);
     cursor.skipBlanks();
@@ -252,10 +229,9 @@ ParsedLine CandumpLog::parse(std::string_view line, Frame& frame) {
         return {LineKind::Other};
     if (char const* const cause = readBracketedTime(cursor, frame))
         return malformedLine(cause);
-    if (char const* const cause = readChannel(cursor, frame))
+    if (char const* const cause = readCandumpChannel(cursor, frame))
         return malformedLine(cause);
-    bool isError = false;
-    if (char const* const cause = readIdentifier(cursor, frame, isError))
+    if (char const* const cause = readIdentifier(cursor, frame))
         return malformedLine(cause);
     if (cursor.take('#')) {
         if (char const* const cause = readFdFlags(cursor, frame))
@@ -263,8 +239,6 @@ ParsedLine CandumpLog::parse(std::string_view line, Frame& frame) {
     } else if (cursor.take('R')) {
         frame.flags |= frameFlag::remote;
     }
-    if (isError)
-        frame.flags |= frameFlag::error;
     char const* const cause = frame.is(frameFlag::remote) ? readRemoteLength(cursor, frame) : readData(cursor, frame);
     if (cause != nullptr)
         return malformedLine(cause);

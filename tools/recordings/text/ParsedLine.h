@@ -14,10 +14,16 @@ struct ParsedLine {
     // Of Malformed: static text, plain words such as "odd number of data digits". Of Other: the kind of an event that
     // is not read, such as "CAN statistics", likewise; null for blank lines, headers and comments.
     char const* cause = nullptr;
+    // Of Other: it says how the lines after it are to be read, or when the recording began.
+    bool isHeader = false;
 };
 
 inline ParsedLine malformedLine(char const* cause) {
     return {LineKind::Malformed, cause};
+}
+
+inline ParsedLine headerLine() {
+    return {LineKind::Other, nullptr, true};
 }
 
 inline ParsedLine skippedEvent(char const* kind) {

@@ -11,6 +11,12 @@ inline bool isBlank(char character) {
     return character == ' ' || character == '\t';
 }
 
+// Comments of the formats that have none of their own.
+inline bool isCommentLine(std::string_view line) {
+    std::size_t const first = line.find_first_not_of(" \t");
+    return first != std::string_view::npos && line[first] == '#';
+}
+
 // The line must outlive the cursor and the words taken from it.
 class TextCursor {
 public:
@@ -20,6 +26,7 @@ public:
     // The next character; NUL at the end of the line.
     char peek() const { return atEnd() ? '\0' : *d_position; }
     void advance() { ++d_position; } // not at the end
+    std::string_view rest() const { return {d_position, static_cast<std::size_t>(d_end - d_position)}; }
     // Moves over `character` if it comes next.
     bool take(char character) {
         if (atEnd() || *d_position != character)

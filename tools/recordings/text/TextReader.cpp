@@ -5,7 +5,6 @@
 #include "tools/recordings/text/TextCursor.h"
 
 #include <algorithm>
-#include <utility>
 
 namespace qztool {
 
@@ -19,8 +18,8 @@ bool isBlankLine(std::string_view line) {
 
 } // namespace
 
-TextReader::TextReader(InputBuffer& input, Findings& findings, std::string name)
-    : d_input(input), d_findings(findings), d_name(std::move(name)), d_source(input) {}
+TextReader::TextReader(InputBuffer& input, Findings& findings)
+    : d_input(input), d_findings(findings), d_source(input) {}
 
 TextReader::~TextReader() = default;
 
@@ -35,8 +34,12 @@ FrameReader::Next TextReader::next(Frame& frame) {
             return stop(result);
         ++d_lines;
         ParsedLine const parsed = isTooLong ? malformedLine("line longer than 65536 bytes") : parse(line, frame);
-        if (parsed.kind == LineKind::Frame)
+        if (parsed.kind == LineKind::Frame) {
+            d_line = line;
+            d_inHeader = false;
             return Next::Frame;
+        }
+        keepHeader(line, parsed);
         if (parsed.kind == LineKind::Malformed)
             d_findings.addMalformed(parsed.cause, static_cast<std::size_t>(d_lines));
         else if (parsed.cause != nullptr)
@@ -49,7 +52,7 @@ FrameReader::Next TextReader::stop(LineSource::Next reason) {
     if (reason == LineSource::Next::Interrupted)
         return Next::Interrupted;
     if (reason == LineSource::Next::Failed)
-        d_findings.fail("cannot read " + d_name + ": " + d_input.source().error());
+        d_findings.failReading(d_input.source().error());
     return Next::End;
 }
 
@@ -61,13 +64,28 @@ ParsedLine TextReader::parse(std::string_view line, Frame& frame) {
     }
     if (d_lineFormat)
         return d_lineFormat->parse(line, frame);
-    return isBlankLine(line) ? ParsedLine{} : malformedLine(noLineFormat());
+    return isBlankLine(line) || isCommentLine(line) ? ParsedLine{} : malformedLine(noLineFormat());
+}
+
+// Comments that follow a header belong to it: they may state a version, or what the columns are.
+void TextReader::keepHeader(std::string_view line, ParsedLine const& parsed) {
+    constexpr std::size_t longest = std::size_t{64} * 1024;
+    if (parsed.isHeader && !d_inHeader) {
+        d_inHeader = true;
+        d_header.clear();
+        ++d_headers;
+    }
+    bool const belongs = parsed.isHeader || (parsed.kind == LineKind::Other && parsed.cause == nullptr);
+    if (d_inHeader && belongs && !isBlankLine(line) && d_header.size() + line.size() < longest)
+        d_header.append(line).append("\n");
 }
 
 void TextReader::recognise(std::string_view line) {
     d_format = lineFormatOf(line);
-    if (d_format != nullptr)
-        d_lineFormat = d_format->makeLineFormat();
+    if (d_format == nullptr)
+        return;
+    d_lineFormat = d_format->makeLineFormat();
+    d_lineFormat->lookAhead(d_input.bytes());
 }
 
 } // namespace qztool

@@ -82,14 +82,14 @@ bool readMilliseconds(std::string_view word, std::uint64_t& microseconds) {
 }
 
 // Days since December 30, 1899, of local time.
-std::uint64_t startTimeOf(std::string_view text) {
+std::optional<std::uint64_t> startTimeOf(std::string_view text) {
     constexpr double mostDays = 200'000; // in the year 2447
     constexpr std::uint64_t microsecondsPerSecond = 1'000'000;
     std::string const terminated(text);
     char* end = nullptr;
     double const days = std::strtod(terminated.c_str(), &end);
     if (end == terminated.c_str() || !(days > 0) || days > mostDays)
-        return 0;
+        return std::nullopt;
     auto const wholeDays = static_cast<int>(days);
     auto const time = static_cast<std::uint64_t>(std::llround((days - wholeDays) * 86'400e6));
     auto const seconds = static_cast<int>(time / microsecondsPerSecond);
@@ -100,7 +100,8 @@ std::uint64_t startTimeOf(std::string_view text) {
     date.tm_hour = seconds / 3600;
     date.tm_min = seconds / 60 % 60;
     date.tm_sec = seconds % 60;
-    return sinceEpoch(date, time % microsecondsPerSecond);
+    std::uint64_t const start = sinceEpoch(date, time % microsecondsPerSecond);
+    return start != 0 ? std::optional(start) : std::nullopt;
 }
 
 char const* readIdentifier(std::string_view word, Frame& frame) {
@@ -209,8 +210,10 @@ ParsedLine TrcLog::parseHeader(std::string_view line) {
     constexpr std::string_view version = "$FILEVERSION=";
     constexpr std::string_view start = "$STARTTIME=";
     constexpr std::string_view columns = "$COLUMNS=";
-    if (startsWith(line, start))
+    if (startsWith(line, start)) {
         d_startTime = startTimeOf(line.substr(start.size()));
+        return headerLine();
+    }
     if (startsWith(line, columns))
         return parseColumns(trimmed(line.substr(columns.size())));
     if (!startsWith(line, version))
@@ -219,7 +222,7 @@ ParsedLine TrcLog::parseHeader(std::string_view line) {
     for (Version const& each : versions) {
         if (each.number == number) {
             setColumns(each.columns);
-            return {};
+            return headerLine();
         }
     }
     return malformedLine("file version is not one of 1.0 to 1.3, 2.0 and 2.1");
@@ -242,7 +245,7 @@ ParsedLine TrcLog::parseColumns(std::string_view letters) {
     if (read.back() != 'D')
         return malformedLine("data is not the last column");
     setColumns(read);
-    return {};
+    return headerLine();
 }
 
 // `isFrame` becomes false if the line turns out to hold something else.

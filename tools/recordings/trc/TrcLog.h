@@ -8,6 +8,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string_view>
 
 namespace qztool {
@@ -28,7 +29,7 @@ public:
     // True if the line's beginning suggests this format.
     static bool fits(std::string_view line);
     ParsedLine parse(std::string_view line, Frame& frame) override;
-    std::uint64_t startTime() const override { return d_startTime; }
+    std::optional<std::uint64_t> startTime() const override { return d_startTime; }
 
 private:
     static constexpr std::size_t mostColumns = 12;
@@ -42,7 +43,7 @@ private:
 
     std::array<char, mostColumns> d_columns{}; // letters as in the header; 't' for the kinds of 1.x
     std::size_t d_columnCount = 0;
-    std::uint64_t d_startTime = 0; // microseconds since 1970; 0: unknown
+    std::optional<std::uint64_t> d_startTime;
 };
 
 } // namespace qztool

@@ -1,6 +1,7 @@
 // BLF files made in the test: every kind of object that is read, containers of all shapes, and damage.
 #include "tools/recordings/blf/BlfReader.h"
 
+#include "tests/tools/recordings/LocalZone.h"
 #include "tests/tools/recordings/ReaderText.h"
 #include "tests/tools/recordings/blf/BlfBytes.h"
 
@@ -181,40 +182,27 @@ TEST(BlfReaderTest, timesAreMicrosecondsSinceTheStart) {
 // The dates of files are local time.
 class BlfDateTest : public Test {
 protected:
-    void SetUp() override {
-        if (char const* const zone = std::getenv("TZ"))
-            d_zone = zone;
-        setZone("CET-1CEST,M3.5.0,M10.5.0/3");
-    }
-    void TearDown() override {
-        if (d_zone.empty())
-            unsetenv("TZ");
-        else
-            setZone(d_zone.c_str());
-    }
-
-    static void setZone(char const* zone) { setenv("TZ", zone, 1); }
-    static std::uint64_t startTimeOf(blf::Date date, std::size_t headerSize = 144) {
-        std::uint64_t time = 1;
+    static std::optional<std::uint64_t> startTimeOf(blf::Date date, std::size_t headerSize = 144) {
+        std::optional<std::uint64_t> time = 1;
         textOfRecording<BlfReader>(blf::fileHeader(date, headerSize) + blf::can(1, 1, ""), {}, &time);
         return time;
     }
 
-    std::string d_zone;
+    LocalZone d_zone;
 };
 
 TEST_F(BlfDateTest, startIsInLocalTime) {
     EXPECT_EQ(startTimeOf({2017, 9, 30, 15, 6, 13, 191}), 1'506'776'773'191'000U); // 13:06:13.191 UTC
     EXPECT_EQ(startTimeOf({2017, 12, 31, 23, 59, 59, 999}), 1'514'761'199'999'000U);
-    setZone("UTC0");
+    d_zone.set("UTC0");
     EXPECT_EQ(startTimeOf({2017, 9, 30, 15, 6, 13, 191}), 1'506'783'973'191'000U);
 }
 
 TEST_F(BlfDateTest, fileWithoutDateHasNoStart) {
-    EXPECT_EQ(startTimeOf({}), 0U);
-    EXPECT_EQ(startTimeOf({2017, 13, 1, 0, 0, 0, 0}), 0U);
-    EXPECT_EQ(startTimeOf({2017, 1, 1, 24, 0, 0, 0}), 0U);
-    EXPECT_EQ(startTimeOf({65535, 65535, 65535, 65535, 65535, 65535, 65535}), 0U);
+    EXPECT_EQ(startTimeOf({}), std::nullopt);
+    EXPECT_EQ(startTimeOf({2017, 13, 1, 0, 0, 0, 0}), std::nullopt);
+    EXPECT_EQ(startTimeOf({2017, 1, 1, 24, 0, 0, 0}), std::nullopt);
+    EXPECT_EQ(startTimeOf({65535, 65535, 65535, 65535, 65535, 65535, 65535}), std::nullopt);
 }
 
 TEST(BlfReaderTest, headerOfTheFileHasTheSizeItStates) {

@@ -1,6 +1,7 @@
 // Lines of ASC logs, valid and damaged, and the state that goes from line to line.
 #include "tools/recordings/text/AscLog.h"
 
+#include "tests/tools/recordings/LocalZone.h"
 #include "tests/tools/recordings/RecordingFixtures.h"
 
 #include <gtest/gtest.h>
@@ -251,6 +252,59 @@ TEST(AscLogTest, damagedLinesTellTheirCause) {
         {"1.0 1 64 Rx d 2 01 100", "malformed: data byte is not a number of the log's base up to 255"},
         {"1.0 1 64 Rx d 2 01 Length = 3", "malformed: data byte is not a number of the log's base up to 255"},
     });
+}
+
+// 15:06:13.191 in Berlin.
+TEST(AscLogTest, dateIsThatOfTheStart) {
+    LocalZone const zone;
+    std::uint64_t const september = 1'506'776'773'191'000, march = 1'490'101'573'000'000;
+    struct {
+        char const* line;
+        std::optional<std::uint64_t> start;
+    } const cases[] = {
+        {"date Sat Sep 30 15:06:13.191 2017", september},
+        {"date Sam Sep 30 15:06:13.191 2017", september},
+        {"date Sat Sep 30 03:06:13.191 PM 2017", september},
+        {"date Sat Sep 30 03:06:13.191 pm 2017", september},
+        {"DATE  sam.  sept.  30  15:06:13.191000  2017 ", september},
+        {"Begin Triggerblock Sam Sep 30 15:06:13.191 2017", september},
+        {"begin triggerblock sab set 30 15:06:13.191 2017", september},
+        {"date Die M\xC3\xA4r 21 14:06:13 2017", march},
+        {"date Die M\xE4r 21 14:06:13 2017", march},
+        {"date Di Mrz 21 14:06:13 2017", march},
+        {"date mar. mars 21 14:06:13 2017", march},
+        {"date Tue Mar 21 14:06:13 2017", march},
+        {"date Mon Jan 1 12:00:00 am 2018", 1'514'761'200'000'000},
+        {"date Mon Jan 1 12:00:00 pm 2018", 1'514'804'400'000'000},
+        {"date", std::nullopt},
+        {"date Sat Sep 30 2017", std::nullopt},
+        {"date Sat Xyz 30 15:06:13.191 2017", std::nullopt},
+        {"date Sat Sep 31 15:06:13.191 2017 x", std::nullopt},
+        {"date Sat Sep 32 15:06:13.191 2017", std::nullopt},
+        {"date Sat Sep 30 25:06:13.191 2017", std::nullopt},
+        {"date Sat Sep 30 15:06:13.191 pm 2017", std::nullopt},
+        {"date Sat Sep 30 15:06 2017", std::nullopt},
+        {"date Sat Sep 30 15:06:13.191 1917", std::nullopt},
+        {"date Sat Sep 30 15:06:13.191 99999999999", std::nullopt},
+        {"date 30.09.2017 15:06:13", std::nullopt},
+        {"End Triggerblock", std::nullopt},
+        {"1.0 1 64 Rx d 0", std::nullopt},
+    };
+    for (auto const& [line, start] : cases) {
+        AscLog log;
+        parsed(log, line);
+        EXPECT_EQ(log.startTime(), start) << line;
+    }
+}
+
+TEST(AscLogTest, dateThatIsNotUnderstoodIsCounted) {
+    AscLog log;
+    EXPECT_EQ(parsed(log, "date yesterday"), "skipped: date in a form that is not known");
+    EXPECT_EQ(parsed(log, "Begin Triggerblock Sat Sep 30 15:06:13.191 2017"), "other");
+    EXPECT_NE(log.startTime(), std::nullopt);
+    std::optional<std::uint64_t> const start = log.startTime();
+    EXPECT_EQ(parsed(log, "Begin Triggerblock Sat Sep 30 17:06:13.191 2017"), "other");
+    EXPECT_EQ(log.startTime(), start);
 }
 
 TEST(AscLogTest, recognitionAsksForHeaderCommentOrEvent) {

@@ -129,7 +129,7 @@ TEST(CandumpLogTest, suffixesAreAccepted) {
 TEST(CandumpLogTest, damagedLinesTellTheirCause) {
     check({
         {"can0 123#01", "malformed: line does not begin with a time in parentheses"},
-        {"# comment", "malformed: line does not begin with a time in parentheses"},
+        {"; comment", "malformed: line does not begin with a time in parentheses"},
         {"(", "malformed: time stamp is not a number"},
         {"(x) can0 123#01", "malformed: time stamp is not a number"},
         {"(-1.0) can0 123#01", "malformed: time stamp is not a number"},
@@ -143,7 +143,7 @@ TEST(CandumpLogTest, damagedLinesTellTheirCause) {
         {"(1.0) can0 123456789#01", "malformed: identifier has neither 3 nor 8 hexadecimal digits"},
         {"(1.0) can0 12G#01", "malformed: identifier has neither 3 nor 8 hexadecimal digits"},
         {"(1.0) can0 123", "malformed: identifier is not followed by '#'"},
-        {"(1.0) can0 123 [2] 01 02", "malformed: identifier is not followed by '#'"},
+        {"(1.0) can0 123 [2] 01 02", "1000000 0 123#0102"}, // as on a screen
         {"(1.0) can0 800#01", "malformed: identifier of 3 digits above 7FF"},
         {"(1.0) can0 FFF#01", "malformed: identifier of 3 digits above 7FF"},
         {"(1.0) can0 40000000#01", "malformed: identifier above 1FFFFFFF"},
