@@ -10,6 +10,7 @@ enum ExitStatus : int {
     exitBadData = 65,      // an input was read, but contains no usable data
     exitNotThere = 69,     // a signal that was asked for does not exist
     exitFailed = 70,       // internal failure, such as out of memory
+    exitNotWritten = 74,   // results could not be written
     // Of commands that answer whether a condition is true. There, an input that cannot be used is not there either.
     exitTrue = 0,
     exitFalse = 1,

@@ -1,24 +1,12 @@
 // Names, and what they stand for.
 #include "tools/moments/Condition.h"
 
-#include "tools/base/Nearest.h"
+#include "tools/drive/NameSearch.h"
 
 #include <algorithm>
 #include <cstddef>
 
 namespace qztool {
-
-namespace {
-
-std::string listOf(std::vector<std::string> const& names) {
-    constexpr std::size_t most = 20;
-    std::string text;
-    for (std::size_t i = 0; i < std::min(names.size(), most); ++i)
-        text += (text.empty() ? "" : ", ") + names[i];
-    return text + (names.size() > most ? " and " + std::to_string(names.size() - most) + " more" : "");
-}
-
-} // namespace
 
 bool Condition::resolve() {
     std::vector<ExpParser::Mention> const mentions = ExpParser::mentions(d_text.c_str());
@@ -29,7 +17,7 @@ bool Condition::resolve() {
             d_text.replace(each->begin, each->name.size(), meant.front());
         resolved = resolved && meant.size() < 2;
         if (meant.size() > 1)
-            d_reporter.error("'" + each->name + "' may be any of " + listOf(meant));
+            d_reporter.error(ambiguousNameText(each->name, meant));
     }
     d_names = ExpParser::signalNames(d_text.c_str());
     return resolved;
@@ -46,9 +34,7 @@ Condition::Compiled Condition::compile() {
         if (BaseSignal::getInstance(name.c_str()) != nullptr)
             continue;
         allDefined = false;
-        std::string const meant = nearest(name, d_definitions.names());
-        d_reporter.error("the definition files hold no signal '" + name + "'" +
-                         (meant.empty() ? "" : ", did you mean '" + meant + "'?"));
+        d_reporter.error(unknownNameText(name, d_definitions));
     }
     if (!allDefined)
         return Compiled::NotDefined;

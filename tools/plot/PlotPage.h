@@ -1,0 +1,13 @@
+// A drive as one HTML file that needs nothing else.
+#pragma once
+
+#include "tools/plot/PlottedDrive.h"
+
+#include <ostream>
+
+namespace qztool {
+
+// Writes the page. Every value is in it; what is drawn is reduced by the page itself, to what its pixels can show.
+void writePlotPage(std::ostream& out, PlottedDrive const& drive);
+
+} // namespace qztool
