@@ -57,7 +57,7 @@ if(QZSIGNAL_BUILD_TOOLS OR QZSIGNAL_BUILD_TESTS OR QZSIGNAL_BUILD_BENCHMARKS)
         endif()
     endif()
     if(NOT QZSIGNAL_PLOT_MODULES)
-        message(STATUS "Without `qzsignal plot`: npm is not there, or could not fetch what it needs")
+        message(STATUS "Without the page of `qzsignal plot`: npm is not there, or could not fetch what it needs")
     endif()
 endif()
 

@@ -24,9 +24,7 @@ constexpr Subcommand subcommands[] = {
     {"list", "List the shared signals of this machine", qztool::setUpList},
     {"eval", "Evaluate an expression over shared signals", qztool::setUpEval},
     {"trigger", "Find the moments of a recorded drive at which a condition becomes true", qztool::setUpTrigger},
-#ifdef QZSIGNAL_WITH_PLOT
     {"plot", "Draw signals of a recorded drive", qztool::setUpPlot},
-#endif
 };
 
 bool isSubcommand(std::string const& word) {

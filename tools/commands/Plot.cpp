@@ -73,6 +73,10 @@ public:
           d_signals(d_definitions, d_frame, d_reporter) {}
 
     int run() {
+        if (!d_options.svg && !canWritePlotPage()) {
+            d_console.error("this build writes no pages, as npm or its registry was out of reach; --svg works");
+            return exitFailed;
+        }
         RecordingReader recording(d_options.trace, d_stop);
         if (!recording.isOpen()) {
             d_console.error(recording.problem());

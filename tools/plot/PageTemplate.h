@@ -10,6 +10,6 @@ namespace qztool {
 constexpr std::string_view pageTitleMark = "@TITLE@";
 constexpr std::string_view pageDriveMark = "@DRIVE@";
 
-extern std::array<std::string_view, 9> const pageTemplate;
+extern std::array<std::string_view, 9> const pageTemplate; // all empty: the build had no library to draw it
 
 } // namespace qztool

@@ -129,6 +129,10 @@ void writeDrive(std::ostream& out, PlottedDrive const& drive) {
 
 } // namespace
 
+bool canWritePlotPage() {
+    return !pageTemplate.front().empty();
+}
+
 void writePlotPage(std::ostream& out, PlottedDrive const& drive) {
     for (std::string_view const part : pageTemplate) {
         if (part == pageTitleMark)

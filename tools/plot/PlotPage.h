@@ -7,6 +7,9 @@
 
 namespace qztool {
 
+// False if the build had no library that draws the page.
+bool canWritePlotPage();
+
 // Writes the page. Every value is in it; what is drawn is reduced by the page itself, to what its pixels can show.
 void writePlotPage(std::ostream& out, PlottedDrive const& drive);
 
