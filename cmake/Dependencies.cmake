@@ -30,6 +30,41 @@ if(QZSIGNAL_BUILD_TOOLS OR QZSIGNAL_BUILD_TESTS OR QZSIGNAL_BUILD_BENCHMARKS)
     find_package(zstd QUIET)
 endif()
 
+# Has npm fetch what the lock file in a folder names. Sets `result` to the folder with the modules, or to nothing if npm is
+# not there or fails. Nothing that the packages bring along is run.
+function(qzsignal_npm_modules result folder)
+    set(${result} "" PARENT_SCOPE)
+    set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${folder}/package-lock.json)
+    find_program(QZSIGNAL_NPM npm DOC "Fetches what draws and tests the page of `qzsignal plot`")
+    mark_as_advanced(QZSIGNAL_NPM)
+    if(NOT QZSIGNAL_NPM)
+        return()
+    endif()
+    file(RELATIVE_PATH name ${PROJECT_SOURCE_DIR} ${folder})
+    set(modules ${PROJECT_BINARY_DIR}/npm/${name})
+    file(SHA256 ${folder}/package-lock.json lock)
+    if(NOT EXISTS ${modules}/${lock})
+        file(REMOVE_RECURSE ${modules})
+        file(COPY ${folder}/package.json ${folder}/package-lock.json DESTINATION ${modules})
+        execute_process(COMMAND ${QZSIGNAL_NPM} ci --ignore-scripts --no-audit --no-fund
+            WORKING_DIRECTORY ${modules} RESULT_VARIABLE status OUTPUT_QUIET ERROR_VARIABLE errors)
+        if(NOT status EQUAL 0)
+            message(WARNING "npm could not fetch what ${name} needs:\n${errors}")
+            return()
+        endif()
+        file(TOUCH ${modules}/${lock})
+    endif()
+    set(${result} ${modules}/node_modules PARENT_SCOPE)
+endfunction()
+
+if(QZSIGNAL_BUILD_TOOLS OR QZSIGNAL_BUILD_TESTS OR QZSIGNAL_BUILD_BENCHMARKS)
+    # uPlot.
+    qzsignal_npm_modules(QZSIGNAL_PLOT_MODULES ${PROJECT_SOURCE_DIR}/tools/plot/page)
+    if(NOT QZSIGNAL_PLOT_MODULES)
+        message(STATUS "Without the page of `qzsignal plot`: npm is not there, or could not fetch what it needs")
+    endif()
+endif()
+
 if(QZSIGNAL_BUILD_TESTS)
     if(CMAKE_CROSSCOMPILING)
         # Debian has no GoogleTest for the cross targets, but ships its sources.

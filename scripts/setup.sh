@@ -12,6 +12,7 @@ Groups:
   docs          generator of the API reference, checker of the manual page
   fuzz          compiler and run-time libraries of the fuzzers
   instructions  counter of the instructions of x86-64 programs
+  page          what the page of `qzsignal plot` is made with, and the browser that tests it
   lint          formatter, static checks of C++ and of scripts
   valgrind      memory checker"
 
@@ -40,6 +41,11 @@ for group in "$@"; do
         docs) wanted+=("${docs[@]}") ;;
         fuzz) wanted+=("${fuzz[@]}") ;;
         instructions) wanted+=("${instructions[@]}") ;;
+        page)
+            wanted+=(chromium)
+            # Node.js may be there from elsewhere; Debian's npm refuses to be installed beside it.
+            command -v npm >/dev/null || wanted+=(nodejs npm)
+            ;;
         lint) wanted+=("${lint[@]}") ;;
         valgrind) wanted+=("${valgrind[@]}") ;;
         -h | --help)

@@ -50,6 +50,9 @@ if [[ $setup == yes ]]; then
     if [[ " ${targets[*]} " == *" i686 "* || " ${targets[*]} " == *" ppc "* ]]; then
         groups+=(cross)
     fi
+    if [[ " ${targets[*]} " == *" dev "* ]]; then
+        groups+=(page)
+    fi
     for group in fuzz instructions; do
         if [[ " ${targets[*]} " == *" $group "* ]]; then
             groups+=("$group")

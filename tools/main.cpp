@@ -27,6 +27,7 @@ constexpr Subcommand subcommands[] = {
     {"eval", "Evaluate an expression over shared signals", qztool::setUpEval},
     {"trigger", "Find the moments of a recorded drive at which a condition becomes true", qztool::setUpTrigger},
     {"cut", "Write the stretches of a recorded drive around each moment of a condition", qztool::setUpCut},
+    {"plot", "Draw signals of a recorded drive", qztool::setUpPlot},
 };
 
 bool isSubcommand(std::string const& word) {

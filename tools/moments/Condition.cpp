@@ -1,24 +1,12 @@
 // Names, and what they stand for.
 #include "tools/moments/Condition.h"
 
-#include "tools/base/Nearest.h"
+#include "tools/drive/NameSearch.h"
 
 #include <algorithm>
 #include <cstddef>
 
 namespace qztool {
-
-namespace {
-
-std::string listOf(std::vector<std::string> const& names) {
-    constexpr std::size_t most = 20;
-    std::string text;
-    for (std::size_t i = 0; i < std::min(names.size(), most); ++i)
-        text += (text.empty() ? "" : ", ") + names[i];
-    return text + (names.size() > most ? " and " + std::to_string(names.size() - most) + " more" : "");
-}
-
-} // namespace
 
 bool Condition::resolve() {
     std::vector<ExpParser::Mention> const mentions = ExpParser::mentions(d_text.c_str());
@@ -40,7 +28,7 @@ std::string Condition::instanceOf(std::string const& name, bool& isAmbiguous) {
         return derivedFrom(name, isAmbiguous);
     isAmbiguous = meant.size() > 1;
     if (isAmbiguous)
-        d_reporter.error("'" + name + "' may be any of " + listOf(meant));
+        d_reporter.error(ambiguousNameText(name, meant));
     else
         for (DerivedName const& each : derivedNamesMeantBy(name, d_definitions))
             d_reporter.warning("'" + name + "' is the signal '" + meant.front() + "', not what '" + each.name +
@@ -57,7 +45,7 @@ std::string Condition::derivedFrom(std::string const& name, bool& isAmbiguous) {
         std::vector<std::string> names;
         for (DerivedName const& each : meant)
             names.push_back(each.name);
-        d_reporter.error("'" + name + "' may be any of " + listOf(names));
+        d_reporter.error(ambiguousNameText(name, names));
         return name;
     }
     DerivedName const& derived = meant.front();
@@ -110,11 +98,8 @@ Condition::Compiled Condition::compile() {
 }
 
 void Condition::reportUndefined(std::string const& name) {
-    std::string meant = nearestDerivedName(name, d_definitions);
-    if (meant.empty())
-        meant = nearest(name, d_definitions.names());
-    d_reporter.error("the definition files hold no signal '" + name + "'" +
-                     (meant.empty() ? "" : ", did you mean '" + meant + "'?"));
+    std::string const derived = nearestDerivedName(name, d_definitions);
+    d_reporter.error(unknownNameText(name, d_definitions, derived));
 }
 
 std::vector<std::string> Condition::unwritten() const {
