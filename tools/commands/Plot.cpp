@@ -72,7 +72,7 @@ public:
         : d_options(options),
           d_console(console),
           d_reporter(console, options.definitions.quiet),
-          d_definitions(d_reporter),
+          d_definitions(d_reporter, options.definitions.decoding),
           d_signals(d_definitions, d_frame, d_reporter) {}
 
     int run() {

@@ -59,7 +59,7 @@ ConditionRun::ConditionRun(ConditionOptions const& options, Console& console, St
       d_reporter(console, options.definitions.quiet),
       d_recording(options.recording.path, stop, options.recording.times()),
       d_liveReport(d_recording, options.recording.path, console),
-      d_definitions(d_reporter),
+      d_definitions(d_reporter, options.definitions.decoding),
       d_signals(d_definitions, d_frame, d_reporter),
       d_condition(options.expression, d_definitions, d_derived, d_reporter) {}
 

@@ -53,6 +53,12 @@ ExitStatus report(Drive const& drive, UnfedFrames const& unfed, RecordingOptions
     if (options.absolute && drive.recording().place() != 0 && !drive.recording().startTime())
         console.warning(path,
                         ": does not say when it began, or not in a form that is known; its times are as recorded");
+    TransportCounts const transport = drive.transport();
+    if (transport.lost != 0)
+        console.warning(path, ": packets are missing of ", transport.lost, " J1939 messages, which were left out");
+    if (transport.extended != 0)
+        console.warning(path, ": ", transport.extended,
+                        " J1939 messages of more than 1785 bytes (extended transport protocol) were left out");
     if (stopRequested())
         return failed ? exitNothingUsable : exitSuccess;
     if (frames == 0) {

@@ -81,6 +81,21 @@ TEST_F(SignalSetTest, onePatternOfSeveralIsEnoughAndMayBeTheOriginalSpelling) {
     EXPECT_FALSE(segmentExists(instance("M.C")));
 }
 
+TEST_F(SignalSetTest, patternMayBeTheOwnNameOfOneSignal) {
+    std::string const path = dbcFile("BO_ 1 M: 8 X\n SG_ A : 0|8@1+ (1,0) [0|0] \"\" X\n"
+                                     " SG_ Both : 0|8@1+ (1,0) [0|0] \"\" X\n"
+                                     "BO_ 2 N: 8 X\n SG_ Both : 0|8@1+ (1,0) [0|0] \"\" X\n");
+    DrivenSet set(d_errors);
+    set.load({std::nullopt, path});
+    EXPECT_EQ(set.d_signals.build(std::vector<std::string>{"A"}), SignalSet::Built::Ready);
+    ASSERT_EQ(set.d_signals.signals().size(), 1U);
+    EXPECT_EQ(set.d_signals.signals().front()->instance(), instance("M.A"));
+    EXPECT_EQ(d_errors.text(), "");
+    SignalSet others(set.d_definitions, set.d_frame, d_errors);
+    EXPECT_EQ(others.build(std::vector<std::string>{"Both"}), SignalSet::Built::NoMatch);
+    EXPECT_EQ(d_errors.text(), "error: 'Both' may be any of " + instance("M.Both") + ", " + instance("N.Both") + "\n");
+}
+
 TEST_F(SignalSetTest, patternWithoutMatchIsReported) {
     DrivenSet set(d_errors);
     set.load({std::nullopt, dbcFile(two)});
