@@ -455,6 +455,31 @@ TEST(BlfReaderTest, damagedAtRandomFilesAreReadToTheirEnd) {
     EXPECT_GT(found, 200 * 100U); // most of it, most times
 }
 
+// Frames, places and counts of damage are those of the file.
+TEST(BlfReaderTest, whatIsFoundDoesNotDependOnTheSizesOfReads) {
+    RecordingText texts;
+    std::string const objects = frames(40, texts) + blf::object(65, "text") + frames(40, texts);
+    std::string file = blf::fileHeader() + inContainers(objects, 300, blf::stored);
+#ifdef QZSIGNAL_WITH_ZLIB
+    file += inContainers(objects, 300, blf::deflated);
+#endif
+    std::mt19937 random(3); // NOLINT: the same each time
+    for (int i = 0; i < 300; ++i) {
+        std::string damaged = file.substr(0, file.size() - random() % 50);
+        for (unsigned j = 0; j < 1 + random() % 8; ++j) {
+            std::size_t const at = 4 + random() % (damaged.size() - 20);
+            std::size_t const count = random() % 16;
+            if (random() % 4 == 0)
+                damaged.replace(at, count, "LOBJ");
+            else
+                damaged.replace(at, count, count, static_cast<char>(random()));
+        }
+        RecordingText const whole = textOfRecording<BlfReader>(damaged);
+        for (std::size_t const most : {std::size_t{1}, std::size_t{7}, std::size_t{100}, std::size_t{3000}})
+            ASSERT_EQ(textOfRecording<BlfReader>(damaged, {most, most == 7}), whole) << i << ' ' << most;
+    }
+}
+
 // Files that a library of its own wrote, for its tests: each field has a value that shows where it is, and that no bus
 // could have. So each object is found, and recognised by the first field that is impossible.
 TEST(BlfPublicFilesTest, objectsAreFound) {
