@@ -430,6 +430,21 @@ TEST(BlfReaderTest, containersThatEndBeforeTheirContentAreDamaged) {
               (RecordingText{"0 can 1 003 rx ", "! damaged bytes: 1"}));
     EXPECT_EQ(textOf(blf::container("", 0, 0) + blf::can(1, 3, "")), RecordingText{"0 can 1 003 rx "});
 }
+
+// A size that is right, and a container that fits into the buffers, are the fast way and no condition.
+TEST(BlfReaderTest, containersOfAnySizeAreInflated) {
+    for (unsigned const count : {1U, 100U, 6000U, 30'000U}) {
+        RecordingText expected;
+        std::string const objects = frames(count, expected);
+        std::string container = blf::deflated(objects);
+        for (std::size_t const stated : {std::size_t{0}, std::size_t{1}, objects.size() - 1, objects.size(),
+                                         objects.size() + 1, std::size_t{0xFFFFFFFF}}) {
+            container.replace(24, 4, Fields(4).set(0, 4, stated).bytes());
+            for (std::size_t const most : {std::string::npos, std::size_t{1000}})
+                ASSERT_EQ(textOf(container, {most, most == 1000}), expected) << count << ' ' << stated;
+        }
+    }
+}
 #else
 TEST(BlfReaderTest, compressedContainersAreRefusedWithoutZlib) {
     EXPECT_EQ(textOf(blf::container("anything", 96, 2)),
