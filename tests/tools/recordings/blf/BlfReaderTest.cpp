@@ -433,7 +433,7 @@ TEST(BlfReaderTest, containersThatEndBeforeTheirContentAreDamaged) {
 
 // A size that is right, and a container that fits into the buffers, are the fast way and no condition.
 TEST(BlfReaderTest, containersOfAnySizeAreInflated) {
-    for (unsigned const count : {1U, 100U, 6000U, 30'000U}) {
+    for (unsigned const count : {1U, 100U, 6000U}) {
         RecordingText expected;
         std::string const objects = frames(count, expected);
         std::string container = blf::deflated(objects);
@@ -479,7 +479,7 @@ TEST(BlfReaderTest, whatIsFoundDoesNotDependOnTheSizesOfReads) {
     file += inContainers(objects, 300, blf::deflated);
 #endif
     std::mt19937 random(3); // NOLINT: the same each time
-    for (int i = 0; i < 300; ++i) {
+    for (int i = 0; i < 40; ++i) {
         std::string damaged = file.substr(0, file.size() - random() % 50);
         for (unsigned j = 0; j < 1 + random() % 8; ++j) {
             std::size_t const at = 4 + random() % (damaged.size() - 20);
