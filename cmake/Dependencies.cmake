@@ -1,5 +1,5 @@
 # What the build takes from Debian: flex and Bison for the library, CLI11 and nlohmann/json (headers only) and, where the
-# target has them, pugixml, zlib, liblzma and libzstd for the command, GoogleTest for the tests, and for the benchmarks
+# target has them, pugixml, zlib, libdeflate, liblzma and libzstd for the command, GoogleTest for the tests, and for the benchmarks
 # Google Benchmark, with LuaJIT and muParser to compare with.
 
 # Header-only packages are the same for every target, but a cross build must not see the rest of the host's include
@@ -26,6 +26,9 @@ if(QZSIGNAL_BUILD_TOOLS OR QZSIGNAL_BUILD_TESTS OR QZSIGNAL_BUILD_BENCHMARKS)
     # A target's distribution may lack these; the command is then built without them (tools/CMakeLists.txt).
     find_package(pugixml QUIET)
     find_package(ZLIB QUIET)
+    find_path(LIBDEFLATE_INCLUDE_DIR libdeflate.h)
+    find_library(LIBDEFLATE_LIBRARY deflate)
+    mark_as_advanced(LIBDEFLATE_INCLUDE_DIR LIBDEFLATE_LIBRARY)
     find_package(LibLZMA QUIET)
     find_package(zstd QUIET)
 endif()

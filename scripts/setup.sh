@@ -17,7 +17,7 @@ Groups:
   valgrind      memory checker"
 
 base=(g++ cmake ninja-build pkg-config python3 flex bison libfl-dev libgtest-dev googletest libcli11-dev nlohmann-json3-dev
-    libpugixml-dev zlib1g-dev liblzma-dev libzstd-dev)
+    libpugixml-dev zlib1g-dev libdeflate-dev liblzma-dev libzstd-dev)
 # The cross compilers bring the targets' C and C++ libraries; i686 programs run on the host's own kernel with them.
 cross=(g++-i686-linux-gnu g++-powerpc-linux-gnu qemu-user)
 benchmarks=(libbenchmark-dev libluajit-5.1-dev libmuparser-dev python3-matplotlib)

@@ -27,15 +27,14 @@ inline void expectWellFormed(Frame const& frame) {
 }
 
 template <typename Reader>
-std::string framesOf(std::string const& content, Pieces pieces) {
-    std::string frames;
+std::string allOf(std::string const& content, Pieces pieces) {
+    std::string text;
     for (std::string const& line : textOfRecording<Reader>(content, pieces))
-        if (line[0] >= '0' && line[0] <= '9')
-            frames += line + '\n';
-    return frames;
+        text += line + '\n';
+    return text;
 }
 
-// Frames are well-formed, their places grow, and no frame depends on the pieces in which the bytes come.
+// Frames are well-formed, their places grow, and nothing that is found depends on the pieces in which the bytes come.
 template <typename Reader>
 void expectReader(std::string const& content) {
     MemorySource source(content);
@@ -51,9 +50,9 @@ void expectReader(std::string const& content) {
         expect(reader.place() > place, "place");
         place = reader.place();
     }
-    std::string const whole = framesOf<Reader>(content, {});
-    expectEqual(framesOf<Reader>(content, {1, false}), whole, "byte by byte");
-    expectEqual(framesOf<Reader>(content, {97, true}), whole, "in pieces");
+    std::string const whole = allOf<Reader>(content, {});
+    expectEqual(allOf<Reader>(content, {1, false}), whole, "byte by byte");
+    expectEqual(allOf<Reader>(content, {97, true}), whole, "in pieces");
 }
 
 } // namespace qztool

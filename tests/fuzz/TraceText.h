@@ -40,6 +40,12 @@ inline void expectWellFormed(Frame const& frame, std::string const& line) {
         expect(frame.length <= mostClassicBytes && frame.address <= highestLinIdentifier, "LIN frame", line);
         return;
     }
+    if (frame.bus == Bus::FlexRay) {
+        expect(frame.length <= mostFrameBytes && frame.address != 0 && frame.address <= highestSlot &&
+                   frame.cycle <= 63,
+               "FlexRay frame", line);
+        return;
+    }
     expect(frame.length <= (frame.is(frameFlag::fd) ? mostCanBytes : mostClassicBytes) && frame.bus == Bus::Can,
            "length", line);
     expect(frame.address <= (frame.extended() ? 0x1FFFFFFFU : 0x7FFU), "identifier", line);

@@ -2,6 +2,7 @@
 #include "tools/recordings/Formats.h"
 
 #include "tools/recordings/blf/BlfReader.h"
+#include "tools/recordings/gvret/GvretLog.h"
 #include "tools/recordings/pcap/PcapReader.h"
 #include "tools/recordings/pcap/PcapngReader.h"
 #include "tools/recordings/text/AscLog.h"
@@ -22,6 +23,7 @@ constexpr RecordingFormat formats[] = {
     {"candump", CandumpLog::fits, make<CandumpLog>, nullptr},
     {"ASC", AscLog::fits, make<AscLog>, nullptr},
     {"TRC", TrcLog::fits, make<TrcLog>, nullptr},
+    {"GVRET CSV", GvretLog::fits, make<GvretLog>, nullptr},
     {"BLF", BlfReader::fits, nullptr, BlfReader::open},
     {"pcap", PcapReader::fits, nullptr, PcapReader::open},
     {"pcapng", PcapngReader::fits, nullptr, PcapngReader::open},
@@ -44,7 +46,7 @@ RecordingFormat const* lineFormatOf(std::string_view line) {
 }
 
 char const* noLineFormat() {
-    return "neither a candump nor an ASC nor a TRC line";
+    return "neither a candump nor an ASC, TRC or GVRET line";
 }
 
 } // namespace qztool

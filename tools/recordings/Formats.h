@@ -30,7 +30,7 @@ constexpr std::size_t formatBytes = 16;
 RecordingFormat const* binaryFormatOf(std::string_view bytes);
 // The format that this line belongs to; null: any, or none.
 RecordingFormat const* lineFormatOf(std::string_view line);
-// Names of the formats of lines for a message: "neither a candump nor an ASC nor a TRC line".
+// Names of the formats of lines for a message: "neither a candump nor an ASC, TRC or GVRET line".
 char const* noLineFormat();
 
 } // namespace qztool

@@ -17,7 +17,7 @@ InputBuffer::Read InputBuffer::fill() {
     return result;
 }
 
-InputBuffer::Read InputBuffer::require(std::size_t count) {
+InputBuffer::Read InputBuffer::fillUp(std::size_t count) {
     while (d_end - d_begin < count)
         if (Read const result = fill(); result != Read::Bytes)
             return result;

@@ -25,11 +25,13 @@ public:
     // Appends what one read has to offer. At most `capacity` bytes can be there at a time.
     Read fill();
     // Bytes: there are at least `count`. Otherwise there may be fewer, and reading ended as the result says.
-    Read require(std::size_t count);
+    Read require(std::size_t count) { return d_end - d_begin >= count ? Read::Bytes : fillUp(count); }
 
     ByteSource const& source() const { return d_source; }
 
 private:
+    Read fillUp(std::size_t count);
+
     ByteSource& d_source;
     std::vector<char> d_buffer;
     std::size_t d_begin = 0;

@@ -10,6 +10,17 @@ namespace {
 using namespace qztool;
 
 std::string written(Frame const& frame) {
+    if (frame.bus == Bus::FlexRay) {
+        std::string line =
+            secondsText(frame.timestamp) + " Fr RMSG 0 0 " + std::to_string(frame.channel) + " " +
+            std::to_string((frame.is(frameFlag::channelA) ? 1 : 0) + (frame.is(frameFlag::channelB) ? 2 : 0)) + " " +
+            hexText(frame.address, 1) + " " + hexText(frame.cycle, 1) +
+            (frame.is(frameFlag::received) ? " Rx 0 " : " Tx 0 ") + (frame.is(frameFlag::null) ? "1" : "2") +
+            " 0 0 0 x 0 " + hexText(frame.length, 1);
+        for (std::size_t i = 0; i < frame.length; ++i)
+            line += " " + hexText(frame.bytes[i], 2);
+        return line;
+    }
     if (frame.bus == Bus::Lin) {
         std::string line = secondsText(frame.timestamp) + " L" + std::to_string(frame.channel) + " " +
                            hexText(frame.address, 1) + (frame.is(frameFlag::received) ? " Rx " : " Tx ") +

@@ -18,7 +18,7 @@ std::string parsed(TrcLog& log, std::string const& line) {
     frame.channel = 77;
     ParsedLine const result = log.parse(line, frame);
     if (result.kind != LineKind::Frame)
-        return result.kind == LineKind::Malformed ? result.cause : "other";
+        return result.cause != nullptr ? result.cause : "other";
     expectWellFormed(frame);
     return fullTextOf(frame);
 }

@@ -61,6 +61,8 @@ std::vector<Recording> recordings() {
     return {
         {"candump", "(0.000005) can1 123#0A02\n", "5 can 1 123 - 0A02", "line 1"},
         {"TRC", ";$FILEVERSION=1.1\n1) 0.005 Rx 0123 2 0A 02\n", "5 can 0 123 rx 0A02", "line 2"},
+        {"GVRET CSV", "Time Stamp,ID,Extended,Dir,Bus,LEN,D1,D2\n5,00000123,false,Rx,1,2,0A,02,\n",
+         "5 can 1 123 rx 0A02", "line 2"},
         {"BLF", blf::fileHeader() + blf::stored(blf::can(1, 0x123, "\n\2", 5000)), "5 can 1 123 rx 0A02", "object 1"},
         {"pcap", file.header(227) + file.packet(packet, 0, 5), "5 can 0 123 - 0A02", "packet 1"},
         {"pcapng", ngFile.section() + ngFile.interface(227) + ngFile.packet(0, packet, 5), "5 can 0 123 - 0A02",
@@ -189,7 +191,7 @@ TEST(OpeningTest, whatIsHandedOverByMistakeIsNamed) {
         {"VERSION \"\"\n\nNS_ :\n", "it is a DBC file, which holds definitions"},
         {"LIN_description_file;\n", "it is an LDF file, which holds definitions"},
         {"<?xml version=\"1.0\"?>\n", "it is XML"},
-        {"Time Stamp,ID,Extended,Dir,Bus,LEN,D1\n1,2,3\n", "it is CSV"},
+        {"timestamp,arbitration_id,extended,remote,error,dlc,data\n1,2,3\n", "it is CSV"},
         {"time;id;length;data\n", "it is CSV"},
     };
     for (auto const& [content, problem] : cases) {

@@ -165,7 +165,7 @@ TEST(PublicLogsTest, ascLinesAreClassifiedAsByEye) {
         {"test_CanFdMessage64.asc", "0 2 0 0 0"},
         {"test_CanMessage.asc", "2 0 0 0 0"},
         {"vector_blf_test_CanMessage.asc", "2 0 0 0 0"},
-        {"vector_blf_test_FlexRayVFrReceiveMsgEx.asc", "0 0 0 0 0"},
+        {"vector_blf_test_FlexRayVFrReceiveMsgEx.asc", "2 0 0 0 0"},
         {"vector_blf_test_LinMessage2.asc", "1 0 0 0 0"},
         {"vector_blf_test_LinSendError2.asc", "0 0 0 0 0"},
     };

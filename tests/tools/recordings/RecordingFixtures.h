@@ -24,16 +24,23 @@ inline std::string hexText(std::uint32_t value, int digits) {
 }
 
 // "1500000 2 7FF#0102" of timestamp, channel, identifier (8 digits: extended) and data. CAN FD: "7FF##3 0102", with the
-// flags as candump writes them; remote: "7FF#R2"; error frames: "error frame"; LIN: "1500000 lin 2 45 tx 0102".
+// flags as candump writes them; remote: "7FF#R2"; error frames: "error frame"; LIN: "1500000 lin 2 45 tx 0102";
+// FlexRay, with slot, cycle and its channels: "1500000 flexray 1 4/25 AB rx 0102", or "null" in place of data.
 inline std::string textOf(Frame const& frame) {
     if (frame.is(frameFlag::error))
         return "error frame";
-    if (frame.bus == Bus::Lin) {
-        std::string text = std::to_string(frame.timestamp) + " lin " + std::to_string(frame.channel) + ' ' +
-                           std::to_string(frame.address) +
-                           (frame.flags == frameFlag::received      ? " rx "
-                            : frame.flags == frameFlag::transmitted ? " tx "
-                                                                    : " ? ");
+    if (frame.bus != Bus::Can) {
+        constexpr std::uint16_t ofFlexRay = frameFlag::channelA | frameFlag::channelB | frameFlag::null;
+        bool const isLin = frame.bus == Bus::Lin;
+        auto const direction = static_cast<std::uint16_t>(frame.flags & ~(isLin ? 0U : ofFlexRay));
+        std::string text = std::to_string(frame.timestamp) + (isLin ? " lin " : " flexray ") +
+                           std::to_string(frame.channel) + ' ' + std::to_string(frame.address);
+        if (!isLin)
+            text += '/' + std::to_string(frame.cycle) + ' ' + (frame.is(frameFlag::channelA) ? "A" : "") +
+                    (frame.is(frameFlag::channelB) ? "B" : "");
+        text += direction == frameFlag::received ? " rx " : direction == frameFlag::transmitted ? " tx " : " ? ";
+        if (frame.is(frameFlag::null))
+            return text + (frame.length == 0 ? "null" : "null with data");
         for (std::size_t i = 0; i < frame.length; ++i)
             text += hexText(frame.bytes[i], 2);
         return text;

@@ -95,7 +95,7 @@ TEST(RecordingReaderTest, byteOrderMarkIsNoPartOfTheFirstLine) {
 TEST(RecordingReaderTest, linesBeforeRecognitionAreMalformed) {
     Result const result = resultOf("hello\n\nworld\n(1.0) can0 123#01\n");
     EXPECT_EQ(result.frames, Frames{"1000000 0 123#01"});
-    EXPECT_EQ(result.malformed, "neither a candump nor an ASC nor a TRC line: 1, 3");
+    EXPECT_EQ(result.malformed, "neither a candump nor an ASC, TRC or GVRET line: 1, 3");
 }
 
 TEST(RecordingReaderTest, formatStaysAsRecognised) {
@@ -109,7 +109,7 @@ TEST(RecordingReaderTest, textOfAnotherKindHasNoFrames) {
     Result const result = resultOf("hello\nworld\n");
     EXPECT_EQ(result.format, "");
     EXPECT_EQ(result.frames, Frames{});
-    EXPECT_EQ(result.malformed, "neither a candump nor an ASC nor a TRC line: 1-2");
+    EXPECT_EQ(result.malformed, "neither a candump nor an ASC, TRC or GVRET line: 1-2");
     EXPECT_EQ(result.problem, "");
 }
 
@@ -211,7 +211,7 @@ TEST(RecordingReaderTest, callerHasATurnDuringManyLinesWithoutFrames) {
     Frame frame;
     EXPECT_EQ(reader.next(frame), Next::Interrupted);
     EXPECT_EQ(reader.next(frame), Next::End);
-    EXPECT_EQ(malformedText(reader), "neither a candump nor an ASC nor a TRC line: 1-100000");
+    EXPECT_EQ(malformedText(reader), "neither a candump nor an ASC, TRC or GVRET line: 1-100000");
 }
 
 TEST(RecordingReaderTest, progressEndsAtTheSizeOfTheFile) {

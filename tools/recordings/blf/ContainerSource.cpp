@@ -14,6 +14,7 @@ namespace {
 // unused bytes.
 constexpr std::uint32_t containerKind = 10;
 constexpr std::size_t containerHeaderBytes = BaseHeader::bytes + 16;
+constexpr std::size_t inflatedSizeAt = BaseHeader::bytes + 8;
 constexpr std::uint16_t notCompressed = 0;
 constexpr std::uint16_t deflated = 2;
 
@@ -27,6 +28,8 @@ ByteSource::Read ContainerSource::read(char* bytes, std::size_t size, std::size_
             result = beginObject();
         else if (d_state == State::Stored)
             result = readStored(bytes, size, count);
+        else if (d_state == State::Deflated)
+            result = inflateWhole(bytes, size, count);
         else if (d_state == State::Inflating)
             result = inflate(bytes, size, count);
         else if (result = endOr(skipBytes(d_file, d_left)); result == Read::Bytes)
@@ -70,6 +73,9 @@ ByteSource::Read ContainerSource::beginContainer(std::uint32_t size) {
     if (Read const result = d_file.require(containerHeaderBytes); result != Read::Bytes)
         return endOr(result);
     std::uint16_t const compression = little16(d_file.bytes().data() + BaseHeader::bytes);
+#ifdef QZSIGNAL_WITH_LIBDEFLATE
+    d_inflatedSize = little32(d_file.bytes().data() + inflatedSizeAt);
+#endif
     d_file.consume(containerHeaderBytes);
     d_left = size - containerHeaderBytes;
     if (compression == notCompressed) {
@@ -77,7 +83,7 @@ ByteSource::Read ContainerSource::beginContainer(std::uint32_t size) {
     } else if (compression == deflated) {
 #ifdef QZSIGNAL_WITH_ZLIB
         d_inflater.reset();
-        d_state = State::Inflating;
+        d_state = State::Deflated;
 #else
         return fail("its objects are compressed, and this command was built without zlib");
 #endif
@@ -97,6 +103,29 @@ ByteSource::Read ContainerSource::readStored(char* bytes, std::size_t size, std:
     d_left -= count;
     if (d_left == 0)
         d_state = State::BetweenObjects;
+    return Read::Bytes;
+}
+
+// The usual container fits into the buffers at both ends. Others, and those that are damaged or cut, are left to zlib,
+// which hands out all up to there.
+ByteSource::Read ContainerSource::inflateWhole([[maybe_unused]] char* bytes, [[maybe_unused]] std::size_t size,
+                                               [[maybe_unused]] std::size_t& count) {
+#ifdef QZSIGNAL_WITH_LIBDEFLATE
+    if (d_inflatedSize <= size && d_left <= InputBuffer::capacity) {
+        auto const left = static_cast<std::size_t>(d_left);
+        Read const result = d_file.require(left);
+        if (result == Read::Interrupted)
+            return result;
+        if (result == Read::Bytes &&
+            d_wholeInflater.inflate(d_file.bytes().substr(0, left), bytes, d_inflatedSize, count)) {
+            d_file.consume(left);
+            d_state = State::BetweenObjects;
+            return Read::Bytes;
+        }
+        count = 0;
+    }
+#endif
+    d_state = State::Inflating;
     return Read::Bytes;
 }
 

@@ -8,6 +8,9 @@
 #ifdef QZSIGNAL_WITH_ZLIB
 #include "tools/recordings/compressed/Inflater.h"
 #endif
+#ifdef QZSIGNAL_WITH_LIBDEFLATE
+#include "tools/recordings/compressed/WholeInflater.h"
+#endif
 
 #include <cstdint>
 #include <deque>
@@ -39,11 +42,18 @@ public:
     static constexpr std::uint64_t noDamage = std::numeric_limits<std::uint64_t>::max();
 
 private:
-    enum class State { BetweenObjects, Stored, Inflating, Skipping };
+    enum class State {
+        BetweenObjects,
+        Stored,
+        Deflated, // at the beginning of what is deflated
+        Inflating,
+        Skipping
+    };
 
     Read beginObject();
     Read beginContainer(std::uint32_t size);
     Read readStored(char* bytes, std::size_t size, std::size_t& count);
+    Read inflateWhole(char* bytes, std::size_t size, std::size_t& count);
     Read inflate(char* bytes, std::size_t size, std::size_t& count);
     Read more();
     Read endOr(Read result);
@@ -54,6 +64,10 @@ private:
     ObjectFinder d_finder;
 #ifdef QZSIGNAL_WITH_ZLIB
     Inflater d_inflater{Inflater::Header::Zlib};
+#endif
+#ifdef QZSIGNAL_WITH_LIBDEFLATE
+    WholeInflater d_wholeInflater;
+    std::uint32_t d_inflatedSize = 0; // of the current container, as it says
 #endif
     State d_state = State::BetweenObjects;
     std::uint64_t d_left = 0; // bytes of the current object

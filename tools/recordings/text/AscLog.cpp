@@ -4,13 +4,14 @@
 #include "tools/base/Characters.h"
 #include "tools/recordings/LengthCode.h"
 #include "tools/recordings/text/AscDate.h"
+#include "tools/recordings/text/AscEvents.h"
+#include "tools/recordings/text/AscFields.h"
+#include "tools/recordings/text/AscFlexRay.h"
 #include "tools/recordings/text/DecimalTime.h"
 #include "tools/recordings/text/Letters.h"
 
 #include <algorithm>
-#include <charconv>
 #include <limits>
-#include <system_error>
 
 namespace qztool {
 
@@ -55,30 +56,6 @@ bool isOtherHeader(TextCursor line) {
            takeDateHeader(line);
 }
 
-// Returns false if `word` is not a number in that base, or too large.
-bool toNumber(std::string_view word, int base, std::uint32_t& value) {
-    char const* const end = word.data() + word.size();
-    auto const [position, error] = std::from_chars(word.data(), end, value, base);
-    return error == std::errc() && position == end;
-}
-
-bool isDirection(std::string_view word) {
-    return word == "Rx" || word == "Tx" || word == "TxRq";
-}
-
-std::uint16_t directionFlag(std::string_view word) {
-    return word == "Rx" ? frameFlag::received : frameFlag::transmitted;
-}
-
-// Returns false if `word` is not a channel.
-bool readChannel(std::string_view word, Frame& frame) {
-    std::uint32_t channel = 0;
-    if (!toNumber(word, 10, channel) || channel < 1 || channel > 255)
-        return false;
-    frame.channel = static_cast<std::uint8_t>(channel);
-    return true;
-}
-
 // LIN channels are L2, L3 and so on, but the first one is Li.
 std::string_view linChannel(std::string_view word) {
     if (word == "Li")
@@ -88,22 +65,40 @@ std::string_view linChannel(std::string_view word) {
                : std::string_view();
 }
 
-// By the word after the time, or, where that is a channel of CAN, the one after it.
-char const* eventKind(std::string_view word) {
-    constexpr struct {
-        std::string_view word;
-        char const* kind;
-    } kinds[] = {{"Start", "start of measurement"}, {"CAN", "CAN status"},       {"Statistic:", "CAN statistics"},
-                 {"J1939TP", "J1939 transport"},    {"Fr", "FlexRay event"},     {"SV:", "system variable"},
-                 {"ETH", "Ethernet event"},         {"log", "log trigger event"}};
-    for (auto const& each : kinds)
-        if (each.word == word)
-            return each.kind;
-    return "event of another kind";
+char const* readIdentifier(std::string_view word, int base, Frame& frame) {
+    bool const extended = !word.empty() && word.back() == 'x';
+    frame.flags = extended ? frameFlag::extended : 0;
+    if (extended)
+        word.remove_suffix(1);
+    if (!toNumber(word, base, frame.address))
+        return "identifier is not a number of the log's base";
+    if (frame.address > (extended ? highestExtendedIdentifier : highestStandardIdentifier))
+        return extended ? "identifier above 1FFFFFFF" : "identifier without x above 7FF";
+    return nullptr;
 }
 
-constexpr char const* badChannel = "channel number is not within 1 and 255";
-constexpr char const* fewBytes = "fewer data bytes than the data length says";
+constexpr char const* symbolicName = "frame with a name in place of its identifier";
+
+// True if it can only be the name of a message, which some tools write in place of its identifier.
+bool isName(std::string_view word, int base) {
+    auto const isLetter = [](char c) { return (toLower(c) >= 'a' && toLower(c) <= 'z') || c == '_'; };
+    auto const isOfName = [&](char c) { return isLetter(c) || isDigit(c); };
+    if (word.empty() || !isLetter(word.front()) || !std::all_of(word.begin(), word.end(), isOfName))
+        return false;
+    std::string_view const digits = word.back() == 'x' ? word.substr(0, word.size() - 1) : word;
+    return digits.empty() || base == 10 || !std::all_of(digits.begin(), digits.end(), [](char c) {
+               return isDigit(c) || (toLower(c) >= 'a' && toLower(c) <= 'f');
+           });
+}
+
+// The identifier at the end of "Length = 239910 BitCount = 124 ID = 418119424x", decimal in either base; empty if there
+// is none.
+std::string_view identifierAtEnd(TextCursor line) {
+    for (std::string_view word = line.word(); !word.empty(); word = line.word())
+        if (word == "ID" && line.word() == "=")
+            return line.word();
+    return {};
+}
 
 bool isErrorFrame(std::string_view word) {
     return equalIgnoringCase(word, "ErrorFrame");
@@ -193,24 +188,29 @@ ParsedLine AscLog::parseEvent(TextCursor cursor, Frame& frame) {
         return parseFdEvent(cursor, frame);
     if (std::string_view const channel = linChannel(first); !channel.empty())
         return parseLinEvent(channel, cursor, frame);
+    if (first == "Fr")
+        return parseAscFlexRay(cursor, d_base, frame);
     if (first.empty())
         return {LineKind::Other};
     if (!std::all_of(first.begin(), first.end(), isDigit<char>))
-        return skippedEvent(eventKind(first));
+        return skippedEvent(ascEventKind(first));
     // A channel's number begins frames, but statistics and transport protocol messages as well.
     std::string_view const second = cursor.word();
     if (isErrorFrame(second))
         return errorFrame(first, frame);
-    return isDirection(cursor.word()) ? parseFrame(afterTime, frame) : skippedEvent(eventKind(second));
+    return isDirection(cursor.word()) ? parseFrame(afterTime, frame) : skippedEvent(ascEventKind(second));
 }
 
 // From after the channel on. Errors have a word of their own in place of the direction or the identifier.
 ParsedLine AscLog::parseLinEvent(std::string_view channel, TextCursor cursor, Frame& frame) const {
     std::string_view const identifier = cursor.word();
     std::string_view const direction = cursor.word();
+    for (std::string_view const word : {identifier, direction, TextCursor(cursor).word()})
+        if (char const* const kind = ascLinEventKind(word))
+            return skippedEvent(kind);
     if (!isDirection(direction))
-        return skippedEvent("LIN event");
-    if (!readChannel(channel, frame))
+        return skippedEvent("LIN event of another kind");
+    if (!readAscChannel(channel, frame))
         return malformedLine(badChannel);
     frame.bus = Bus::Lin;
     frame.flags = directionFlag(direction);
@@ -219,7 +219,7 @@ ParsedLine AscLog::parseLinEvent(std::string_view channel, TextCursor cursor, Fr
     std::uint32_t length = 0;
     if (!toNumber(cursor.word(), d_base, length) || length > mostClassicBytes)
         return malformedLine("length of a LIN frame is not a number up to 8");
-    char const* const cause = readData(cursor, length, frame);
+    char const* const cause = readAscData(cursor, d_base, length, frame);
     return cause != nullptr ? malformedLine(cause) : ParsedLine{LineKind::Frame};
 }
 
@@ -227,7 +227,7 @@ ParsedLine AscLog::errorFrame(std::string_view channel, Frame& frame) {
     frame.address = 0;
     frame.flags = frameFlag::error;
     frame.length = 0;
-    return readChannel(channel, frame) ? ParsedLine{LineKind::Frame} : malformedLine(badChannel);
+    return readAscChannel(channel, frame) ? ParsedLine{LineKind::Frame} : malformedLine(badChannel);
 }
 
 // From after "CANFD" on: error frames have the word in place of the direction or of the identifier.
@@ -237,11 +237,13 @@ ParsedLine AscLog::parseFdEvent(TextCursor cursor, Frame& frame) const {
     std::string_view const identifier = isErrorFrame(direction) ? direction : cursor.word();
     if (isErrorFrame(identifier))
         return errorFrame(channel, frame);
-    if (!readChannel(channel, frame))
+    if (!readAscChannel(channel, frame))
         return malformedLine(badChannel);
     if (!isDirection(direction))
         return malformedLine("direction is none of Rx, Tx and TxRq");
-    if (char const* const cause = readIdentifier(identifier, frame))
+    if (isName(identifier, d_base))
+        return skippedEvent(symbolicName);
+    if (char const* const cause = readIdentifier(identifier, d_base, frame))
         return malformedLine(cause);
     std::string_view const next = cursor.word();
     bool const hasName = next != "0" && next != "1"; // that a database gave the message
@@ -255,7 +257,7 @@ ParsedLine AscLog::parseFdEvent(TextCursor cursor, Frame& frame) const {
     // Deliberate: decimal, whatever the base.
     if (!toNumber(cursor.word(), 10, length) || length > mostCanBytes)
         return malformedLine("data length is not a number up to 64");
-    if (char const* const cause = readData(cursor, length, frame))
+    if (char const* const cause = readAscData(cursor, d_base, length, frame))
         return malformedLine(cause);
     cursor.word(); // duration
     cursor.word(); // bits
@@ -274,9 +276,17 @@ ParsedLine AscLog::parseFdEvent(TextCursor cursor, Frame& frame) const {
 }
 
 ParsedLine AscLog::parseFrame(TextCursor cursor, Frame& frame) const {
-    if (!readChannel(cursor.word(), frame))
+    if (!readAscChannel(cursor.word(), frame))
         return malformedLine(badChannel);
-    if (char const* const cause = readIdentifier(cursor.word(), frame))
+    std::string_view identifier = cursor.word();
+    int base = d_base;
+    if (isName(identifier, base)) {
+        base = 10;
+        identifier = identifierAtEnd(cursor);
+        if (identifier.empty())
+            return skippedEvent(symbolicName);
+    }
+    if (char const* const cause = readIdentifier(identifier, base, frame))
         return malformedLine(cause);
     frame.flags |= directionFlag(cursor.word());
     std::string_view const type = cursor.word();
@@ -294,7 +304,7 @@ ParsedLine AscLog::parseFrame(TextCursor cursor, Frame& frame) const {
     if (!toNumber(cursor.word(), d_base, length))
         return malformedLine("data length is not a number of the log's base");
     char const* const cause =
-        length <= mostClassicBytes ? readData(cursor, length, frame) : readLongData(cursor, length, frame);
+        length <= mostClassicBytes ? readAscData(cursor, d_base, length, frame) : readLongData(cursor, length, frame);
     return cause != nullptr ? malformedLine(cause) : ParsedLine{LineKind::Frame};
 }
 
@@ -313,33 +323,7 @@ char const* AscLog::readLongData(TextCursor& cursor, std::uint32_t number, Frame
         return "data length above 64";
     if (length > mostClassicBytes)
         frame.flags |= frameFlag::fd;
-    return readData(cursor, length, frame);
-}
-
-char const* AscLog::readIdentifier(std::string_view word, Frame& frame) const {
-    bool const extended = !word.empty() && word.back() == 'x';
-    frame.flags = extended ? frameFlag::extended : 0;
-    if (extended)
-        word.remove_suffix(1);
-    if (!toNumber(word, d_base, frame.address))
-        return "identifier is not a number of the log's base";
-    if (frame.address > (extended ? highestExtendedIdentifier : highestStandardIdentifier))
-        return extended ? "identifier above 1FFFFFFF" : "identifier without x above 7FF";
-    return nullptr;
-}
-
-char const* AscLog::readData(TextCursor& cursor, std::uint32_t length, Frame& frame) const {
-    frame.length = static_cast<std::uint8_t>(length);
-    for (std::uint32_t i = 0; i < length; ++i) {
-        std::string_view const word = cursor.word();
-        if (word.empty())
-            return fewBytes;
-        std::uint32_t byte = 0;
-        if (!toNumber(word, d_base, byte) || byte > 255)
-            return "data byte is not a number of the log's base up to 255";
-        frame.bytes[i] = static_cast<std::uint8_t>(byte);
-    }
-    return nullptr;
+    return readAscData(cursor, d_base, length, frame);
 }
 
 } // namespace qztool

@@ -19,6 +19,7 @@ namespace qztool {
 //    0.015991 2  100             Tx r                              remote frame
 //    0.015991 CANFD   4 Rx        4EE  0 1 f 64 A1 02 ...          CAN FD: BRS, ESI, length code, length, data
 //    0.073973 Li 2d              Tx       8 00 f0 ...             LIN: identifier, direction, length, data
+//    0.039255 Fr RMSG 0 0 1 1 4 7 ...                              FlexRay: see AscFlexRay.h
 //    0.015991 CAN 1 Status:chip status error active                an event of another kind
 // End TriggerBlock
 class AscLog : public LineFormat {
@@ -38,9 +39,7 @@ private:
     ParsedLine parseEvent(TextCursor cursor, Frame& frame);
     ParsedLine parseFrame(TextCursor cursor, Frame& frame) const;
     char const* readEventTime(TextCursor& cursor);
-    char const* readIdentifier(std::string_view word, Frame& frame) const;
     char const* readLongData(TextCursor& cursor, std::uint32_t number, Frame& frame) const;
-    char const* readData(TextCursor& cursor, std::uint32_t length, Frame& frame) const;
 
     // A log without a base line has what the format's tools choose by themselves.
     int d_base = 16;

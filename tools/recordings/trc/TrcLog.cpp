@@ -43,6 +43,19 @@ constexpr Kind kinds[] = {
     {"ER", frameFlag::error},
 };
 
+constexpr char const* warning = "warning";
+
+// Kinds of lines that are not read, of any version.
+constexpr struct {
+    std::string_view name;
+    char const* kind;
+} skippedKinds[] = {
+    {"Warng", warning},
+    {"ST", "hardware status"},
+    {"EC", "error counters"},
+    {"EV", "event"},
+};
+
 bool startsWith(std::string_view text, std::string_view start) {
     return text.substr(0, start.size()) == start;
 }
@@ -189,12 +202,12 @@ ParsedLine TrcLog::parse(std::string_view line, Frame& frame) {
     frame.flags = 0;
     frame.channel = 0;
     frame.length = 0;
-    bool isFrame = true;
+    char const* skipped = nullptr;
     for (std::size_t i = 0; i < d_columnCount; ++i) {
-        if (char const* const cause = readColumn(d_columns[i], cursor, frame, isFrame))
+        if (char const* const cause = readColumn(d_columns[i], cursor, frame, skipped))
             return malformedLine(cause);
-        if (!isFrame)
-            return {};
+        if (skipped != nullptr)
+            return skippedEvent(skipped);
         // What errors have in their columns differs between versions, but for the bus.
         bool const busFollows = i + 1 < d_columnCount && d_columns[i + 1] == 'B';
         if (frame.is(frameFlag::error) && !busFollows) {
@@ -248,8 +261,8 @@ ParsedLine TrcLog::parseColumns(std::string_view letters) {
     return headerLine();
 }
 
-// `isFrame` becomes false if the line turns out to hold something else.
-char const* TrcLog::readColumn(char column, TextCursor& cursor, Frame& frame, bool& isFrame) {
+// `skipped` becomes the kind of the line if it turns out to hold something else than a frame.
+char const* TrcLog::readColumn(char column, TextCursor& cursor, Frame& frame, char const*& skipped) {
     if (column == 'D')
         return readData(cursor, frame);
     std::string_view const word = cursor.word();
@@ -260,13 +273,15 @@ char const* TrcLog::readColumn(char column, TextCursor& cursor, Frame& frame, bo
         return readMilliseconds(word, frame.timestamp) ? nullptr : "time is not a number of milliseconds";
     case 'T':
     case 't':
-        return readKind(word, frame, isFrame);
+        return readKind(word, frame, skipped);
     case 'B':
         return readBus(word, frame);
     case 'I':
-        // Of warnings in 1.0.
-        isFrame = word != "FFFFFFFF";
-        return isFrame ? readIdentifier(word, frame) : nullptr;
+        if (word == "FFFFFFFF") { // in 1.0, which has no kinds
+            skipped = warning;
+            return nullptr;
+        }
+        return readIdentifier(word, frame);
     case 'd':
         return readDirection(word, frame);
     case 'l':
@@ -277,7 +292,7 @@ char const* TrcLog::readColumn(char column, TextCursor& cursor, Frame& frame, bo
     }
 }
 
-char const* TrcLog::readKind(std::string_view word, Frame& frame, bool& isFrame) {
+char const* TrcLog::readKind(std::string_view word, Frame& frame, char const*& skipped) {
     if (word == "Rx" || word == "Tx")
         return readDirection(word, frame);
     if (word == "Error") {
@@ -290,9 +305,13 @@ char const* TrcLog::readKind(std::string_view word, Frame& frame, bool& isFrame)
             return nullptr;
         }
     }
-    // Warnings and states of the hardware, counters of errors, events of the user.
-    isFrame = false;
-    return word == "Warng" || word == "ST" || word == "EC" || word == "EV" ? nullptr : "type of line is not known";
+    for (auto const& each : skippedKinds) {
+        if (each.name == word) {
+            skipped = each.kind;
+            return nullptr;
+        }
+    }
+    return "type of line is not known";
 }
 
 // 'L' is a code, 'l' counts bytes.

@@ -17,11 +17,12 @@ namespace qztool {
 // ;$STARTTIME=43008.920986006946                       days since December 30, 1899, in local time
 // ;$COLUMNS=N,O,T,B,I,d,R,L,D                          from 2.0 on; see below
 // ; any comment
-//      1)      1841  0001  8  00 00 00 00 00 00 00 00  1.0: number, milliseconds since the start, identifier, length,
-//      data 2)    1841.7  Rx  07FF  3  RTR                  1.1: with kind; identifiers of 8 digits are extended 3)
-//      1841.7 1  Tx 00000100 2 01 02             1.2: with bus 4)  1841.700 1  Error 0008 -  4 00 19 08 08     1.3:
-//      with a column for what may come 5  1841.700 FD 1 0300 Rx -  9 00 ...            2.0 and 2.1: columns in the
-//      order of the header
+//      1)      1841  0001  8  00 00 00 00 00 00 00 00      1.0: number, milliseconds since the start, identifier,
+//                                                               length, data
+//      2)    1841.7  Rx  07FF  3  RTR                      1.1: with kind; identifiers of 8 digits are extended
+//      3)    1841.7 1  Tx 00000100 2 01 02                 1.2: with bus
+//      4)  1841.700 1  Error 0008 -  4 00 19 08 08         1.3: with a column for what may come
+//      5   1841.700 FD 1 0300 Rx -  9  00 ...              2.0 and 2.1: columns in the order of the header
 class TrcLog : public LineFormat {
 public:
     TrcLog();
@@ -36,8 +37,8 @@ private:
 
     ParsedLine parseHeader(std::string_view line);
     ParsedLine parseColumns(std::string_view letters);
-    char const* readColumn(char column, TextCursor& cursor, Frame& frame, bool& isFrame);
-    char const* readKind(std::string_view word, Frame& frame, bool& isFrame);
+    char const* readColumn(char column, TextCursor& cursor, Frame& frame, char const*& skipped);
+    char const* readKind(std::string_view word, Frame& frame, char const*& skipped);
     char const* readLength(char column, std::string_view word, Frame& frame) const;
     void setColumns(std::string_view letters);
 

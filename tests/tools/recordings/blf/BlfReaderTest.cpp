@@ -430,6 +430,21 @@ TEST(BlfReaderTest, containersThatEndBeforeTheirContentAreDamaged) {
               (RecordingText{"0 can 1 003 rx ", "! damaged bytes: 1"}));
     EXPECT_EQ(textOf(blf::container("", 0, 0) + blf::can(1, 3, "")), RecordingText{"0 can 1 003 rx "});
 }
+
+// A size that is right, and a container that fits into the buffers, are the fast way and no condition.
+TEST(BlfReaderTest, containersOfAnySizeAreInflated) {
+    for (unsigned const count : {1U, 100U, 6000U}) {
+        RecordingText expected;
+        std::string const objects = frames(count, expected);
+        std::string container = blf::deflated(objects);
+        for (std::size_t const stated : {std::size_t{0}, std::size_t{1}, objects.size() - 1, objects.size(),
+                                         objects.size() + 1, std::size_t{0xFFFFFFFF}}) {
+            container.replace(24, 4, Fields(4).set(0, 4, stated).bytes());
+            for (std::size_t const most : {std::string::npos, std::size_t{1000}})
+                ASSERT_EQ(textOf(container, {most, most == 1000}), expected) << count << ' ' << stated;
+        }
+    }
+}
 #else
 TEST(BlfReaderTest, compressedContainersAreRefusedWithoutZlib) {
     EXPECT_EQ(textOf(blf::container("anything", 96, 2)),
@@ -453,6 +468,31 @@ TEST(BlfReaderTest, damagedAtRandomFilesAreReadToTheirEnd) {
         found += textOfRecording<BlfReader>(damaged, {random() % 3000 + 1, false}).size();
     }
     EXPECT_GT(found, 200 * 100U); // most of it, most times
+}
+
+// Frames, places and counts of damage are those of the file.
+TEST(BlfReaderTest, whatIsFoundDoesNotDependOnTheSizesOfReads) {
+    RecordingText texts;
+    std::string const objects = frames(40, texts) + blf::object(65, "text") + frames(40, texts);
+    std::string file = blf::fileHeader() + inContainers(objects, 300, blf::stored);
+#ifdef QZSIGNAL_WITH_ZLIB
+    file += inContainers(objects, 300, blf::deflated);
+#endif
+    std::mt19937 random(3); // NOLINT: the same each time
+    for (int i = 0; i < 40; ++i) {
+        std::string damaged = file.substr(0, file.size() - random() % 50);
+        for (unsigned j = 0; j < 1 + random() % 8; ++j) {
+            std::size_t const at = 4 + random() % (damaged.size() - 20);
+            std::size_t const count = random() % 16;
+            if (random() % 4 == 0)
+                damaged.replace(at, count, "LOBJ");
+            else
+                damaged.replace(at, count, count, static_cast<char>(random()));
+        }
+        RecordingText const whole = textOfRecording<BlfReader>(damaged);
+        for (std::size_t const most : {std::size_t{1}, std::size_t{7}, std::size_t{100}, std::size_t{3000}})
+            ASSERT_EQ(textOfRecording<BlfReader>(damaged, {most, most == 7}), whole) << i << ' ' << most;
+    }
 }
 
 // Files that a library of its own wrote, for its tests: each field has a value that shows where it is, and that no bus

@@ -74,9 +74,21 @@ TEST(AscLogTest, eventsOfOtherKindsAreSkippedByKind) {
         {"   1.015991 1  Statistic: D 0 R 0 XD 0 XR 0 E 0 O 0 B 0.00%", "skipped: CAN statistics"},
         {"   3.297743 1  J1939TP FEE3p        6    0  0   -   Rx   d 23 A0 0F A6 60 3B D1 40",
          "skipped: J1939 transport"},
-        {"   0.424674 Li 33           TransmErr    header time =  40, full time = 166", "skipped: LIN event"},
-        {"   0.424674 L2 SleepModeEvent", "skipped: LIN event"},
-        {"   0.042000 Fr 1 V9  4 25 0 1 151 Ident_04_Rnd_0  4  21  87  22 148 00d0 9a", "skipped: FlexRay event"},
+        {"   0.424674 Li 33           TransmErr    header time =  40, full time = 166", "skipped: LIN send error"},
+        {"   0.424674 L2 SleepModeEvent", "skipped: LIN sleep"},
+        {"   2.317671 Li WakeupFrame Tx 00 SOF = 2.317671 BR = 19230", "skipped: LIN wake-up"},
+        {"   5.990902 L2 Spike Rx 56 microseconds", "skipped: LIN spike"},
+        {"   1.000000 Li 33 8 RcvError: timeout while waiting", "skipped: LIN receive error"},
+        {"   1.000000 Li 33 8 Unheard: of", "skipped: LIN event of another kind"},
+        {"   1.000000 Fr * StartCycleEvent NM Vector: 2 00 00", "skipped: FlexRay cycle start"},
+        {"   1.000000 Fr PDU 0 0 1", "skipped: FlexRay PDU"},
+        {"   1.000000 Fr 1 V8 4 25", "skipped: FlexRay event of another kind"},
+        {"   1.000000 Fr", "skipped: FlexRay event of another kind"},
+        {"   1.000000 M2 AllocTab: 00", "skipped: MOST event"},
+        {"   1.000000 COM2 Rx 10400", "skipped: serial event"},
+        {"   1.000000 Mx AllocTab: 00", "skipped: event of another kind"},
+        {"   1.000000 M", "skipped: event of another kind"},
+        {"   1.000000 ETH 2 Tx 3c:FF", "skipped: Ethernet frame"},
         {"   5.000000 SV: 2 0 1 ::Variable = 1", "skipped: system variable"},
         {"   5.000000 log trigger event", "skipped: log trigger event"},
         {"   5.000000", "other"},
@@ -234,12 +246,10 @@ TEST(AscLogTest, damagedLinesTellTheirCause) {
         {"1.0 0 64 Rx d 0", "malformed: channel number is not within 1 and 255"},
         {"1.0 256 64 Rx d 0", "malformed: channel number is not within 1 and 255"},
         {"1.0 4294967297 64 Rx d 0", "malformed: channel number is not within 1 and 255"},
-        {"1.0 1 EngineData Rx d 0", "malformed: identifier is not a number of the log's base"},
-        {"1.0 1 x Rx d 0", "malformed: identifier is not a number of the log's base"},
         {"1.0 1 64xx Rx d 0", "malformed: identifier is not a number of the log's base"},
         {"1.0 1 -64 Rx d 0", "malformed: identifier is not a number of the log's base"},
         {"1.0 1 100000000x Rx d 0", "malformed: identifier is not a number of the log's base"},
-        {"1.0 1 XYZ Tx r", "malformed: identifier is not a number of the log's base"},
+        {"1.0 1 Engine-Data Rx d 0", "malformed: identifier is not a number of the log's base"},
         {"1.0 1 800 Rx d 0", "malformed: identifier without x above 7FF"},
         {"1.0 1 20000000x Rx d 0", "malformed: identifier above 1FFFFFFF"},
         {"1.0 1 64 Rx", "malformed: frame is marked neither as data (d) nor as remote (r)"},
@@ -251,6 +261,67 @@ TEST(AscLogTest, damagedLinesTellTheirCause) {
         {"1.0 1 64 Rx d 2 01 0G", "malformed: data byte is not a number of the log's base up to 255"},
         {"1.0 1 64 Rx d 2 01 100", "malformed: data byte is not a number of the log's base up to 255"},
         {"1.0 1 64 Rx d 2 01 Length = 3", "malformed: data byte is not a number of the log's base up to 255"},
+    });
+}
+
+TEST(AscLogTest, namesInPlaceOfIdentifiersAreCountedUnlessTheyComeAtTheEnd) {
+    constexpr char const* counted = "skipped: frame with a name in place of its identifier";
+    check({
+        {"1.0 1 EngineData Rx d 2 01 02", counted},
+        {"1.0 1 EngineData Tx r", counted},
+        {"1.0 1 x Rx d 0", counted},
+        {"1.0 1 _1 Rx d 0", counted},
+        {"1.0 CANFD 1 Rx EngineData 1 0 2 2 01 02", counted},
+        {"1.0 1 EngineData Rx d 2 01 02 Length = 239910 BitCount = 124 ID = 100", "1000000 1 064#0102"},
+        {"1.0 1 EngineData Rx d 2 01 02 Length = 239910 BitCount = 124 ID = 418119424x", "1000000 1 18EBFF00#0102"},
+        {"1.0 1 EngineData Tx r Length = 0 BitCount = 0 ID = 100", "1000000 1 064#R0"},
+        {"1.0 1 EngineData Rx d 0 Length = 0 BitCount = 0 ID = 2048", "malformed: identifier without x above 7FF"},
+        {"1.0 1 EngineData Rx d 0 ID = none", "malformed: identifier is not a number of the log's base"},
+        {"1.0 1 Dead Rx d 0", "malformed: identifier without x above 7FF"}, // is a number as well
+        {"1.0 1 100 Rx d 0 Length = 0 BitCount = 0 ID = 5", "1000000 1 100#"},
+        {"base dec", "other"},
+        {"1.0 1 Dead Rx d 0", counted},
+    });
+}
+
+TEST(AscLogTest, flexRayFramesAreRead) {
+    check({
+        {"0.039255 Fr RMSG 0 0 1 3 4 7 Rx 0 300002 5 20 151 Message_2 4 4 27 24 29 f1 0 0 0",
+         "39255 flexray 1 4/7 AB rx 272429F1"},
+        {"11.924238 Fr RMSG 0 12 1 1 d2 b Tx 0 304802 5 20 67c x 2 2 00 f0 0 0 0",
+         "11924238 flexray 1 210/11 A tx 00F0"},
+        {"1.0 Fr RMSG 0 0 2 2 7ff 3f Tx 0 304803 5 20 67c x 2 2 00 f0 0 0 0", "1000000 flexray 2 2047/63 B tx null"},
+        {"1.0 Fr RMSG 0 0 1 1 1 0 Rx 0 2 5 20 0 x 0 0 0 0 0", "1000000 flexray 1 1/0 A rx "},
+        {"0.042 Fr 1 V9 4 19 0 1 151 Ident_04 2 15 57 00d0 9a", "42000 flexray 1 4/25 A rx 1557"},
+        {"base dec", "other"},
+        {"0.042600 Fr 2 V9  13 25 0 0 620 x  4   2  89   0  13 0180 88", "42600 flexray 2 13/25 B rx 0259000D"},
+        {"0.039255 Fr RMSG 0 0 1 1 4 7 Rx 0 14 5 32 151 Message_2 4 4 27 24 29 241 0 0 0",
+         "39255 flexray 1 4/7 A rx 1B181DF1"},
+    });
+}
+
+TEST(AscLogTest, damagedFlexRayFramesStateTheirCause) {
+    check({
+        {"1.0 Fr RMSG", "malformed: channel number is not within 1 and 255"},
+        {"1.0 Fr RMSG 0 0 0 1 4 7 Rx 0 2 5 20 0 x 0 0", "malformed: channel number is not within 1 and 255"},
+        {"1.0 Fr RMSG 0 0 1 0 4 7 Rx 0 2 5 20 0 x 0 0",
+         "malformed: FlexRay channels are none of 1 (A), 2 (B) and 3 (both)"},
+        {"1.0 Fr RMSG 0 0 1 4 4 7 Rx 0 2 5 20 0 x 0 0",
+         "malformed: FlexRay channels are none of 1 (A), 2 (B) and 3 (both)"},
+        {"1.0 Fr RMSG 0 0 1 1 0 7 Rx 0 2 5 20 0 x 0 0",
+         "malformed: FlexRay slot is not a number of the log's base from 1 to 2047"},
+        {"1.0 Fr RMSG 0 0 1 1 800 7 Rx 0 2 5 20 0 x 0 0",
+         "malformed: FlexRay slot is not a number of the log's base from 1 to 2047"},
+        {"1.0 Fr RMSG 0 0 1 1 1 40 Rx 0 2 5 20 0 x 0 0",
+         "malformed: FlexRay cycle is not a number of the log's base up to 63"},
+        {"1.0 Fr RMSG 0 0 1 1 1 0 Ax 0 2 5 20 0 x 0 0", "malformed: direction is none of Rx, Tx and TxRq"},
+        {"1.0 Fr RMSG 0 0 1 1 1 0 Rx 0 z 5 20 0 x 0 0",
+         "malformed: flags of a FlexRay frame are not a hexadecimal number"},
+        {"1.0 Fr RMSG 0 0 1 1 1 0 Rx 0 2 5 20 0 x 0 ff",
+         "malformed: length of a FlexRay frame is not a number of the log's base up to 254"},
+        {"1.0 Fr RMSG 0 0 1 1 1 0 Rx 0 2 5 20 0 x 2 2 01", "malformed: fewer data bytes than the data length says"},
+        {"1.0 Fr 3 V9 1 0 0 0 0 x 0", "malformed: FlexRay channel is neither 1 nor 2"},
+        {"1.0 Fr 1 V9 1 0 0 0 0 x", "malformed: length of a FlexRay frame is not a number of the log's base up to 254"},
     });
 }
 
