@@ -313,6 +313,34 @@ protected:
     pid_t owner() const { return d_reader->record().mutex.__data.__lock & FUTEX_TID_MASK; }
     bool ownerDied() const { return (d_reader->record().mutex.__data.__lock & FUTEX_OWNER_DIED) != 0; }
 
+    // A process is stopped after each instruction of `work`, with the lock or without. The signal prints what it did
+    // before, and, once and for good, what it does afterwards.
+    void expectPrintedAtOneMoment(Action const& prepare, Action const& work) {
+        Capture output(std::cout);
+        auto const print = [&] {
+            std::ostringstream text;
+            d_reader->print(text); // or on standard output
+            return text.str() + output.take();
+        };
+        prepare();
+        work();
+        std::string const after = print();
+        prepare();
+        std::vector<std::string> texts = {print()};
+        std::string last = recordBytes();
+        std::unique_ptr<SteppedProcess> const process = started(work, From::Beginning);
+        process->walk([&](std::size_t) {
+            std::string now = recordBytes(); // the mutex included
+            if (now == last)
+                return;
+            last = std::move(now);
+            std::string text = print();
+            if (text != texts.back())
+                texts.push_back(std::move(text));
+        });
+        EXPECT_EQ(texts, (std::vector<std::string>{texts.front(), after}));
+    }
+
     // A change of the value, and a process that dies in the middle of it.
     Action const d_prepare = [this] {
         define();
@@ -479,7 +507,23 @@ TYPED_TEST(KilledStepsTest, definersHoldTheLockOfARecordThatIsWithdrawn) {
     EXPECT_GT(withdrawn, 0U);
 }
 
+TYPED_TEST(KilledStepsTest, firstValueIsPrintedAtOneMoment) {
+    this->expectPrintedAtOneMoment([&] { this->define(); }, this->d_change);
+}
+
+TYPED_TEST(KilledStepsTest, changeIsPrintedAtOneMoment) {
+    this->expectPrintedAtOneMoment(this->d_prepare, this->d_change);
+}
+
 using KilledShmStepsTest = KilledStepsTest<ShmRecord>;
+
+TEST_F(KilledShmStepsTest, newTimeIsPrintedAtOneMoment) {
+    expectPrintedAtOneMoment(d_prepare, [&] { write(sameValueLater); });
+}
+
+TEST_F(KilledShmStepsTest, forgottenValueIsPrintedAtOneMoment) {
+    expectPrintedAtOneMoment(d_prepare, [&] { d_writer->clear(); });
+}
 
 TEST_F(KilledShmStepsTest, clearForgetsTheValueOrLeavesIt) {
     auto const clear = [&] { d_writer->clear(); };
