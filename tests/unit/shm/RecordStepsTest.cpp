@@ -218,8 +218,8 @@ TYPED_TEST(RecordStepsTest, valueChangesAtOneMomentWhateverTheMark) {
     }
 }
 
-// A definer sets the mark before, and the size when it is done: whoever finds the record meanwhile finds no value in
-// it.
+// A definer sets the mark before, and the size when it is done: a process that finds the record meanwhile finds no
+// value.
 TYPED_TEST(RecordStepsTest, recordThatIsFilledHasNoValue) {
     auto& record = *this->d_record;
     this->define(record);
