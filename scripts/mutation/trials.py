@@ -93,7 +93,9 @@ class Build:
                          for command in (shlex.split(each["command"]) for each in commands)}
         self.precompile(header)
         targets = [f"tests/{program}" for program in self.PROGRAMS]
-        run(["ninja", "-C", self.folder, "-j", str(len(os.sched_getaffinity(0))), *targets])
+        # A compiler cache must not change the paths in objects: those of mutants are compared with them.
+        run(["ninja", "-C", self.folder, "-j", str(len(os.sched_getaffinity(0))), *targets],
+            env={**os.environ, "CCACHE_BASEDIR": ""})
         self.headers = self.dependencies()
         self.links = {target: self.link_command(target) for target in (self.SHARED, *targets)}
         self.objects = [word for word in self.links[self.SHARED] if word.endswith(".o")]
