@@ -29,6 +29,13 @@ from mutation.trials import ROOT, SCRATCH, try_all
 ANSWERED = ROOT / "tests" / "mutation" / "answered.txt"
 
 
+def mutants_below(paths):
+    """All mutants of these files and folders, in order."""
+    files = {file for path in paths for file in [ROOT / path, *(ROOT / path).rglob("*")]}
+    return [mutant for file in sorted(files) if file.suffix in SUFFIXES and file.is_file()
+            for mutant in mutants_of(str(file.resolve().relative_to(ROOT)), file.read_text())]
+
+
 def read_list(path):
     """The reasons of a list of mutants, by their keys."""
     result, file, keys, before = {}, "", [], ""
@@ -86,9 +93,7 @@ def main():
                         help="of those not answered, that have to be caught (default: 95)")
     arguments = parser.parse_args()
 
-    files = {file for path in arguments.paths for file in [ROOT / path, *(ROOT / path).rglob("*")]}
-    mutants = [mutant for file in sorted(files) if file.suffix in SUFFIXES and file.is_file()
-               for mutant in mutants_of(str(file.resolve().relative_to(ROOT)), file.read_text())]
+    mutants = mutants_below(arguments.paths)
     outcomes, last = [], {}
     if arguments.again:
         last = read_log(SCRATCH / "log.txt")

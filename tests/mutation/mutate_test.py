@@ -108,6 +108,12 @@ class ReportTest(unittest.TestCase):
                 ("a/b.h", "a < b", "a <= b"): "Why, and how.", ("a/b.h", "c", "d"): "Why, and how.",
                 ("a/b.h", "e", "f"): ""})
 
+    def test_answers_are_those_of_mutants_that_there_are(self):
+        there = {mutant.key() for mutant in mutate.mutants_below(["qzsignal"])}
+        answered = mutate.read_list(mutate.ANSWERED)
+        self.assertEqual([key for key in answered if key not in there], [])
+        self.assertEqual([key for key, reason in answered.items() if not reason], [])
+
 
 if __name__ == "__main__":
     unittest.main()

@@ -1,4 +1,5 @@
 // Self-contained CAN signals that one process defines and feeds, and others open by name.
+#include "tests/process/LockHolder.h"
 #include "tests/process/Process.h"
 #include "tests/process/RobustMutex.h"
 #include "tests/process/Shared.h"
@@ -148,23 +149,13 @@ TEST(CANStoreProcessTest, waitingAccessSaysSoAndGetsThroughInTheEnd) {
     SharedName const name;
     CANSignalProbe signal(speedDefinition(name), true);
     signal.write(payloadOf(1), 2ULL);
-    Shared<Steps> steps;
-    Process holder([&] {
-        CANSignalProbe other(name.c_str());
-        other.lock();
-        steps->d_done = 1;
-        waitUntil([&] { return steps->d_asked == 1; });
-        sleepMicroseconds(100000); // long enough for the parent to get its turn on a busy machine
-        other.record().value = payloadOf(77);
-        other.unlock();
-    });
-    ASSERT_TRUE(waitUntil([&] { return steps->d_done == 1; }));
+    LockHolder<CANSignalProbe> holder(name, [](CANSignalProbe& other) { other.record().value = payloadOf(77); });
+    ASSERT_TRUE(holder.locked());
     std::string const line = "[DEBUG] CANSignal::lock (" + name.name() + "): retrying\n";
-    Capture output(std::cout);
+    Capture output(std::cout, [&holder] { holder.noteRetry(); });
     signal.print(std::cout);
     EXPECT_EQ(output.take().find("retrying"), std::string::npos) << "printing takes no lock";
     EXPECT_STREQ(signal.getUnit(), "rpm");
-    steps->d_asked = 1;
     EXPECT_EQ(signal.readRaw().d_raw, 77U);
     std::string const text = output.take();
     EXPECT_EQ(text.substr(0, 2 * line.size()), line + line);

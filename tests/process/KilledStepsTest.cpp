@@ -148,7 +148,7 @@ protected:
         SKIP_WITHOUT_ROBUST_MUTEXES();
         if (char const* const reason = whyNoSteps())
             GTEST_SKIP() << reason;
-        alarm(2 * patience); // a process that hangs does not do so for long
+        alarm(2 * patience);
         define();
         d_reader = std::make_unique<Signal>(d_name.c_str());
         BaseSignal::instances.clear();
@@ -215,6 +215,7 @@ protected:
         Tally tally;
         for (std::size_t const number : numbers) {
             SCOPED_TRACE(testing::Message() << "after " << number << " of " << route.d_path.size() << " instructions");
+            alarm(2 * patience); // again for each process: how many there are in a minute depends on the machine
             std::unique_ptr<SteppedProcess> const process = arrived(route, number, prepare, work, from);
             tally.d_locked += owner() == process->id() ? 1 : 0;
             process->kill();
@@ -312,6 +313,34 @@ protected:
     // The process that holds the lock, 0: none; and whether the last one died with it.
     pid_t owner() const { return d_reader->record().mutex.__data.__lock & FUTEX_TID_MASK; }
     bool ownerDied() const { return (d_reader->record().mutex.__data.__lock & FUTEX_OWNER_DIED) != 0; }
+
+    // A process is stopped after each instruction of `work`, with the lock or without. The signal prints what it did
+    // before, and, once and for good, what it does afterwards.
+    void expectPrintedAtOneMoment(Action const& prepare, Action const& work) {
+        Capture output(std::cout);
+        auto const print = [&] {
+            std::ostringstream text;
+            d_reader->print(text); // or on standard output
+            return text.str() + output.take();
+        };
+        prepare();
+        work();
+        std::string const after = print();
+        prepare();
+        std::vector<std::string> texts = {print()};
+        std::string last = recordBytes();
+        std::unique_ptr<SteppedProcess> const process = started(work, From::Beginning);
+        process->walk([&](std::size_t) {
+            std::string now = recordBytes(); // the mutex included
+            if (now == last)
+                return;
+            last = std::move(now);
+            std::string text = print();
+            if (text != texts.back())
+                texts.push_back(std::move(text));
+        });
+        EXPECT_EQ(texts, (std::vector<std::string>{texts.front(), after}));
+    }
 
     // A change of the value, and a process that dies in the middle of it.
     Action const d_prepare = [this] {
@@ -479,7 +508,23 @@ TYPED_TEST(KilledStepsTest, definersHoldTheLockOfARecordThatIsWithdrawn) {
     EXPECT_GT(withdrawn, 0U);
 }
 
+TYPED_TEST(KilledStepsTest, firstValueIsPrintedAtOneMoment) {
+    this->expectPrintedAtOneMoment([&] { this->define(); }, this->d_change);
+}
+
+TYPED_TEST(KilledStepsTest, changeIsPrintedAtOneMoment) {
+    this->expectPrintedAtOneMoment(this->d_prepare, this->d_change);
+}
+
 using KilledShmStepsTest = KilledStepsTest<ShmRecord>;
+
+TEST_F(KilledShmStepsTest, newTimeIsPrintedAtOneMoment) {
+    expectPrintedAtOneMoment(d_prepare, [&] { write(sameValueLater); });
+}
+
+TEST_F(KilledShmStepsTest, forgottenValueIsPrintedAtOneMoment) {
+    expectPrintedAtOneMoment(d_prepare, [&] { d_writer->clear(); });
+}
 
 TEST_F(KilledShmStepsTest, clearForgetsTheValueOrLeavesIt) {
     auto const clear = [&] { d_writer->clear(); };
@@ -490,14 +535,21 @@ TEST_F(KilledShmStepsTest, clearForgetsTheValueOrLeavesIt) {
 }
 
 // On a way of their own, shorter than that through `write`.
-TEST_F(KilledShmStepsTest, frameIsTakenAsAWholeOrNotAtAll) {
-    canSignalDef_t definition;
-    static_cast<baseSignalDef_t&>(definition) = ShmRecord::definition(d_name, usualScale);
-    definition.msgId = 0x123;
-    BaseSignal::instances.clear();
-    CANSignalExt const signal(definition, true);
-    BaseSignal::instances.clear();
-    auto const feed = [](Frame const& frame) {
+class KilledFeedStepsTest : public KilledShmStepsTest {
+protected:
+    void SetUp() override {
+        KilledShmStepsTest::SetUp();
+        if (IsSkipped())
+            return;
+        canSignalDef_t definition;
+        static_cast<baseSignalDef_t&>(definition) = ShmRecord::definition(d_name, usualScale);
+        definition.msgId = 0x123;
+        BaseSignal::instances.clear();
+        d_fed.emplace(definition, true);
+        BaseSignal::instances.clear();
+    }
+
+    static void feed(Frame const& frame) {
         CANExtTraceMessage message;
         message.identifier = 0x123;
         message.length = 8;
@@ -505,8 +557,16 @@ TEST_F(KilledShmStepsTest, frameIsTakenAsAWholeOrNotAtAll) {
         for (unsigned i = 0; i < 8; ++i)
             message.payload[i] = static_cast<unsigned char>(frame.d_raw >> (56 - 8 * i));
         EXPECT_NE(CANSignalExt::decodeMessage(message), 0U);
-    };
-    auto const feedOld = [&] { feed(oldFrame); };
-    killAtEveryInstruction({textOf(oldFrame), textOf(newFrame)}, feedOld, [&] { feed(newFrame); });
-    killAtEveryInstruction({textOf(oldFrame), textOf(sameValueLater)}, feedOld, [&] { feed(sameValueLater); });
+    }
+    Action const d_feedOld = [] { feed(oldFrame); };
+
+    std::optional<CANSignalExt> d_fed;
+};
+
+TEST_F(KilledFeedStepsTest, changedFrameIsTakenAsAWholeOrNotAtAll) {
+    killAtEveryInstruction({textOf(oldFrame), textOf(newFrame)}, d_feedOld, [] { feed(newFrame); });
+}
+
+TEST_F(KilledFeedStepsTest, unchangedFrameIsTakenAsAWholeOrNotAtAll) {
+    killAtEveryInstruction({textOf(oldFrame), textOf(sameValueLater)}, d_feedOld, [] { feed(sameValueLater); });
 }

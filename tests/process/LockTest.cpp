@@ -1,17 +1,11 @@
 // Waiting for a lock that another process holds.
-#include "tests/process/Process.h"
-#include "tests/process/Shared.h"
+#include "tests/process/LockHolder.h"
 #include "tests/process/TestSignal.h"
 #include "tests/support/Capture.h"
 
 #include <string>
 
 namespace {
-
-struct Steps {
-    SharedCounter d_locked;
-    SharedCounter d_mayRelease;
-};
 
 struct DebugLevel {
     explicit DebugLevel(int level) { BaseSignal::debug = level; }
@@ -27,17 +21,6 @@ int count(std::string const& text, std::string const& part) {
     return found;
 }
 
-// Holds the signal's lock in another process until some time after the parent says so, and changes the value then.
-void holdLock(SharedName const& name, Steps& steps) {
-    TestSignal holder(name.c_str());
-    holder.lock();
-    steps.d_locked = 1;
-    waitUntil([&] { return steps.d_mayRelease == 1; });
-    sleepMicroseconds(100000); // long enough for the parent to get its turn on a busy machine
-    holder.record().value = 77;
-    holder.unlock();
-}
-
 } // namespace
 
 TEST(LockTest, waitingAccessSaysSoAtEveryDebugLevelAndGetsThroughInTheEnd) {
@@ -46,15 +29,13 @@ TEST(LockTest, waitingAccessSaysSoAtEveryDebugLevelAndGetsThroughInTheEnd) {
         SharedName const name;
         TestSignal signal(wordDefinition(name), true);
         signal.write(wordPayload(1), 2ULL);
-        Shared<Steps> steps;
-        Process holder([&] { holdLock(name, *steps); });
-        ASSERT_TRUE(waitUntil([&] { return steps->d_locked == 1; }));
+        LockHolder<TestSignal> holder(name, [](TestSignal& other) { other.record().value = 77; });
+        ASSERT_TRUE(holder.locked());
 
         std::string const line = "[DEBUG] ShmSignal::lock (" + name.name() + "): retrying\n";
-        Capture output(std::cout);
+        Capture output(std::cout, [&holder] { holder.noteRetry(); });
         Capture errors(std::cerr);
         TestSignal::Reading reading;
-        steps->d_mayRelease = 1;
         {
             DebugLevel const debug(level);
             reading = signal.readRaw();
@@ -86,15 +67,14 @@ TEST(LockTest, everyAccessOfAValueWaitsAndNothingElseDoes) {
         [](TestSignal& accessed) { accessed.write(wordPayload(3), 4ULL); },
     };
     for (auto const access : accesses) {
-        Shared<Steps> steps;
-        Process holder([&] { holdLock(name, *steps); });
-        ASSERT_TRUE(waitUntil([&] { return steps->d_locked == 1; }));
-        Capture output(std::cout);
+        LockHolder<TestSignal> holder(name);
+        ASSERT_TRUE(holder.locked());
+        Capture output(std::cout, [&holder] { holder.noteRetry(); });
         EXPECT_STREQ(signal.getUnit(), "rpm");
         EXPECT_EQ(signal.getBits(), 32);
         std::cout << static_cast<BaseSignal const&>(signal);
         EXPECT_EQ(output.take().find("retrying"), std::string::npos);
-        steps->d_mayRelease = 1;
+        EXPECT_EQ(holder.retries(), 0U);
         access(signal);
         EXPECT_GE(count(output.text(), line), 2);
         EXPECT_TRUE(holder.finished());

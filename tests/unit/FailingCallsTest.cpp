@@ -255,6 +255,22 @@ TYPED_TEST(FailingCallsTest, definerReportsWhatFailed) {
     }
 }
 
+#ifdef __GLIBC__
+TYPED_TEST(FailingCallsTest, mutexIsSharedByProcessesEvenIfItCannotBeRobust) {
+    this->define(std::nullopt);
+    std::size_t const failing = this->place("init", 1);
+    this->cleanUp();
+    int kind = -1;
+    this->run(failing, [&] {
+        auto signal = std::make_unique<typename TypeParam::Signal>(TypeParam::definition(this->d_name.name()), true);
+        kind = signal->d_data->mutex.__data.__kind;
+        return signal;
+    });
+    constexpr int sharedNotRobust = 0x80;
+    EXPECT_EQ(kind, sharedNotRobust);
+}
+#endif
+
 TYPED_TEST(FailingCallsTest, readerReportsWhatFailedAndTriesAgain) {
     auto const definer = std::make_unique<typename TypeParam::Signal>(TypeParam::definition(this->d_name.name()), true);
     struct {

@@ -45,6 +45,7 @@ protected:
         if (d_outside.empty())
             GTEST_SKIP() << "no folder outside /tmp can be made";
     }
+    void TearDown() override { EXPECT_EQ(lowestFreeFile(), d_free) << "a file is left open"; }
     ~KeyFileTest() override {
         for (auto path = d_paths.rbegin(); path != d_paths.rend(); ++path)
             remove(path->c_str());
@@ -72,6 +73,13 @@ protected:
 
     key_t key() const { return keyOfInstance(d_name.name()); }
 
+    static int lowestFreeFile() {
+        int const file = open("/dev/null", O_RDONLY | O_CLOEXEC);
+        close(file);
+        return file;
+    }
+
+    int d_free = lowestFreeFile();
     SharedName d_name;
     std::string d_outside;
     std::vector<std::string> d_paths;

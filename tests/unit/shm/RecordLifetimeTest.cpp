@@ -1,26 +1,19 @@
 // Signals that are destroyed with their lock, and records that are created again.
 #include "tests/support/Capture.h"
+#include "tests/support/Mappings.h"
+#include "tests/support/Observe.h"
 #include "tests/support/RecordFamilies.h"
 #include "tests/support/SharedName.h"
 
 #include <gtest/gtest.h>
 
-#include <fstream>
 #include <memory>
 #include <pthread.h>
 #include <string>
 #include <sys/shm.h>
+#include <unistd.h>
 
 namespace {
-
-// Mappings of System V segments in this process.
-unsigned mappings() {
-    std::ifstream maps("/proc/self/maps");
-    unsigned count = 0;
-    for (std::string line; std::getline(maps, line);)
-        count += line.find("/SYSV") != std::string::npos ? 1U : 0U;
-    return count;
-}
 
 template <typename Family>
 class RecordLifetimeTest : public testing::Test {
@@ -29,7 +22,7 @@ protected:
     std::unique_ptr<Signal> defined(SharedName const& name, bool shared = true) {
         return std::make_unique<Signal>(Family::definition(name.name()), shared);
     }
-    void TearDown() override { EXPECT_EQ(mappings(), 0U); }
+    void TearDown() override { EXPECT_EQ(segmentMappings(), 0U); }
 
     SharedName d_name;
     SharedName d_other;
@@ -80,9 +73,9 @@ TYPED_TEST(RecordLifetimeTest, lockThatAnotherObjectHoldsIsLeftAlone) {
 
 TYPED_TEST(RecordLifetimeTest, segmentThatIsCreatedAgainIsMappedOnce) {
     auto const signal = this->defined(this->d_name);
-    EXPECT_EQ(mappings(), 1U);
+    EXPECT_EQ(segmentMappings(), 1U);
     EXPECT_TRUE(signal->createSharedMemory());
-    EXPECT_EQ(mappings(), 1U);
+    EXPECT_EQ(segmentMappings(), 1U);
     EXPECT_NE(signal->d_data, &signal->d_localData);
 }
 
@@ -109,10 +102,36 @@ TYPED_TEST(RecordLifetimeTest, segmentThatCannotBeCreatedAgainStaysInUse) {
     EXPECT_FALSE(signal->createSharedMemory()); // shmget
     EXPECT_EQ(signal->d_data, record);
     EXPECT_EQ(signal->d_shmId, id);
-    EXPECT_EQ(mappings(), 1U);
+    EXPECT_EQ(segmentMappings(), 1U);
     EXPECT_TRUE(signal->write(0x1200000000000000ULL, 5ULL));
     EXPECT_NE(errors.text().find("::ctor: shmget ("), std::string::npos);
     shmctl(smaller, IPC_RMID, nullptr);
+}
+
+// A link in the place of the key file gives no key, and no definer removes it.
+TYPED_TEST(RecordLifetimeTest, recordStaysInUseIfItsKeyFileIsGoneWhenTheSegmentIsCreatedAgain) {
+    Capture errors(std::cerr);
+    SharedName const target;
+    auto const signal = this->defined(this->d_name);
+    typename TypeParam::Signal reader(this->d_name.name().c_str());
+    auto* const record = signal->d_data;
+    int const id = signal->d_shmId;
+    ASSERT_EQ(unlink(this->d_name.path().c_str()), 0);
+    ASSERT_EQ(symlink(target.path().c_str(), this->d_name.path().c_str()), 0);
+    errors.take();
+
+    EXPECT_FALSE(signal->createSharedMemory()); // ftok
+    EXPECT_EQ(errors.take(), "[ERROR] " + std::string(TypeParam::label) + ": " + this->d_name.name() +
+                                 ": Missing File (" + this->d_name.path() + ")\n");
+    EXPECT_FALSE(target.keyFileExists());
+    EXPECT_EQ(signal->d_data, record);
+    EXPECT_EQ(signal->d_shmId, id);
+    EXPECT_EQ(segmentMappings(), 2U);
+    EXPECT_TRUE(signal->write(0x1200000000000000ULL, 5ULL));
+    EXPECT_EQ(valueOf(reader), 0x12U);
+    EXPECT_TRUE(signal->tryLock()) << "it is free";
+    signal->unlock();
+    EXPECT_EQ(errors.text(), "");
 }
 
 } // namespace

@@ -162,25 +162,20 @@ TEST_F(RecordLockTest, excludesOtherProcesses) {
 }
 
 TEST_F(RecordLockTest, waitsAndSaysSoOnEveryRetry) {
-    std::atomic<bool> locked{false}, release{false};
+    std::atomic<bool> locked{false};
+    std::atomic<unsigned> lines{0};
     std::thread owner([&] {
         pthread_mutex_lock(d_mutex);
         locked = true;
-        while (!release)
-            std::this_thread::yield();
+        waitUntil([&] { return lines >= 2; });
         pthread_mutex_unlock(d_mutex);
     });
     while (!locked)
         std::this_thread::yield();
     std::string text;
     {
-        Capture const output(std::cout);
-        std::thread releaser([&] {
-            std::this_thread::sleep_for(std::chrono::milliseconds(20));
-            release = true;
-        });
+        Capture const output(std::cout, [&lines] { ++lines; });
         EXPECT_EQ(lockRecord(*d_mutex, "Label", "name"), LockOutcome::Locked);
-        releaser.join();
         text = output.text();
     }
     owner.join();

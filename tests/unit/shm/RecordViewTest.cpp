@@ -1,14 +1,22 @@
 // Records as those see them that only look.
 #include "qzsignal/shm/RecordView.h"
-
+#include "qzsignal/shm/RecordMark.h"
+#include "tests/process/Process.h"
 #include "tests/support/Capture.h"
+#include "tests/support/Mappings.h"
+#include "tests/support/OtherUser.h"
 #include "tests/support/RecordFamilies.h"
 #include "tests/support/SharedName.h"
 
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <thread>
+#include <cstdint>
+#include <cstring>
+#include <fstream>
+#include <string>
+#include <sys/shm.h>
+#include <unistd.h>
 
 namespace qzsignal {
 namespace {
@@ -98,6 +106,106 @@ TEST_F(RecordViewTest, letsGoOfTheSegment) {
         EXPECT_EQ(attached(), 2U);
     }
     EXPECT_EQ(attached(), 1U);
+}
+
+template <typename Family>
+class ReadOnlyViewTest : public testing::Test {
+protected:
+    // Runs `look` in a process that may read the segment, but not write it.
+    template <typename Look>
+    void expectAsReader(int segment, Look look) {
+        shmid_ds status{};
+        ASSERT_EQ(shmctl(segment, IPC_STAT, &status), 0);
+        status.shm_perm.mode = 0444;
+        ASSERT_EQ(shmctl(segment, IPC_SET, &status), 0);
+        Process reader([&look] {
+            if (geteuid() == 0 && setuid(otherUser) != 0) // which may write everything
+                _exit(2);
+            std::string printed;
+            {
+                Capture const output(std::cout);
+                Capture const errors(std::cerr);
+                look();
+                printed = output.text() + errors.text();
+            }
+            EXPECT_EQ(printed, "");
+            _exit(testing::Test::HasFailure() ? 1 : 0);
+        });
+        EXPECT_TRUE(reader.finished());
+    }
+
+    SharedName d_name;
+};
+TYPED_TEST_SUITE(ReadOnlyViewTest, RecordFamilies, FamilyNames);
+
+TYPED_TEST(ReadOnlyViewTest, looksWithoutTheLock) {
+    auto definition = TypeParam::definition(this->d_name.name());
+    definition.unit = "V";
+    definition.scale = 0.5;
+    typename TypeParam::Signal signal(definition, true);
+    signal.write(word(8), 7);
+    signal.lock();
+    std::string const before(reinterpret_cast<char const*>(signal.d_data), sizeof *signal.d_data);
+    this->expectAsReader(signal.d_shmId, [&] {
+        RecordView const view(this->d_name.name());
+        ASSERT_TRUE(view.kind());
+        EXPECT_EQ(*view.kind() == RecordKind::Can, std::string(TypeParam::label) == "CANSignal");
+        for (RecordContent const& content : {*view.read(soon), view.read(), view.look()}) {
+            EXPECT_EQ(content.unit, "V");
+            ASSERT_TRUE(content.value);
+            EXPECT_EQ(content.value->raw, 8U);
+            EXPECT_EQ(content.value->physical, 4.0);
+            EXPECT_EQ(content.value->timestamp, 7U);
+        }
+    });
+    EXPECT_EQ(std::string(reinterpret_cast<char const*>(signal.d_data), sizeof *signal.d_data), before);
+    signal.unlock();
+}
+
+TYPED_TEST(ReadOnlyViewTest, recordOfADeadWriterIsPutInOrderInTheCopy) {
+    typename TypeParam::Signal signal(TypeParam::definition(this->d_name.name()), true);
+    signal.write(word(8), 7);
+    signal.d_data->pending = recordStored; // it was killed there
+    signal.d_data->used = 0;
+    this->expectAsReader(signal.d_shmId, [&] {
+        RecordContent const content = RecordView(this->d_name.name()).read();
+        ASSERT_TRUE(content.value);
+        EXPECT_EQ(content.value->raw, 8U);
+    });
+    EXPECT_EQ(signal.d_data->pending, recordStored);
+}
+
+TYPED_TEST(ReadOnlyViewTest, noRecordIsNothing) {
+    typename TypeParam::Signal signal(TypeParam::definition(this->d_name.name()), true);
+    auto const expectNothing = [&] {
+        this->expectAsReader(signal.d_shmId, [&] {
+            RecordView const view(this->d_name.name());
+            EXPECT_FALSE(view.kind());
+            EXPECT_EQ(segmentMappings(), 1U) << "the definer's";
+        });
+    };
+    signal.d_data->size = 0;
+    expectNothing();
+    signal.d_data->size = TypeParam::recordSize + 1;
+    expectNothing();
+    signal.d_data->size = TypeParam::recordSize;
+}
+
+TYPED_TEST(ReadOnlyViewTest, segmentThatIsTooSmallIsNothing) {
+    std::ofstream(this->d_name.path()).close();
+    int const segment = shmget(this->d_name.key(), 16, IPC_CREAT | 0666);
+    ASSERT_NE(segment, -1);
+    auto* const size = static_cast<std::uint32_t*>(shmat(segment, nullptr, 0));
+    *size = TypeParam::recordSize; // as if it were one
+    shmdt(size);
+    this->expectAsReader(segment, [&] { EXPECT_FALSE(RecordView(this->d_name.name()).kind()); });
+}
+
+// A record that may be written has a lock to be taken; if it has none yet, it is not there.
+TYPED_TEST(ReadOnlyViewTest, recordThatMayBeWrittenIsNotLookedAtWithoutItsLock) {
+    typename TypeParam::Signal signal(TypeParam::definition(this->d_name.name()), true);
+    std::memset(&signal.d_data->mutex, 0xff, sizeof signal.d_data->mutex);
+    EXPECT_FALSE(RecordView(this->d_name.name()).kind());
 }
 
 } // namespace

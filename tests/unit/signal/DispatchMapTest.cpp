@@ -97,7 +97,12 @@ TEST_F(DispatchMapTest, isReadAsAnOrderedMap) {
     EXPECT_EQ(std::next(map.begin())->second, (std::vector<Item*>{&d_first, &d_third}));
     EXPECT_EQ(std::next(map.begin(), 2), map.end());
     EXPECT_EQ(map.at(3), (std::vector<Item*>{&d_second}));
-    EXPECT_TRUE((map == std::map<unsigned long long, std::vector<Item*>>{{3, {&d_second}}, {7, {&d_first, &d_third}}}));
+    std::map<unsigned long long, std::vector<Item*>> const same{{3, {&d_second}}, {7, {&d_first, &d_third}}};
+    std::map<unsigned long long, std::vector<Item*>> const other{{3, {&d_second}}, {7, {&d_third, &d_first}}};
+    EXPECT_TRUE(map == same);
+    EXPECT_FALSE(map != same);
+    EXPECT_FALSE(map == other);
+    EXPECT_TRUE(map != other);
 }
 
 TEST_F(DispatchMapTest, indexKeepsStepWithChangesByHand) {
