@@ -99,7 +99,8 @@ void DefinitionSet::nameSignal(File& file, std::size_t message, std::size_t inde
     else if (known != d_origins.end() || (!isSpelledSo && d_respelled.count(original) != 0)) {
         Origin const& first = known != d_origins.end() ? known->second : d_origins.at(d_respelled.at(original));
         problems.push_back({signal.line, Severity::Error,
-                            "'" + original + "' is defined already, at " + placeText(first.file->path, first.line)});
+                            "'" + original + "' is defined already, at " + placeText(first.file->path, first.line),
+                            ProblemKind::Duplicate});
         return;
     }
     if (!isSpelledSo) {
