@@ -24,6 +24,7 @@ constexpr Subcommand subcommands[] = {
     {"list", "List the shared signals of this machine", qztool::setUpList},
     {"eval", "Evaluate an expression over shared signals", qztool::setUpEval},
     {"trigger", "Find the moments of a recorded drive at which a condition becomes true", qztool::setUpTrigger},
+    {"check", "Compare definitions with themselves and with a recorded drive", qztool::setUpCheck},
 };
 
 bool isSubcommand(std::string const& word) {

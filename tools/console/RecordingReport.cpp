@@ -4,7 +4,6 @@
 #include "tools/base/StopRequest.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <string_view>
 
 namespace qztool {
@@ -21,15 +20,6 @@ std::string mostFrequent(UnfedFrames const& unfed) {
 }
 
 } // namespace
-
-std::string identifierText(TalliedFrames const& frames) {
-    char text[32];
-    if (frames.bus == Bus::Can)
-        std::snprintf(text, sizeof text, "%0*lX", frames.extended ? 8 : 3, static_cast<unsigned long>(frames.address));
-    else
-        std::snprintf(text, sizeof text, "%s %lu", busName(frames.bus), static_cast<unsigned long>(frames.address));
-    return text;
-}
 
 ExitStatus report(Drive const& drive, UnfedFrames const& unfed, std::string const& path, Console& console) {
     Findings const& findings = drive.recording().findings();

@@ -15,9 +15,6 @@ namespace qztool {
 // from reading on.
 ExitStatus report(Drive const& drive, UnfedFrames const& unfed, std::string const& path, Console& console);
 
-// An identifier as candump writes it, such as "5A0" or "18FEF100"; on other buses than CAN with the bus.
-std::string identifierText(TalliedFrames const& frames);
-
 // So many identifiers that are not defined are listed.
 constexpr std::size_t mostIdentifiers = 10;
 

@@ -1,0 +1,196 @@
+// The table of checks over frames.
+#include "tools/check/TrafficChecks.h"
+
+#include "tools/base/Numbers.h"
+#include "tools/definitions/ProblemText.h"
+
+#include <algorithm>
+#include <cmath>
+#include <tuple>
+#include <unordered_set>
+
+namespace qztool {
+
+namespace {
+
+constexpr double microseconds = 1e6; // in a second
+constexpr double gapPeriods = 10;
+constexpr double periodTolerance = 0.2;
+
+std::string seconds(double time) { // of microseconds
+    return numberText(std::round(time) / microseconds) + " s";
+}
+
+std::string framesText(std::uint64_t count) {
+    return std::to_string(count) + (count == 1 ? " frame" : " frames");
+}
+
+// A message as findings call it, with the identifier of its frames.
+std::string label(Identifier const& identifier, Stream const& stream) {
+    return quote(stream.message->definition().name) + " (" + identifierText(identifier.frames) + ")";
+}
+
+template <typename Check>
+void forEachStream(Traffic const& traffic, Check check) {
+    for (Identifier const& identifier : traffic.identifiers())
+        for (Stream const& stream : identifier.streams)
+            if (Traffic::isServed(identifier, stream))
+                check(identifier, stream);
+}
+
+Finding findingOf(CheckKind kind, Stream const& stream, std::string text, std::uint64_t count,
+                  FramePlace const& first) {
+    Finding finding = qztool::findingOf(kind, *stream.message->file, stream.message->definition(), std::move(text));
+    finding.count = count;
+    finding.first = first;
+    return finding;
+}
+
+// Frames that belong to a protocol and not to an application: diagnostics of LIN, and packets of J1939, whose
+// contents are messages of their own.
+bool isProtocol(Traffic const& traffic, TalliedFrames const& frames) {
+    constexpr std::uint32_t firstReserved = 60;
+    constexpr std::uint32_t packetGroups[] = {0xC700, 0xC800, 0xEB00, 0xEC00};
+    if (frames.bus == Bus::Lin)
+        return frames.address >= firstReserved;
+    return frames.bus == Bus::Can && frames.extended && traffic.isJ1939() &&
+           std::find(std::begin(packetGroups), std::end(packetGroups), parameterGroup(frames.address)) !=
+               std::end(packetGroups);
+}
+
+// The most frequent first.
+void checkUndefined(Traffic const& traffic, std::string const& trace, std::vector<Finding>& findings) {
+    std::vector<Identifier const*> undefined;
+    for (Identifier const& identifier : traffic.identifiers())
+        if (identifier.streams.back().count != 0 && !isProtocol(traffic, identifier.frames))
+            undefined.push_back(&identifier);
+    std::stable_sort(undefined.begin(), undefined.end(), [](Identifier const* a, Identifier const* b) {
+        return a->streams.back().count > b->streams.back().count;
+    });
+    for (Identifier const* const each : undefined) {
+        Stream const& stream = each->streams.back();
+        // Of times that are rounded to more than that, the mean alone says something.
+        double const median = stream.intervals.median();
+        double const period = median >= static_cast<double>(traffic.tick()) ? median : stream.intervals.mean();
+        std::string text = identifierText(each->frames) + " on channel " + std::to_string(each->frames.channel) + ": " +
+                           framesText(stream.count);
+        if (period > 0.0)
+            text += ", every " + seconds(period);
+        findings.push_back(
+            {CheckKind::Undefined, trace, stream.first.number, "", std::move(text), stream.count, stream.first});
+    }
+}
+
+void checkLengths(Traffic const& traffic, std::string const&, std::vector<Finding>& findings) {
+    forEachStream(traffic, [&](Identifier const& identifier, Stream const& stream) {
+        if (stream.otherLengths == 0)
+            return;
+        findings.push_back(
+            findingOf(CheckKind::Length, stream,
+                      label(identifier, stream) + " has " + std::to_string(stream.message->definition().length) +
+                          " bytes, but " + (stream.otherLengths == stream.count ? "all " : "") +
+                          framesText(stream.otherLengths) + (stream.otherLengths == 1 ? " has " : " have ") +
+                          (stream.otherLengths == 1 ? "" : "others, first ") + std::to_string(stream.firstOtherLength),
+                      stream.otherLengths, stream.firstOther));
+    });
+}
+
+void checkUnseen(Traffic const& traffic, std::string const&, std::vector<Finding>& findings) {
+    std::unordered_set<ListedMessage const*> seen;
+    forEachStream(traffic, [&seen](Identifier const&, Stream const& stream) { seen.insert(stream.message); });
+    for (ListedMessage const& message : traffic.messages())
+        if (seen.count(&message) == 0) {
+            MessageDefinition const& definition = message.definition();
+            TalliedFrames const frames{definition.bus, 0, definition.extended, definition.address, 0};
+            findings.push_back(
+                qztool::findingOf(CheckKind::Unseen, *message.file, definition,
+                                  "no frame of " + quote(definition.name) + " (" + identifierText(frames) + ")"));
+        }
+}
+
+// Whether frames come at regular intervals, as far as these tell: most of them, and enough, are about as long as the
+// median.
+bool isPeriodic(Intervals const& intervals, double median) {
+    constexpr std::uint64_t enough = 5;
+    return intervals.count() >= enough && median > 0.0 &&
+           static_cast<double>(intervals.countWithin(0.5 * median, 1.5 * median)) >=
+               0.8 * static_cast<double>(intervals.count());
+}
+
+void checkGaps(Traffic const& traffic, std::string const&, std::vector<Finding>& findings) {
+    forEachStream(traffic, [&](Identifier const& identifier, Stream const& stream) {
+        double const stated = stream.message->definition().cycleTime * microseconds;
+        double const median = stream.intervals.median();
+        if (stream.isEvent || (stated <= 0.0 && !isPeriodic(stream.intervals, median)))
+            return;
+        // Times that are rounded down make intervals longer or shorter by up to a step.
+        auto const tick = static_cast<double>(traffic.tick());
+        double const period = stated > 0.0 ? stated : median;
+        double const limit = gapPeriods * period;
+        if (tick == 0.0 || tick > period)
+            return;
+        Intervals::Silences silences = stream.intervals.longerThan(limit + (tick > 1.0 ? tick : 0.0));
+        // Of a learned period: pauses between bursts, if there are many.
+        constexpr std::uint64_t few = 3;
+        if (stated <= 0.0 && silences.count >= few && silences.count * 10 > stream.intervals.count())
+            return;
+        std::string end;
+        if (traffic.last().time > stream.last.time &&
+            static_cast<double>(traffic.last().time - stream.last.time) > limit + (tick > 1.0 ? tick : 0.0)) {
+            if (silences.count++ == 0)
+                silences.first = stream.last;
+            silences.longest = std::max(silences.longest, traffic.last().time - stream.last.time);
+            end = ", the last one up to the end";
+        }
+        if (silences.count == 0)
+            return;
+        findings.push_back(findingOf(CheckKind::Gap, stream,
+                                     label(identifier, stream) + ": " + std::to_string(silences.count) +
+                                         (silences.count == 1 ? " gap" : " gaps") + " of more than ten periods of " +
+                                         seconds(period) + (stated > 0.0 ? " (stated)" : " (learned)") + ", " +
+                                         (silences.count == 1 ? "of " : "the longest ") +
+                                         seconds(static_cast<double>(silences.longest)) + end,
+                                     silences.count, silences.first));
+    });
+}
+
+void checkPeriods(Traffic const& traffic, std::string const&, std::vector<Finding>& findings) {
+    forEachStream(traffic, [&](Identifier const& identifier, Stream const& stream) {
+        constexpr std::uint64_t enough = 3;
+        double const stated = stream.message->definition().cycleTime * microseconds;
+        if (stated <= 0.0 || stream.isEvent || traffic.tick() == 0 || stream.intervals.count() < enough)
+            return;
+        auto const tick = static_cast<double>(traffic.tick());
+        double const median = stream.intervals.median();
+        double const mean = stream.intervals.meanUpTo(std::max({gapPeriods * stated, gapPeriods * median, 2 * tick}));
+        auto const deviates = [stated](double period) {
+            // What is measured as a fifth may be a little more, by the arithmetic.
+            constexpr double arithmetic = 1e-9;
+            return period > stated * (1 + periodTolerance + arithmetic)   ? 1
+                   : period < stated * (1 - periodTolerance - arithmetic) ? -1
+                                                                          : 0;
+        };
+        // Either alone may deviate for other reasons: the mean by gaps and bursts, the median by rounded times.
+        bool const isMedianKnown = tick <= stated * periodTolerance;
+        if (deviates(mean) == 0 || (isMedianKnown && deviates(median) != deviates(mean)))
+            return;
+        findings.push_back(findingOf(CheckKind::Period, stream,
+                                     label(identifier, stream) + ": a frame every " +
+                                         seconds(isMedianKnown ? median : mean) + ", but the stated period is " +
+                                         seconds(stated),
+                                     stream.count, stream.first));
+    });
+}
+
+using TrafficCheck = void (*)(Traffic const& traffic, std::string const& trace, std::vector<Finding>& findings);
+
+constexpr TrafficCheck checks[] = {checkUndefined, checkLengths, checkUnseen, checkGaps, checkPeriods};
+
+} // namespace
+
+void checkTraffic(Traffic const& traffic, std::string const& trace, std::vector<Finding>& findings) {
+    for (TrafficCheck const check : checks)
+        check(traffic, trace, findings);
+}
+
+} // namespace qztool
