@@ -203,7 +203,15 @@ void DatabaseBuilder::add(ValueTableStatement&& statement) {
     }
 }
 
+void DatabaseBuilder::add(AttributeStatement const& statement) {
+    std::string const cause = d_attributes.add(statement);
+    if (!cause.empty())
+        report(statement.reference.line, Severity::Error,
+               std::string(statement.reference.keyword) + " " + quote(statement.name) + ": " + cause + "; left out");
+}
+
 Database DatabaseBuilder::finish() {
+    joinAttributes();
     joinNumberTypes();
     joinSelections();
     joinValues();
@@ -363,6 +371,14 @@ std::vector<ValueText> const* DatabaseBuilder::valuesOf(ValuesStatement const& s
         return &statement.values;
     auto const table = d_tables.find(statement.table);
     return table == d_tables.end() ? nullptr : &table->second.values;
+}
+
+void DatabaseBuilder::joinAttributes() {
+    for (MessageDraft& draft : d_drafts)
+        d_attributes.applyDefaults(draft.definition);
+    for (AttributeStatement const& statement : d_attributes.statements())
+        forEachMessage(statement.reference.identifier,
+                       [&](std::size_t index) { d_attributes.apply(statement, d_drafts[index].definition); });
 }
 
 // Tools write attributes for more than they export, so an attribute of something unknown is no problem.

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "tools/definitions/Database.h"
+#include "tools/definitions/dbc/MessageAttributes.h"
 #include "tools/definitions/dbc/MessageDraft.h"
 #include "tools/definitions/dbc/Statements.h"
 
@@ -28,6 +29,8 @@ public:
     void add(ValuesStatement&& statement);
     void add(ValueTableStatement&& statement);
     void add(LongNameStatement&& statement) { d_longNames.push_back(std::move(statement)); }
+    void add(AttributeStatement const& statement);
+    void add(ChoicesStatement&& statement) { d_attributes.setFormats(std::move(statement.choices)); }
     // A message or signal that was not understood. What refers to it is left out without a report of its own.
     void addUnread(MessageStatement const& statement, std::string const& cause, ProblemKind kind = ProblemKind::Other);
     void addUnread(SignalStatement const& statement, std::string const& cause, ProblemKind kind = ProblemKind::Other);
@@ -70,6 +73,7 @@ private:
     void joinSelections();
     void joinValues();
     std::vector<ValueText> const* valuesOf(ValuesStatement const& statement) const;
+    void joinAttributes();
     void joinLongNames();
     void renameMessages(LongNameStatement const& statement);
     void renameSignals(LongNameStatement const& statement, SignalNames& names);
@@ -84,6 +88,7 @@ private:
     std::vector<SelectionStatement> d_selections;
     std::vector<ValuesStatement> d_values;
     std::vector<LongNameStatement> d_longNames;
+    MessageAttributes d_attributes;
     std::vector<Problem> d_problems;
 };
 

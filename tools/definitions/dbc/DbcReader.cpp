@@ -67,6 +67,12 @@ private:
         case Keyword::Attribute:
             readAttribute(word);
             break;
+        case Keyword::AttributeDefinition:
+            readAttributeDefinition(word);
+            break;
+        case Keyword::AttributeDefault:
+            readAttributeDefault(word);
+            break;
         case Keyword::Skipped:
             skip(word);
             break;
@@ -137,13 +143,54 @@ private:
             leaveOut("VAL_TABLE_ " + quote(statement.name), d_parser.cause());
     }
 
-    // Attributes are of no use here but for two: names that are longer than some tools allow are kept in them.
+    // Of most attributes nothing is read. Names that are longer than some tools allow are kept in two of them.
     void readAttribute(std::string_view word) {
         std::string_view name;
-        if (d_scanner.quoted(name) && (name == "SystemMessageLongSymbol" || name == "SystemSignalLongSymbol"))
+        if (!d_scanner.quoted(name)) {
+            skip(word);
+        } else if (name == "SystemMessageLongSymbol" || name == "SystemSignalLongSymbol") {
             readReference<LongNameStatement>(word);
+        } else if (MessageAttributes::isRead(name)) {
+            const std::string_view object = d_scanner.peek() == 'B' ? d_scanner.word() : std::string_view();
+            if (object.empty() || object == "BO_")
+                readAttributeValue(word, name, object == "BO_");
+            else
+                skip(word);
+        } else {
+            skip(word);
+        }
+    }
+
+    void readAttributeDefault(std::string_view word) {
+        std::string_view name;
+        if (d_scanner.quoted(name) && MessageAttributes::isRead(name))
+            readAttributeValue(word, name, false);
         else
             skip(word);
+    }
+
+    void readAttributeValue(std::string_view word, std::string_view name, bool ofMessage) {
+        AttributeStatement statement;
+        statement.reference.keyword = word;
+        statement.name = name;
+        statement.ofMessage = ofMessage;
+        if (d_parser.read(statement))
+            d_builder.add(statement);
+        else
+            leaveOut(std::string(word) + " " + quote(name), d_parser.cause());
+    }
+
+    // The one list of choices that counts is that of the formats of frames.
+    void readAttributeDefinition(std::string_view word) {
+        std::string_view name;
+        ChoicesStatement statement;
+        if (d_scanner.peek() != 'B' || d_scanner.word() != "BO_" || !d_scanner.quoted(name) ||
+            name != MessageAttributes::format || d_scanner.word() != "ENUM")
+            skip(word);
+        else if (d_parser.read(statement))
+            d_builder.add(std::move(statement));
+        else
+            leaveOut(std::string(word) + " " + quote(name), d_parser.cause());
     }
 
     void skip(std::string_view word) {

@@ -20,6 +20,8 @@ enum class Keyword {
     Values,
     ValueTable,
     Attribute,
+    AttributeDefinition,
+    AttributeDefault,
     Skipped
 };
 

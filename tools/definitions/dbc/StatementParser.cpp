@@ -136,6 +136,28 @@ bool StatementParser::checkLongName(std::string const& longName) {
            fail("the long name " + quote(longName) + " holds control characters");
 }
 
+bool StatementParser::read(AttributeStatement& statement) {
+    statement.reference.line = d_scanner.statementLine();
+    if (statement.ofMessage && !integer(statement.reference.identifier, "the identifier"))
+        return false;
+    return attributeValue(statement.value) && end();
+}
+
+bool StatementParser::read(ChoicesStatement& statement) {
+    do {
+        if (!d_scanner.quoted(statement.choices.emplace_back()))
+            return missing("a text");
+    } while (d_scanner.take(','));
+    return end();
+}
+
+bool StatementParser::attributeValue(std::string_view& result) {
+    if (d_scanner.quoted(result))
+        return true;
+    result = d_scanner.numeral();
+    return !result.empty() || missing("the value");
+}
+
 bool StatementParser::skip() {
     return d_scanner.skipToSemicolon() || missing("';'");
 }

@@ -23,6 +23,10 @@ public:
     bool read(ValueTableStatement& statement);
     // From after the attribute's name on.
     bool read(LongNameStatement& statement);
+    // From after the attribute's name on, which the statement has already.
+    bool read(AttributeStatement& statement);
+    // From after ENUM on.
+    bool read(ChoicesStatement& statement);
     // A statement of no use here, which ends with a semicolon.
     bool skip();
 
@@ -39,6 +43,7 @@ private:
     bool integer(Integer& result, std::string_view what);
     bool real(double& result, std::string_view what);
     bool text(std::string& result, std::string_view what);
+    bool attributeValue(std::string_view& result);
     bool startOf(Reference& reference);
     bool multiplexMark(SignalStatement& statement);
     bool placeOf(SignalStatement& statement);

@@ -88,4 +88,18 @@ struct LongNameStatement {
     std::string name;
 };
 
+// BA_ "GenMsgCycleTime" BO_ 100 20;    or, of the whole file,    BA_ "ProtocolType" "J1939";
+// BA_DEF_DEF_ "GenMsgCycleTime" 0;
+struct AttributeStatement {
+    Reference reference; // of the message, if it is of one
+    bool ofMessage = false;
+    std::string_view name;
+    std::string_view value; // a numeral, or the content of a text
+};
+
+// BA_DEF_ BO_ "VFrameFormat" ENUM "StandardCAN","ExtendedCAN";
+struct ChoicesStatement {
+    std::vector<std::string_view> choices; // numbered from 0
+};
+
 } // namespace qztool

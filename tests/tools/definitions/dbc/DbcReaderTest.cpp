@@ -316,4 +316,64 @@ TEST(DbcReader, lastLineNeedsNoLineEnd) {
     EXPECT_EQ("Engine: A ; ", namesOf(readLines(" SG_ A : 0|8@1+ (1,0) [0|0] \"\"")));
 }
 
+constexpr char const* standardAndExtended =
+    "BO_ 100 Standard: 8 X\nBO_ 2566844926 Extended: 8 X\nBO_ 2566844927 Other: 8 X\n";
+
+// "S", "E" and "O" for those of the three messages above that are matched by their parameter group.
+std::string groupedOf(std::string const& attributes) {
+    Database const database = readDatabase(standardAndExtended + attributes);
+    EXPECT_EQ("", problemsOf(database)) << attributes;
+    std::string text;
+    for (MessageDefinition const& message : database.messages)
+        text += message.byParameterGroup ? message.name.substr(0, 1) : "";
+    return text;
+}
+
+TEST(DbcReader, protocolOrFormatMakesAMessageOneOfJ1939) {
+    std::string const formats =
+        "BA_DEF_ BO_ \"VFrameFormat\" ENUM \"StandardCAN\",\"ExtendedCAN\",\"reserved\",\"J1939PG\";\n";
+    struct {
+        std::string attributes;
+        char const* grouped;
+    } const cases[] = {
+        {"", ""},
+        {"BA_ \"ProtocolType\" \"J1939\";\n", "EO"},
+        {"BA_DEF_DEF_ \"ProtocolType\" \"J1939\";\n", "EO"},
+        {"BA_DEF_DEF_ \"ProtocolType\" \"J1939\";\nBA_ \"ProtocolType\" \"GMLAN\";\n", ""},
+        {"BA_ \"ProtocolType\" \"GMLAN\";\nBA_DEF_DEF_ \"ProtocolType\" \"J1939\";\n", ""},
+        {formats + "BA_ \"VFrameFormat\" BO_ 2566844926 3;\nBA_ \"VFrameFormat\" BO_ 100 3;\n", "E"},
+        {"BA_ \"VFrameFormat\" BO_ 2566844926 3;\n" + formats, "E"},
+        {formats + "BA_ \"VFrameFormat\" BO_ 2566844926 \"J1939PG\";\n", "E"},
+        {formats + "BA_DEF_DEF_ \"VFrameFormat\" \"J1939PG\";\nBA_ \"VFrameFormat\" BO_ 2566844926 1;\n", "O"},
+        {formats + "BA_DEF_DEF_ \"VFrameFormat\" \"StandardCAN\";\nBA_ \"ProtocolType\" \"J1939\";\n"
+                   "BA_ \"VFrameFormat\" BO_ 2566844926 1;\n",
+         "O"},
+        {formats + "BA_ \"VFrameFormat\" BO_ 2566844926 99;\n", ""},
+        {"BA_ \"VFrameFormat\" BO_ 2566844926 3;\n", ""},
+        {"BA_DEF_ \"VFrameFormat\" ENUM \"J1939PG\";\nBA_ \"VFrameFormat\" 0;\nBA_ \"ProtocolType\" BU_ X \"J1939\";\n",
+         ""},
+    };
+    for (auto const& each : cases)
+        EXPECT_EQ(groupedOf(each.attributes), each.grouped) << each.attributes;
+}
+
+TEST(DbcReader, cycleTimeIsInMillisecondsAndHasADefault) {
+    std::string const messages = "BO_ 1 A: 8 X\nBO_ 2 B: 8 X\nBO_ 3 C: 8 X\n";
+    Database const database = readDatabase(messages + "BA_DEF_ BO_ \"GenMsgCycleTime\" INT 0 65535;\n"
+                                                      "BA_DEF_DEF_ \"GenMsgCycleTime\" 100;\n"
+                                                      "BA_ \"GenMsgCycleTime\" BO_ 2 20;\n"
+                                                      "BA_ \"GenMsgCycleTime\" BO_ 3 0;\n"
+                                                      "BA_ \"GenMsgCycleTime\" BO_ 4 5;\n");
+    EXPECT_EQ("", problemsOf(database));
+    ASSERT_EQ(3U, database.messages.size());
+    EXPECT_EQ(0.1, database.messages[0].cycleTime);
+    EXPECT_EQ(0.02, database.messages[1].cycleTime);
+    EXPECT_EQ(0.0, database.messages[2].cycleTime);
+    EXPECT_EQ(0.0, readDatabase(messages).messages[0].cycleTime);
+    EXPECT_EQ("2 error: BA_ 'GenMsgCycleTime': 'fast' is not a number; left out\n"
+              "3 error: BA_ 'GenMsgCycleTime': the value is missing before ';'; left out\n",
+              problemsOf(readDatabase("BO_ 1 A: 8 X\nBA_ \"GenMsgCycleTime\" BO_ 1 fast;\n"
+                                      "BA_ \"GenMsgCycleTime\" BO_ 1 ;\n")));
+}
+
 } // namespace qztool
