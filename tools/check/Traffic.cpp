@@ -92,10 +92,26 @@ void Traffic::count(Stream& stream, Frame const& frame, FramePlace const& place)
     }
 }
 
+// From the frame before, of whatever identifier, to this one.
+void Traffic::addStep(FramePlace const& place) {
+    constexpr std::size_t mostPauses = 16;
+    std::uint64_t const step = place.time - d_last.time;
+    d_tick = d_tick == 0 ? step : std::min(d_tick, step);
+    if (step <= d_shortestPause)
+        return;
+    auto const isShorter = [](Pause const& a, Pause const& b) { return a.length < b.length; };
+    if (d_pauses.size() < mostPauses)
+        d_pauses.push_back({d_last, step});
+    else
+        *std::min_element(d_pauses.begin(), d_pauses.end(), isShorter) = {d_last, step};
+    if (d_pauses.size() == mostPauses)
+        d_shortestPause = std::min_element(d_pauses.begin(), d_pauses.end(), isShorter)->length;
+}
+
 void Traffic::add(Frame const& frame, std::uint64_t number) {
     FramePlace const place{frame.timestamp, number};
-    if (d_frames != 0 && place.time > d_last.time && (d_tick == 0 || place.time - d_last.time < d_tick))
-        d_tick = place.time - d_last.time;
+    if (d_frames != 0 && place.time > d_last.time)
+        addStep(place);
     ++d_frames;
     d_last = place;
     Identifier& identifier = identifierOf(frame);

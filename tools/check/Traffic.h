@@ -42,6 +42,12 @@ struct Identifier {
     std::vector<Stream> streams; // of the messages that it may be; the last one has what is none of them
 };
 
+// A time without any frame.
+struct Pause {
+    FramePlace before;        // the last frame
+    std::uint64_t length = 0; // microseconds
+};
+
 class Traffic {
 public:
     explicit Traffic(DefinitionSet const& definitions);
@@ -57,6 +63,8 @@ public:
     FramePlace const& last() const { return d_last; }
     // The smallest step of the recorded times, in microseconds; 0: they never change.
     std::uint64_t tick() const { return d_tick; }
+    // The longest times without any frame, a few of them, in no particular order.
+    std::vector<Pause> const& pauses() const { return d_pauses; }
     bool isJ1939() const { return d_index.hasGroups(); }
 
     // True if frames of the stream are those of its message: if its definitions serve the channel.
@@ -71,6 +79,7 @@ public:
 
 private:
     Identifier& identifierOf(Frame const& frame);
+    void addStep(FramePlace const& place);
     static bool belongs(Frame const& frame, Stream const& stream);
     static void count(Stream& stream, Frame const& frame, FramePlace const& place);
 
@@ -81,6 +90,8 @@ private:
     std::uint64_t d_frames = 0;
     FramePlace d_last;
     std::uint64_t d_tick = 0;
+    std::vector<Pause> d_pauses;
+    std::uint64_t d_shortestPause = 0; // that is worth an entry
 };
 
 } // namespace qztool

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <map>
 #include <tuple>
 #include <unordered_set>
 
@@ -117,41 +118,96 @@ bool isPeriodic(Intervals const& intervals, double median) {
                0.8 * static_cast<double>(intervals.count());
 }
 
-void checkGaps(Traffic const& traffic, std::string const&, std::vector<Finding>& findings) {
+struct Gaps {
+    double period = 0.0; // microseconds
+    Intervals::Silences silences;
+    bool upToTheEnd = false; // the last one
+};
+
+Gaps gapsOf(Traffic const& traffic, Stream const& stream) {
+    Gaps result;
+    double const stated = stream.message->definition().cycleTime * microseconds;
+    double const median = stream.intervals.median();
+    auto const tick = static_cast<double>(traffic.tick());
+    result.period = stated > 0.0 ? stated : median;
+    bool const isKnown = stated > 0.0 || isPeriodic(stream.intervals, median);
+    // Times that are rounded to more than a period do not show it.
+    if (stream.isEvent || !isKnown || tick == 0.0 || tick > result.period)
+        return result;
+    constexpr double arithmetic = 1 + 1e-9; // ten periods are none too many
+    double const limit = gapPeriods * arithmetic * result.period;
+    result.silences = stream.intervals.longerThan(limit);
+    // Of a learned period: pauses between bursts, if there are many.
+    constexpr std::uint64_t few = 3;
+    if (stated <= 0.0 && result.silences.count >= few && result.silences.count * 10 > stream.intervals.count())
+        result.silences = {};
+    std::uint64_t const after = traffic.last().time > stream.last.time ? traffic.last().time - stream.last.time : 0;
+    if (static_cast<double>(after) > limit) {
+        if (result.silences.count++ == 0)
+            result.silences.first = stream.last;
+        result.silences.longest = std::max(result.silences.longest, after);
+        result.upToTheEnd = true;
+    }
+    return result;
+}
+
+// The pause of the whole recording that is the one gap of a message; null if it has others, or there is none.
+Pause const* pauseOf(Traffic const& traffic, Gaps const& gaps) {
+    if (gaps.silences.count != 1 || gaps.upToTheEnd)
+        return nullptr;
+    FramePlace const& before = gaps.silences.first;
+    for (Pause const& pause : traffic.pauses())
+        // What is left of the gap is none by itself.
+        if (pause.before.number >= before.number &&
+            pause.before.time + pause.length <= before.time + gaps.silences.longest &&
+            static_cast<double>(gaps.silences.longest - pause.length) < gapPeriods * gaps.period)
+            return &pause;
+    return nullptr;
+}
+
+Finding gapFinding(Identifier const& identifier, Stream const& stream, Gaps const& gaps) {
+    Intervals::Silences const& silences = gaps.silences;
+    bool const isOne = silences.count == 1;
+    bool const isStated = stream.message->definition().cycleTime > 0.0;
+    return findingOf(CheckKind::Gap, stream,
+                     label(identifier, stream) + ": " + std::to_string(silences.count) + (isOne ? " gap" : " gaps") +
+                         " of more than ten periods of " + seconds(gaps.period) +
+                         (isStated ? " (stated)" : " (learned)") + ", " + (isOne ? "of " : "the longest ") +
+                         seconds(static_cast<double>(silences.longest)) +
+                         (!gaps.upToTheEnd ? ""
+                          : isOne          ? ", up to the end"
+                                           : ", the last one up to the end"),
+                     silences.count, silences.first);
+}
+
+// Where the recording as a whole stands still, many messages have the same gap, which is one finding.
+void checkGaps(Traffic const& traffic, std::string const& trace, std::vector<Finding>& findings) {
+    constexpr std::size_t many = 3;
+    std::map<std::uint64_t, std::pair<Pause const*, std::vector<Finding>>> common; // by place
     forEachStream(traffic, [&](Identifier const& identifier, Stream const& stream) {
-        double const stated = stream.message->definition().cycleTime * microseconds;
-        double const median = stream.intervals.median();
-        if (stream.isEvent || (stated <= 0.0 && !isPeriodic(stream.intervals, median)))
+        Gaps const gaps = gapsOf(traffic, stream);
+        if (gaps.silences.count == 0)
             return;
-        // Times that are rounded down make intervals longer or shorter by up to a step.
-        auto const tick = static_cast<double>(traffic.tick());
-        double const period = stated > 0.0 ? stated : median;
-        double const limit = gapPeriods * period;
-        if (tick == 0.0 || tick > period)
-            return;
-        Intervals::Silences silences = stream.intervals.longerThan(limit + (tick > 1.0 ? tick : 0.0));
-        // Of a learned period: pauses between bursts, if there are many.
-        constexpr std::uint64_t few = 3;
-        if (stated <= 0.0 && silences.count >= few && silences.count * 10 > stream.intervals.count())
-            return;
-        std::string end;
-        if (traffic.last().time > stream.last.time &&
-            static_cast<double>(traffic.last().time - stream.last.time) > limit + (tick > 1.0 ? tick : 0.0)) {
-            if (silences.count++ == 0)
-                silences.first = stream.last;
-            silences.longest = std::max(silences.longest, traffic.last().time - stream.last.time);
-            end = ", the last one up to the end";
+        Pause const* const pause = pauseOf(traffic, gaps);
+        std::vector<Finding>* own = &findings;
+        if (pause != nullptr) {
+            auto& entry = common[pause->before.number];
+            entry.first = pause;
+            own = &entry.second;
         }
-        if (silences.count == 0)
-            return;
-        findings.push_back(findingOf(CheckKind::Gap, stream,
-                                     label(identifier, stream) + ": " + std::to_string(silences.count) +
-                                         (silences.count == 1 ? " gap" : " gaps") + " of more than ten periods of " +
-                                         seconds(period) + (stated > 0.0 ? " (stated)" : " (learned)") + ", " +
-                                         (silences.count == 1 ? "of " : "the longest ") +
-                                         seconds(static_cast<double>(silences.longest)) + end,
-                                     silences.count, silences.first));
+        own->push_back(gapFinding(identifier, stream, gaps));
     });
+    for (auto const& [place, entry] : common) {
+        Pause const& pause = *entry.first;
+        std::vector<Finding> const& gaps = entry.second;
+        if (gaps.size() < many)
+            findings.insert(findings.end(), gaps.begin(), gaps.end());
+        else
+            findings.push_back({CheckKind::Gap, trace, place, "",
+                                "no frame at all for " + seconds(static_cast<double>(pause.length)) +
+                                    ", more than ten periods of " + std::to_string(gaps.size()) + " messages",
+                                gaps.size(), pause.before});
+    }
 }
 
 void checkPeriods(Traffic const& traffic, std::string const&, std::vector<Finding>& findings) {
@@ -170,9 +226,12 @@ void checkPeriods(Traffic const& traffic, std::string const&, std::vector<Findin
                    : period < stated * (1 - periodTolerance - arithmetic) ? -1
                                                                           : 0;
         };
-        // Either alone may deviate for other reasons: the mean by gaps and bursts, the median by rounded times.
+        // Either alone may deviate for other reasons: the mean by gaps and bursts, the median by rounded times, of
+        // which the mean then is uncertain as well.
         bool const isMedianKnown = tick <= stated * periodTolerance;
-        if (deviates(mean) == 0 || (isMedianKnown && deviates(median) != deviates(mean)))
+        double const error = isMedianKnown ? 0.0 : tick / static_cast<double>(stream.intervals.count());
+        int const deviation = deviates(isMedianKnown ? median : mean);
+        if (deviation == 0 || deviates(mean - error) != deviation || deviates(mean + error) != deviation)
             return;
         findings.push_back(findingOf(CheckKind::Period, stream,
                                      label(identifier, stream) + ": a frame every " +

@@ -204,10 +204,15 @@ void DatabaseBuilder::add(ValueTableStatement&& statement) {
 }
 
 void DatabaseBuilder::add(AttributeStatement const& statement) {
+    bool const isCycle = statement.name == MessageAttributes::cycleTime;
+    std::string const label = std::string(statement.reference.keyword) + " " + quote(statement.name) + ": ";
     std::string const cause = d_attributes.add(statement);
     if (!cause.empty())
-        report(statement.reference.line, Severity::Error,
-               std::string(statement.reference.keyword) + " " + quote(statement.name) + ": " + cause + "; left out");
+        report(statement.reference.line, Severity::Error, label + cause + "; left out",
+               isCycle ? ProblemKind::Cycle : ProblemKind::Other);
+    else if (isCycle && statement.ofMessage && !statement.value.empty() && statement.value.front() == '-')
+        report(statement.reference.line, Severity::Warning,
+               label + "the cycle time " + quote(statement.value) + " is negative; not used", ProblemKind::Cycle);
 }
 
 Database DatabaseBuilder::finish() {
