@@ -4,8 +4,6 @@
 #include "tools/check/TrafficChecks.h"
 #include "tools/definitions/ProblemText.h"
 
-#include <unordered_set>
-
 namespace qztool {
 
 namespace {
@@ -41,6 +39,9 @@ RecordingCheck::Checks RecordingCheck::makeChecks(DrivenSignal& signal) {
 
 void RecordingCheck::onMessage(Frame const& frame, std::uint64_t) {
     FramePlace const place{frame.timestamp, d_recording.place()};
+    bool const isInPackets = d_frame.bytes != frame.bytes.data();
+    if (isInPackets && !d_frame.carried.empty())
+        d_traffic.addInPackets(d_frame.carried.front()->message());
     for (DrivenSignal* const signal : d_frame.carried) {
         auto const [entry, isNew] = d_checks.try_emplace(signal);
         if (isNew)
@@ -51,25 +52,27 @@ void RecordingCheck::onMessage(Frame const& frame, std::uint64_t) {
     }
 }
 
-// Of messages that are not there at all, signals are not listed.
+// Of messages that are not there at all, signals are not listed, nor are those that nobody asked for. A definition may
+// stand for several signals, such as one for each source of the message.
 void RecordingCheck::addUnseen(std::vector<Finding>& findings) const {
-    std::unordered_set<MessageDefinition const*> seen;
-    for (Identifier const& identifier : d_traffic.identifiers())
-        for (Stream const& stream : identifier.streams)
-            if (Traffic::isServed(identifier, stream))
-                seen.insert(&stream.message->definition());
-    std::unordered_set<std::string> missing;
+    std::unordered_map<SignalDefinition const*, bool> written; // any signal of it
     for (auto const& signal : d_signals.signals())
-        if (signal->isWanted() && !signal->everWritten())
-            missing.insert(signal->instance());
+        if (signal->isWanted()) {
+            bool& any = written[&signal->definition()];
+            any = any || signal->everWritten();
+        }
     for (auto const& file : d_definitions.files())
-        for (std::size_t i = 0; i < file->database.messages.size(); ++i)
-            for (std::size_t j = 0; j < file->instances[i].size(); ++j) {
-                if (seen.count(&file->database.messages[i]) == 0 || missing.count(file->instances[i][j]) == 0)
-                    continue;
-                findings.push_back(
-                    findingOf(CheckKind::Unseen, *file, i, j, "no frame carries " + quote(file->instances[i][j])));
+        for (std::size_t i = 0; i < file->database.messages.size(); ++i) {
+            MessageDefinition const& message = file->database.messages[i];
+            if (!d_traffic.hasSeen(message))
+                continue;
+            for (std::size_t j = 0; j < message.signals.size(); ++j) {
+                auto const signal = written.find(&message.signals[j]);
+                if (signal != written.end() && !signal->second)
+                    findings.push_back(
+                        findingOf(CheckKind::Unseen, *file, i, j, "no frame carries " + quote(nameOf(*file, i, j))));
             }
+        }
 }
 
 void RecordingCheck::addTo(std::vector<Finding>& findings, std::string const& trace) const {

@@ -37,11 +37,17 @@ bool hasOtherLength(Frame const& frame, MessageDefinition const& message) {
 } // namespace
 
 Traffic::Traffic(DefinitionSet const& definitions) {
-    for (auto const& file : definitions.files())
+    for (auto const& file : definitions.files()) {
+        MessageIndex& index = d_indices.emplace_back();
         for (std::size_t i = 0; i < file->database.messages.size(); ++i) {
-            d_index.add(file->database.messages[i], d_messages.size());
+            index.add(file->database.messages[i], d_messages.size());
             d_messages.push_back({file.get(), i});
         }
+    }
+}
+
+bool Traffic::isJ1939() const {
+    return std::any_of(d_indices.begin(), d_indices.end(), [](MessageIndex const& each) { return each.hasGroups(); });
 }
 
 Identifier& Traffic::identifierOf(Frame const& frame) {
@@ -50,14 +56,15 @@ Identifier& Traffic::identifierOf(Frame const& frame) {
         return d_identifiers[entry->second];
     Identifier& identifier = d_identifiers.emplace_back();
     identifier.frames = {frame.bus, frame.channel, frame.extended(), frame.address, 0};
-    for (std::size_t const number : d_index.find(frame.bus, frame.extended(), frame.address)) {
-        ListedMessage const& message = d_messages[number];
-        if (message.network().isRestricted && message.network().channel != frame.channel)
-            continue;
-        Stream& stream = identifier.streams.emplace_back();
-        stream.message = &message;
-        stream.isEvent = frame.bus == Bus::Lin && message.definition().address != frame.address;
-    }
+    for (MessageIndex const& index : d_indices)
+        for (std::size_t const number : index.find(frame.bus, frame.extended(), frame.address)) {
+            ListedMessage const& message = d_messages[number];
+            if (message.network().isRestricted && message.network().channel != frame.channel)
+                continue;
+            Stream& stream = identifier.streams.emplace_back();
+            stream.message = &message;
+            stream.isEvent = frame.bus == Bus::Lin && message.definition().address != frame.address;
+        }
     identifier.streams.emplace_back();
     return identifier;
 }
@@ -130,6 +137,16 @@ bool Traffic::isServed(Identifier const& identifier, Stream const& stream) {
         return false;
     std::optional<std::uint8_t> const& channel = stream.message->network().channel;
     return !channel || *channel == identifier.frames.channel;
+}
+
+bool Traffic::hasSeen(MessageDefinition const& message) const {
+    if (d_inPackets.count(&message) != 0)
+        return true;
+    return std::any_of(d_identifiers.begin(), d_identifiers.end(), [&message](Identifier const& identifier) {
+        return std::any_of(identifier.streams.begin(), identifier.streams.end(), [&](Stream const& stream) {
+            return isServed(identifier, stream) && &stream.message->definition() == &message;
+        });
+    });
 }
 
 Traffic::Coverage Traffic::coverage() const {

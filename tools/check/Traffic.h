@@ -11,6 +11,7 @@
 #include <cstdint>
 #include <string>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 namespace qztool {
@@ -55,6 +56,10 @@ public:
     Traffic& operator=(Traffic const&) = delete;
 
     void add(Frame const& frame, std::uint64_t place);
+    // A message came in several frames, as those of J1939 may.
+    void addInPackets(MessageDefinition const& message) { d_inPackets.insert(&message); }
+    // True if the recording has a frame of the message, or the message in several frames.
+    bool hasSeen(MessageDefinition const& message) const;
 
     std::vector<ListedMessage> const& messages() const { return d_messages; }
     // In the order in which they were first seen.
@@ -65,7 +70,7 @@ public:
     std::uint64_t tick() const { return d_tick; }
     // The longest times without any frame, a few of them, in no particular order.
     std::vector<Pause> const& pauses() const { return d_pauses; }
-    bool isJ1939() const { return d_index.hasGroups(); }
+    bool isJ1939() const;
 
     // True if frames of the stream are those of its message: if its definitions serve the channel.
     static bool isServed(Identifier const& identifier, Stream const& stream);
@@ -83,10 +88,11 @@ private:
     static bool belongs(Frame const& frame, Stream const& stream);
     static void count(Stream& stream, Frame const& frame, FramePlace const& place);
 
-    std::vector<ListedMessage> d_messages; // does not change
-    MessageIndex d_index;
+    std::vector<ListedMessage> d_messages;                    // does not change
+    std::vector<MessageIndex> d_indices;                      // of the files
     std::unordered_map<std::uint64_t, std::size_t> d_numbers; // of identifiers, by their keys
     std::vector<Identifier> d_identifiers;
+    std::unordered_set<MessageDefinition const*> d_inPackets;
     std::uint64_t d_frames = 0;
     FramePlace d_last;
     std::uint64_t d_tick = 0;

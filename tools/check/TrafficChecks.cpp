@@ -3,12 +3,12 @@
 
 #include "tools/base/Numbers.h"
 #include "tools/definitions/ProblemText.h"
+#include "tools/drive/can/TransportProtocol.h"
 
 #include <algorithm>
 #include <cmath>
 #include <map>
 #include <tuple>
-#include <unordered_set>
 
 namespace qztool {
 
@@ -51,11 +51,12 @@ Finding findingOf(CheckKind kind, Stream const& stream, std::string text, std::u
 // contents are messages of their own.
 bool isProtocol(Traffic const& traffic, TalliedFrames const& frames) {
     constexpr std::uint32_t firstReserved = 60;
-    constexpr std::uint32_t packetGroups[] = {0xC700, 0xC800, 0xEB00, 0xEC00};
+    constexpr std::uint32_t packetGroups[] = {transport::connection, transport::data, transport::extended,
+                                              0x00C70000}; // packets of the extended protocol
     if (frames.bus == Bus::Lin)
         return frames.address >= firstReserved;
     return frames.bus == Bus::Can && frames.extended && traffic.isJ1939() &&
-           std::find(std::begin(packetGroups), std::end(packetGroups), parameterGroup(frames.address)) !=
+           std::find(std::begin(packetGroups), std::end(packetGroups), groupOf(frames.address)) !=
                std::end(packetGroups);
 }
 
@@ -77,8 +78,8 @@ void checkUndefined(Traffic const& traffic, std::string const& trace, std::vecto
                            framesText(stream.count);
         if (period > 0.0)
             text += ", every " + seconds(period);
-        findings.push_back(
-            {CheckKind::Undefined, trace, stream.first.number, "", std::move(text), stream.count, stream.first});
+        findings.push_back({CheckKind::Undefined, trace, static_cast<std::size_t>(stream.first.number), "",
+                            std::move(text), stream.count, stream.first});
     }
 }
 
@@ -97,10 +98,8 @@ void checkLengths(Traffic const& traffic, std::string const&, std::vector<Findin
 }
 
 void checkUnseen(Traffic const& traffic, std::string const&, std::vector<Finding>& findings) {
-    std::unordered_set<ListedMessage const*> seen;
-    forEachStream(traffic, [&seen](Identifier const&, Stream const& stream) { seen.insert(stream.message); });
     for (ListedMessage const& message : traffic.messages())
-        if (seen.count(&message) == 0) {
+        if (!traffic.hasSeen(message.definition())) {
             MessageDefinition const& definition = message.definition();
             TalliedFrames const frames{definition.bus, 0, definition.extended, definition.address, 0};
             findings.push_back(
@@ -203,7 +202,7 @@ void checkGaps(Traffic const& traffic, std::string const& trace, std::vector<Fin
         if (gaps.size() < many)
             findings.insert(findings.end(), gaps.begin(), gaps.end());
         else
-            findings.push_back({CheckKind::Gap, trace, place, "",
+            findings.push_back({CheckKind::Gap, trace, static_cast<std::size_t>(place), "",
                                 "no frame at all for " + seconds(static_cast<double>(pause.length)) +
                                     ", more than ten periods of " + std::to_string(gaps.size()) + " messages",
                                 gaps.size(), pause.before});

@@ -65,7 +65,7 @@ public:
           d_console(console),
           d_reporter(console, options.definitions.quiet),
           d_problems(d_reporter),
-          d_definitions(d_problems),
+          d_definitions(d_problems, options.definitions.decoding),
           d_signals(d_definitions, d_frame, d_problems) {}
 
     int run() {

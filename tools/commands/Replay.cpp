@@ -44,7 +44,7 @@ public:
         : d_options(options),
           d_console(console),
           d_reporter(console, options.definitions.quiet),
-          d_definitions(d_reporter),
+          d_definitions(d_reporter, options.definitions.decoding),
           d_signals(d_definitions, d_frame, d_reporter),
           d_pacer(speed()) {}
 
@@ -69,7 +69,8 @@ public:
             d_signals.keep();
         UnfedFrames const unfed = sortOut(drive.unfed(), d_definitions);
         ExitStatus status = report(drive, unfed, d_options.trace, d_console);
-        if (status == exitSuccess && drive.counts().decoded == 0 && !stopRequested()) {
+        bool const hasFed = drive.counts().decoded != 0 || drive.transport().messages != 0;
+        if (status == exitSuccess && !hasFed && !stopRequested()) {
             d_console.error(d_options.trace, ": none of its frames carries a signal that is shared");
             status = exitNothingUsable;
         }
@@ -116,7 +117,7 @@ private:
                             << "not picked: " << unfed.notPicked << "\n"
                             << "on other channels: " << counts.otherChannel + unfed.otherChannel << otherChannels()
                             << "\n"
-                            << "CAN FD frames: " << counts.fdFrames << "\n"
+                            << packets(drive) << "CAN FD frames: " << counts.fdFrames << "\n"
                             << "remote frames: " << counts.remoteFrames << "\n"
                             << "error frames: " << counts.errorFrames << "\n"
                             << "malformed lines: " << findings.malformedCount() << malformedNumbers(findings) << "\n"
@@ -129,6 +130,16 @@ private:
 
     long long framesPerSecond(DriveCounts const& counts) const {
         return d_seconds > 0 ? std::llround(static_cast<double>(counts.frames) / d_seconds) : 0;
+    }
+
+    // A line about messages that come in several frames, where there are any.
+    static std::string packets(Drive const& drive) {
+        TransportCounts const transport = drive.transport();
+        if (transport.packets == 0 && transport.extended == 0)
+            return "";
+        return "packets of longer messages: " + std::to_string(drive.counts().packets) + " frames, " +
+               std::to_string(transport.messages) + " messages, " + std::to_string(transport.lost) + " lost, " +
+               std::to_string(transport.aborted) + " aborted, " + std::to_string(transport.extended) + " too long\n";
     }
 
     // Such as " (car.dbc serves can0)", of files whose messages were seen elsewhere, too.
@@ -159,11 +170,18 @@ private:
         json["otherChannels"] = counts.otherChannel + unfed.otherChannel;
         json["served"] = nlohmann::ordered_json::array();
         for (Network const& network : d_definitions.channels().networks())
-            json["served"].push_back(
-                {{"file", d_definitions.files()[network.file]->path},
-                 {"bus", busName(network.bus)},
-                 {"channel", network.channel ? nlohmann::ordered_json(*network.channel) : nlohmann::ordered_json()},
-                 {"otherChannels", network.foreignFrames}});
+            if (!network.servesEach)
+                json["served"].push_back(
+                    {{"file", d_definitions.files()[network.file]->path},
+                     {"bus", busName(network.bus)},
+                     {"channel", network.channel ? nlohmann::ordered_json(*network.channel) : nlohmann::ordered_json()},
+                     {"otherChannels", network.foreignFrames}});
+        TransportCounts const transport = drive.transport();
+        json["packets"] = counts.packets;
+        json["transport"] = {{"messages", transport.messages},
+                             {"lost", transport.lost},
+                             {"aborted", transport.aborted},
+                             {"extended", transport.extended}};
         json["fdFrames"] = counts.fdFrames;
         json["remoteFrames"] = counts.remoteFrames;
         json["errorFrames"] = counts.errorFrames;

@@ -59,7 +59,7 @@ public:
           d_reporter(console, options.definitions.quiet),
           d_stop(console.results()),
           d_expression(options.expression),
-          d_definitions(d_reporter),
+          d_definitions(d_reporter, options.definitions.decoding),
           d_signals(d_definitions, d_frame, d_reporter),
           d_printer(console.results(), formatOf(options.format), options.level) {}
 

@@ -17,6 +17,13 @@ void addDefinitionOptions(CLI::App& parser, DefinitionOptions& options) {
         ->required()
         ->allow_extra_args(false); // what follows its file may be the recording
     parser.add_flag("--quiet", options.quiet, "Do not print warnings about definition files");
+    parser.add_flag(
+        "--j1939", options.decoding.byParameterGroup,
+        "Match all frames with identifiers of 29 bits by their J1939 parameter group, also if the definition "
+        "files do not say so. The first source address has the plain names, further ones are called "
+        "Message_SA0B.Signal");
+    parser.add_flag("--channel-prefix", options.decoding.channelPrefix,
+                    "Put the channel before each name, as in can0.Message.Signal, so that a file serves all channels");
 }
 
 } // namespace qztool

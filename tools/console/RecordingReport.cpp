@@ -31,6 +31,12 @@ ExitStatus report(Drive const& drive, UnfedFrames const& unfed, std::string cons
     for (Malformed const& malformed : findings.malformed())
         console.error(path, hasLines ? ":" : ": " + std::string(drive.recording().placeKind()) + " ",
                       malformed.places.text(), ": ", malformed.cause);
+    TransportCounts const transport = drive.transport();
+    if (transport.lost != 0)
+        console.warning(path, ": packets are missing of ", transport.lost, " J1939 messages, which were left out");
+    if (transport.extended != 0)
+        console.warning(path, ": ", transport.extended,
+                        " J1939 messages of more than 1785 bytes (extended transport protocol) were left out");
     if (stopRequested())
         return failed ? exitNothingUsable : exitSuccess;
     if (frames == 0) {

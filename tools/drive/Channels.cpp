@@ -11,6 +11,8 @@ namespace qztool {
 
 namespace {
 
+constexpr unsigned mostFiled = 255; // channel numbers of the library are bytes
+
 std::optional<std::uint8_t> channelOf(std::string const& prefix) {
     if (!std::all_of(prefix.begin(), prefix.end(), [](unsigned char c) { return std::isalnum(c) != 0; }))
         return std::nullopt;
@@ -31,29 +33,76 @@ DefinitionFile parseDefinitionFile(std::string const& argument) {
     return {std::nullopt, argument};
 }
 
+// Networks that serve each channel have no signals.
+unsigned Channels::nextFiled(Bus bus) const {
+    return static_cast<unsigned>(std::count_if(d_networks.begin(), d_networks.end(), [bus](Network const& network) {
+        return network.bus == bus && !network.servesEach;
+    }));
+}
+
 Network& Channels::add(Bus bus, std::size_t file, std::optional<std::uint8_t> channel) {
-    auto const others = std::count_if(d_networks.begin(), d_networks.end(),
-                                      [bus](Network const& network) { return network.bus == bus; });
+    unsigned const filed = nextFiled(bus);
     Network& added = d_networks.emplace_back();
     added.bus = bus;
     added.file = file;
     added.channel = channel;
     added.isRestricted = channel.has_value();
-    added.filed = static_cast<std::uint8_t>(others);
+    added.servesEach = d_inNames && !channel;
+    added.filed = filed;
     fillCandidates(bus);
     return added;
+}
+
+Network& Channels::open(Network& network, std::uint8_t channel) {
+    for (Network& each : d_networks)
+        if (each.madeOf == &network && each.channel == channel)
+            return each;
+    unsigned const filed = nextFiled(network.bus);
+    Network& opened = d_networks.emplace_back();
+    opened.bus = network.bus;
+    opened.file = network.file;
+    opened.index = network.index;
+    opened.channel = channel;
+    opened.madeOf = &network;
+    opened.filed = filed;
+    opened.eventTriggered = network.eventTriggered;
+    if (network.groups)
+        opened.groups = std::make_unique<ParameterGroups>(network.groups->unseen());
+    fillCandidates(network.bus);
+    return opened;
+}
+
+void Channels::openFor(Frame const& frame) {
+    if (d_late == nullptr)
+        return;
+    auto const unopened = d_candidates[static_cast<std::size_t>(frame.bus)][frame.channel].unopened;
+    for (Network* const network : unopened)
+        if (d_late->isOf(*network, frame))
+            d_late->onChannel(open(*network, frame.channel));
 }
 
 void Channels::fillCandidates(Bus bus) {
     auto& candidates = d_candidates[static_cast<std::size_t>(bus)];
     for (std::size_t channel = 0; channel < candidates.size(); ++channel) {
-        std::vector<Network*> restricted, others;
-        for (Network& network : d_networks)
-            if (network.bus == bus && network.isRestricted && *network.channel == channel)
+        std::vector<Network*> restricted, others, unopened;
+        for (Network& network : d_networks) {
+            if (network.bus != bus)
+                continue;
+            bool const isOther = network.channel && *network.channel != channel;
+            if (network.madeOf != nullptr && !isOther)
+                unopened.erase(std::find(unopened.begin(), unopened.end(), network.madeOf));
+            if (network.filed > mostFiled)
+                continue; // no signal of it can be built
+            if (network.isRestricted && !isOther)
                 restricted.push_back(&network);
-            else if (network.bus == bus && !network.isRestricted)
+            else if (network.servesEach)
+                unopened.push_back(&network);
+            else if (!network.isRestricted && (network.madeOf == nullptr || !isOther))
                 others.push_back(&network);
-        candidates[channel] = restricted.empty() ? std::move(others) : std::move(restricted);
+        }
+        if (!restricted.empty())
+            unopened.clear();
+        candidates[channel] = {restricted.empty() ? std::move(others) : std::move(restricted), std::move(unopened)};
     }
 }
 

@@ -23,11 +23,15 @@ struct CurrentFrame {
     std::vector<DrivenSignal*> carried;
 
     void begin(Frame const& frame) {
+        begin(frame.bytes.data(), frame.length);
+        cycle = frame.cycle;
+    }
+    // A message whose payload may have come in several frames.
+    void begin(std::uint8_t const* payload, unsigned payloadLength) {
         ++number;
         carried.clear();
-        bytes = frame.bytes.data();
-        length = frame.length;
-        cycle = frame.cycle;
+        bytes = payload;
+        length = payloadLength;
     }
 };
 

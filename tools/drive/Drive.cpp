@@ -47,10 +47,18 @@ void Drive::feed() {
     case Feeder::Fed::OtherChannel:
         ++d_counts.otherChannel;
         break;
+    case Feeder::Fed::Packet:
+        ++d_counts.packets;
+        break;
     case Feeder::Fed::Message:
         ++d_counts.decoded;
         break;
     }
+}
+
+TransportCounts Drive::transport() const {
+    Feeder const* const feeder = d_feeders[static_cast<std::size_t>(Bus::Can)].get();
+    return feeder != nullptr ? feeder->transport() : TransportCounts();
 }
 
 void Drive::onMessage(std::uint64_t message) {

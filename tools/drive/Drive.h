@@ -35,6 +35,7 @@ struct DriveCounts {
     std::uint64_t frames = 0;       // data frames that were offered to signals
     std::uint64_t decoded = 0;      // of these, the ones that carry any
     std::uint64_t otherChannel = 0; // likewise, those that would if definitions did not serve another channel
+    std::uint64_t packets = 0;      // likewise, those that are part of a message that comes in several
     std::uint64_t fdFrames = 0;     // likewise, those of CAN FD
     std::uint64_t remoteFrames = 0;
     std::uint64_t errorFrames = 0;
@@ -52,6 +53,8 @@ public:
 
     RecordingReader const& recording() const { return d_recording; }
     DriveCounts const& counts() const { return d_counts; }
+    // Messages that came in several frames.
+    TransportCounts transport() const;
     // Data frames that carry no signal that is there.
     FrameTally const& unfed() const { return d_unfed; }
 

@@ -1,6 +1,7 @@
 // Hands the frames of one kind of bus to their signals.
 #pragma once
 
+#include "tools/drive/can/TransportProtocol.h"
 #include "tools/recordings/Frame.h"
 
 #include <cstdint>
@@ -20,13 +21,17 @@ public:
     enum class Fed {
         Nothing,      // the frame carries no signal that is there
         OtherChannel, // it does, but its definitions serve another channel
+        Packet,       // it is part of a message that comes in several frames
         Message       // one at least
     };
 
     virtual ~Feeder() = default;
 
-    // Feeds a data frame of the feeder's bus. Allocates nothing.
+    // Feeds a data frame of the feeder's bus. Allocates nothing, but for what is seen for the first time: a channel, a
+    // source address, a message that comes in several frames.
     virtual Fed feed(Frame const& frame, MessageSink& sink) = 0;
+    // Messages that came in several frames so far.
+    virtual TransportCounts transport() const { return {}; }
 };
 
 } // namespace qztool

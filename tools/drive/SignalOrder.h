@@ -13,9 +13,10 @@ struct SignalOrder {
     MessageDefinition const& message;
     SignalDefinition const& signal;
     std::string const& instance;
-    std::uint8_t channel; // under which it is filed
-    bool shared;          // in a segment; otherwise in this process alone
-    bool wanted;          // for its value; otherwise it is there for the signals that it selects
+    std::uint8_t channel;  // under which it is filed
+    std::uint32_t address; // likewise
+    bool shared;           // in a segment; otherwise in this process alone
+    bool wanted;           // for its value; otherwise it is there for the signals that it selects
 };
 
 } // namespace qztool

@@ -2,10 +2,12 @@
 #include "tools/drive/SignalSet.h"
 
 #include "tools/drive/Buses.h"
-#include "tools/drive/SegmentPlan.h"
+#include "tools/drive/Names.h"
+#include "tools/drive/can/TransportProtocol.h"
 
 #include <algorithm>
 #include <fnmatch.h>
+#include <utility>
 
 namespace qztool {
 
@@ -19,6 +21,16 @@ std::string sharedKeyText(std::string const& instance, std::string const& other)
 
 } // namespace
 
+SignalSet::SignalSet(DefinitionSet& definitions, CurrentFrame& frame, Reporter& reporter)
+    : d_definitions(definitions), d_frame(frame), d_reporter(reporter) {
+    definitions.channels().setLateSignals(this);
+}
+
+SignalSet::~SignalSet() {
+    if (d_definitions.channels().lateSignals() == this)
+        d_definitions.channels().setLateSignals(nullptr);
+}
+
 SignalSet::Built SignalSet::checkDefinitions() const {
     if (d_definitions.hasSignals())
         return Built::Ready;
@@ -28,24 +40,34 @@ SignalSet::Built SignalSet::checkDefinitions() const {
     return d_definitions.problems() != 0 ? Built::BadFiles : Built::NoSignals;
 }
 
-SignalSet::Plan SignalSet::pick(File const& file, Test const& picked, Fate fate) const {
-    Plan plan;
-    for (std::vector<std::string> const& instances : file.instances) {
-        std::vector<Fate>& fates = plan.emplace_back();
-        for (std::string const& instance : instances)
-            fates.push_back(!instance.empty() && picked(instance) ? fate : Fate::None);
+bool SignalSet::resolve(std::vector<std::string>& patterns) const {
+    std::vector<std::string> const names = d_definitions.names();
+    bool resolved = true;
+    for (std::string& pattern : patterns) {
+        if (std::any_of(names.begin(), names.end(), [&](std::string const& name) { return matches(pattern, name); }))
+            continue;
+        std::vector<std::string> const meant = d_definitions.meantBy(pattern);
+        if (meant.size() > 1)
+            d_reporter.error("'" + pattern + "' may be any of " + listText(meant));
+        resolved = resolved && meant.size() < 2;
+        if (meant.size() == 1)
+            pattern = meant.front();
     }
-    return plan;
+    return resolved;
 }
 
-SignalSet::Test SignalSet::matching(std::vector<std::string> const& only) const {
-    return [this, &only](std::string const& instance) {
-        std::string const& original = d_definitions.originalOf(instance);
+bool SignalSet::matches(std::string const& pattern, std::string const& instance) const {
+    return fnmatch(pattern.c_str(), instance.c_str(), 0) == 0 ||
+           fnmatch(pattern.c_str(), d_definitions.originalOf(instance).c_str(), 0) == 0;
+}
+
+bool SignalSet::couldMatchLate(std::vector<std::string> const& only) const {
+    return d_definitions.anyLateName([&only](std::string const& instance, std::string const& original) {
         return only.empty() || std::any_of(only.begin(), only.end(), [&](std::string const& pattern) {
                    return fnmatch(pattern.c_str(), instance.c_str(), 0) == 0 ||
                           fnmatch(pattern.c_str(), original.c_str(), 0) == 0;
                });
-    };
+    });
 }
 
 SignalSet::Built SignalSet::noMatch(std::vector<std::string> const& only) const {
@@ -56,142 +78,235 @@ SignalSet::Built SignalSet::noMatch(std::vector<std::string> const& only) const 
     return Built::NoMatch;
 }
 
-// A multiplexor above a signal is needed, if only for this process.
-void SignalSet::addMultiplexors(File const& file, Plan& plan) const {
-    for (std::size_t i = 0; i < plan.size(); ++i) {
-        std::vector<SignalDefinition> const& signals = file.database.messages[i].signals;
-        // Backwards, as a multiplexor precedes the signals that it selects.
-        for (std::size_t j = signals.size(); j-- > 0;)
-            if (plan[i][j] != Fate::None && signals[j].multiplexor) {
-                Fate& above = plan[i][*signals[j].multiplexor];
-                above = above == Fate::None ? Fate::Helper : above;
-            }
-    }
+SignalSet::Part SignalSet::partOf(Network const& network, std::size_t message, std::optional<std::uint8_t> source) {
+    std::vector<std::string> const& names = d_definitions.namesOf(network, message, source);
+    std::uint32_t const address = d_definitions.files()[network.file]->database.messages[message].address;
+    Part part{network, message, source ? sourceIdentifier(address, *source) : address, names, {}};
+    for (std::string const& name : names)
+        part.fates.push_back(!name.empty() && d_picked(name) ? d_fate : Fate::None);
+    return part;
 }
 
-// Returns the number of those that were picked.
-std::size_t SignalSet::buildPrivate(Test const& picked) {
+SignalSet::Parts SignalSet::partsOf(Network const& network) {
+    Parts parts;
+    std::vector<MessageDefinition> const& messages = d_definitions.files()[network.file]->database.messages;
+    for (std::size_t i = 0; i < messages.size(); ++i)
+        if (messages[i].channel == network.index)
+            parts.push_back(partOf(network, i, std::nullopt));
+    return parts;
+}
+
+// Of the signals that need no channel or source address.
+SignalSet::Parts SignalSet::earlyParts() {
+    Parts parts;
+    for (auto const& file : d_definitions.files())
+        for (std::size_t i = 0; i < file->database.messages.size(); ++i)
+            if (Network const& network = *file->networks[file->database.messages[i].channel]; !network.servesEach)
+                parts.push_back(partOf(network, i, std::nullopt));
+    return parts;
+}
+
+std::size_t SignalSet::countOf(Parts const& parts, Fate fate) {
     std::size_t count = 0;
-    for (auto const& file : d_definitions.files()) {
-        Plan plan = pick(*file, picked, Fate::Private);
-        for (std::vector<Fate> const& fates : plan)
-            count += static_cast<std::size_t>(std::count(fates.begin(), fates.end(), Fate::Private));
-        addMultiplexors(*file, plan);
-        std::vector<Problem> problems;
-        buildFile(*file, plan, problems);
-    }
+    for (Part const& part : parts)
+        count += static_cast<std::size_t>(std::count(part.fates.begin(), part.fates.end(), fate));
     return count;
+}
+
+SignalSet::Built SignalSet::begin(Fate fate, std::vector<std::string> const& only) {
+    if (Built const checked = checkDefinitions(); checked != Built::Ready)
+        return checked;
+    std::vector<std::string> patterns = only;
+    if (!resolve(patterns))
+        return Built::NoMatch;
+    d_fate = fate;
+    d_picksAll = patterns.empty();
+    d_picked = [this, patterns](std::string const& instance) {
+        return patterns.empty() || std::any_of(patterns.begin(), patterns.end(),
+                                               [&](std::string const& pattern) { return matches(pattern, instance); });
+    };
+    Parts parts = earlyParts();
+    std::size_t const picked = countOf(parts, fate);
+    if (picked == 0 && !couldMatchLate(patterns))
+        return noMatch(only);
+    build(parts);
+    if (fate != Fate::Shared || picked == 0)
+        return Built::Ready;
+    if (d_hasReportedShortage)
+        return Built::NoSegments;
+    if (d_sharedCount != picked)
+        d_reporter.error(std::to_string(picked - d_sharedCount) + " of " + std::to_string(picked) +
+                         " signals could not be shared");
+    return d_sharedCount != 0 ? Built::Ready : Built::NoSegments;
+}
+
+SignalSet::Built SignalSet::share(std::vector<std::string> const& only) {
+    return begin(Fate::Shared, only);
+}
+
+SignalSet::Built SignalSet::build(std::vector<std::string> const& only) {
+    return begin(Fate::Private, only);
 }
 
 SignalSet::Built SignalSet::buildNamed(std::unordered_set<std::string> const& names) {
     if (Built const checked = checkDefinitions(); checked != Built::Ready)
         return checked;
-    buildPrivate([&names](std::string const& instance) { return names.count(instance) != 0; });
+    d_picked = [names](std::string const& instance) { return names.count(instance) != 0; };
+    Parts parts = earlyParts();
+    build(parts);
+    for (std::string const& name : names)
+        buildLate(name);
     return Built::Ready;
 }
 
-SignalSet::Built SignalSet::build(std::vector<std::string> const& only) {
-    if (Built const checked = checkDefinitions(); checked != Built::Ready)
-        return checked;
-    return buildPrivate(matching(only)) != 0 ? Built::Ready : noMatch(only);
+// A name with a channel or a source address that has not been seen yet.
+void SignalSet::buildLate(std::string const& instance) {
+    std::optional<DefinitionSet::LateName> const name = d_definitions.lateName(instance);
+    if (!name)
+        return;
+    Network* network = name->network;
+    if (name->channel) {
+        std::size_t const known = d_definitions.channels().networks().size();
+        network = &d_definitions.channels().open(*network, *name->channel);
+        if (d_definitions.channels().networks().size() != known)
+            onChannel(*network);
+    }
+    if (name->source)
+        buildSource(*network, name->message, *name->source, false);
 }
 
-SignalSet::Built SignalSet::share(std::vector<std::string> const& only) {
-    if (Built const checked = checkDefinitions(); checked != Built::Ready)
-        return checked;
-    Test const matches = matching(only);
-    std::vector<Plan> plans;
-    std::vector<std::vector<Problem>> problems;
-    std::vector<std::string> picked;
-    for (auto const& file : d_definitions.files()) {
-        Plan& plan = plans.emplace_back(pick(*file, matches, Fate::Shared));
-        problems.push_back(leaveOutUnshareable(*file, plan));
-        for (std::size_t i = 0; i < plan.size(); ++i)
-            for (std::size_t j = 0; j < plan[i].size(); ++j)
-                if (plan[i][j] == Fate::Shared)
-                    picked.push_back(file->instances[i][j]);
+bool SignalSet::isOf(Network const& network, Frame const& frame) const {
+    if (d_definitions.defines(network, frame.extended(), frame.address))
+        return true;
+    std::uint32_t group = 0;
+    return network.groups && groupOf(frame.address) == transport::connection && frame.extended() &&
+           TransportProtocol::announces(frame, group) && network.groups->defines(group);
+}
+
+void SignalSet::onChannel(Network& network) {
+    Parts parts = partsOf(network);
+    build(parts);
+}
+
+void SignalSet::onSource(Network& network, std::size_t message, std::uint8_t source, bool hasPlainNames) {
+    // With a pattern, signals may be picked by the name with the source, but not by the plain one.
+    if (!hasPlainNames || !d_picksAll)
+        buildSource(network, message, source, hasPlainNames);
+}
+
+void SignalSet::buildSource(Network& network, std::size_t message, std::uint8_t source, bool hasPlainNames) {
+    if (!d_sources.insert({&network, message, source}).second)
+        return;
+    Parts parts;
+    Part& part = parts.emplace_back(partOf(network, message, source));
+    std::vector<std::string> const& plain = d_definitions.namesOf(network, message, std::nullopt);
+    for (std::size_t i = 0; i < plain.size() && hasPlainNames; ++i)
+        if (!plain[i].empty() && d_picked(plain[i]))
+            part.fates[i] = Fate::None;
+    build(parts);
+}
+
+// Reports what is wrong with them.
+void SignalSet::build(Parts& parts) {
+    Problems problems(d_definitions.files().size());
+    if (countOf(parts, Fate::Shared) != 0) {
+        leaveOutUnshareable(parts, problems);
+        if (!hasSegmentsFor(parts))
+            return;
+        claimKeys(parts, problems);
     }
-    if (picked.empty())
-        return noMatch(only);
-    if (std::optional<SegmentShortage> const shortage = segmentShortage(picked)) {
+    for (Part& part : parts) {
+        addMultiplexors(part);
+        buildPart(part, problems[part.network.file]);
+    }
+    d_frame.carried.reserve(d_signals.size()); // so that feeding allocates nothing
+    for (std::size_t i = 0; i < problems.size(); ++i) {
+        std::stable_sort(problems[i].begin(), problems[i].end(),
+                         [](Problem const& a, Problem const& b) { return a.line < b.line; });
+        if (!problems[i].empty())
+            d_reporter.problems(d_definitions.files()[i]->path, problems[i]);
+    }
+}
+
+void SignalSet::leaveOutUnshareable(Parts& parts, Problems& problems) const {
+    for (Part& part : parts)
+        for (std::size_t i = 0; i < part.fates.size(); ++i) {
+            if (part.fates[i] != Fate::Shared)
+                continue;
+            std::string const problem = keyFileProblem(part.names[i]);
+            if (problem.empty())
+                continue;
+            part.fates[i] = Fate::None;
+            problems[part.network.file].push_back({messageOf(part).signals[i].line, Severity::Error,
+                                                   "'" + part.names[i] + "' cannot be shared: " + problem});
+        }
+}
+
+// Otherwise reports it, once.
+bool SignalSet::hasSegmentsFor(Parts const& parts) {
+    std::vector<std::string> picked;
+    for (Part const& part : parts)
+        for (std::size_t i = 0; i < part.fates.size(); ++i)
+            if (part.fates[i] == Fate::Shared)
+                picked.push_back(part.names[i]);
+    std::optional<SegmentShortage> const shortage = segmentShortage(picked);
+    if (!shortage)
+        return true;
+    if (!std::exchange(d_hasReportedShortage, true))
         d_reporter.error(
             std::to_string(shortage->wanted) + " signals need a shared memory segment each, but the kernel allows " +
             std::to_string(shortage->limit) + " (kernel.shmmni), of which " + std::to_string(shortage->inUse) +
             " are in use; pick signals with --only, or raise the limit with: sysctl kernel.shmmni=" +
             std::to_string(shortage->inUse + shortage->wanted));
-        return Built::NoSegments;
-    }
-    SegmentKeys keys;
-    for (std::size_t f = 0; f < plans.size(); ++f) {
-        File const& file = *d_definitions.files()[f];
-        for (std::size_t i = 0; i < plans[f].size(); ++i)
-            for (std::size_t j = 0; j < plans[f][i].size(); ++j) {
-                if (plans[f][i][j] != Fate::Shared)
-                    continue;
-                std::string const& instance = file.instances[i][j];
-                std::string const other = keys.claim(instance);
-                if (other.empty())
-                    continue;
-                plans[f][i][j] = Fate::None;
-                problems[f].push_back(
-                    {file.database.messages[i].signals[j].line, Severity::Error, sharedKeyText(instance, other)});
-            }
-        addMultiplexors(file, plans[f]);
-        buildFile(file, plans[f], problems[f]);
-    }
-    if (d_sharedCount != picked.size())
-        d_reporter.error(std::to_string(picked.size() - d_sharedCount) + " of " + std::to_string(picked.size()) +
-                         " signals could not be shared");
-    return d_sharedCount != 0 ? Built::Ready : Built::NoSegments;
+    return false;
 }
 
-std::vector<Problem> SignalSet::leaveOutUnshareable(File const& file, Plan& plan) const {
-    std::vector<Problem> problems;
-    for (std::size_t i = 0; i < plan.size(); ++i)
-        for (std::size_t j = 0; j < plan[i].size(); ++j) {
-            if (plan[i][j] != Fate::Shared)
+void SignalSet::claimKeys(Parts& parts, Problems& problems) {
+    for (Part& part : parts)
+        for (std::size_t i = 0; i < part.fates.size(); ++i) {
+            if (part.fates[i] != Fate::Shared)
                 continue;
-            std::string const problem = keyFileProblem(file.instances[i][j]);
-            if (problem.empty())
+            std::string const other = d_keys.claim(part.names[i]);
+            if (other.empty())
                 continue;
-            plan[i][j] = Fate::None;
-            problems.push_back({file.database.messages[i].signals[j].line, Severity::Error,
-                                "'" + file.instances[i][j] + "' cannot be shared: " + problem});
+            part.fates[i] = Fate::None;
+            problems[part.network.file].push_back(
+                {messageOf(part).signals[i].line, Severity::Error, sharedKeyText(part.names[i], other)});
         }
-    return problems;
 }
 
-// Reports the problems, those that come up as well.
-void SignalSet::buildFile(File const& file, Plan const& plan, std::vector<Problem>& problems) {
-    for (std::size_t i = 0; i < plan.size(); ++i)
-        buildMessage(file, i, plan[i], problems);
-    d_frame.carried.reserve(d_signals.size()); // so that feeding allocates nothing
-    std::stable_sort(problems.begin(), problems.end(),
-                     [](Problem const& a, Problem const& b) { return a.line < b.line; });
-    d_reporter.problems(file.path, problems);
+// A multiplexor above a signal is needed, if only for this process.
+void SignalSet::addMultiplexors(Part& part) const {
+    std::vector<SignalDefinition> const& signals = messageOf(part).signals;
+    // Backwards, as a multiplexor precedes the signals that it selects.
+    for (std::size_t i = signals.size(); i-- > 0;)
+        if (part.fates[i] != Fate::None && signals[i].multiplexor) {
+            Fate& above = part.fates[*signals[i].multiplexor];
+            above = above == Fate::None ? Fate::Helper : above;
+        }
 }
 
-void SignalSet::buildMessage(File const& file, std::size_t index, std::vector<Fate> const& fates,
-                             std::vector<Problem>& problems) {
-    MessageDefinition const& message = file.database.messages[index];
+void SignalSet::buildPart(Part const& part, std::vector<Problem>& problems) {
+    MessageDefinition const& message = messageOf(part);
     BusSupport const* const support = supportOf(message.bus);
     if (support == nullptr)
         return;
-    std::uint8_t const channel = file.networks[message.channel]->filed;
-    if (channel >= support->networks) {
-        if (std::any_of(fates.begin(), fates.end(), [](Fate fate) { return fate != Fate::None; }))
+    if (part.network.filed >= support->networks) {
+        if (std::any_of(part.fates.begin(), part.fates.end(), [](Fate fate) { return fate != Fate::None; }))
             problems.push_back({message.line, Severity::Error,
                                 "'" + message.name + "' is left out, as frames of more than " +
                                     std::to_string(support->networks) + " " + busName(message.bus) +
                                     " networks cannot be distinguished"});
         return;
     }
+    auto const channel = static_cast<std::uint8_t>(part.network.filed);
     std::vector<DrivenSignal*> built(message.signals.size()); // null: not there
     for (std::size_t i = 0; i < message.signals.size(); ++i) {
-        if (fates[i] == Fate::None)
+        Fate const fate = part.fates[i];
+        if (fate == Fate::None)
             continue;
         SignalDefinition const& signal = message.signals[i];
-        std::string const& instance = file.instances[index][i];
+        std::string const& instance = part.names[i];
         DrivenSignal const* const multiplexor = signal.multiplexor ? built[*signal.multiplexor] : nullptr;
         if (signal.multiplexor && multiplexor == nullptr) {
             problems.push_back({signal.line, Severity::Error,
@@ -200,7 +315,7 @@ void SignalSet::buildMessage(File const& file, std::size_t index, std::vector<Fa
             continue;
         }
         d_signals.push_back(support->build(
-            {message, signal, instance, channel, fates[i] == Fate::Shared, fates[i] != Fate::Helper}, d_frame));
+            {message, signal, instance, channel, part.address, fate == Fate::Shared, fate != Fate::Helper}, d_frame));
         built[i] = d_signals.back().get();
         if (multiplexor != nullptr)
             built[i]->selectBy(*multiplexor, signal.selectedBy);

@@ -264,6 +264,27 @@ TEST_F(RecordingChecks, framesOfLinAndTheirEventsAreThoseOfTheirMessages) {
     EXPECT_EQ(d_coverage.identifiers, 0.5);
 }
 
+TEST_F(RecordingChecks, messagesOfJ1939AreKnownByTheirGroup) {
+    // EEC1 (F004) from source 0, VI (FEEC) of 17 bytes, and one that no frame carries.
+    std::string const definitions =
+        "BO_ 2565866496 EEC1: 8 X\n SG_ Torque : 0|8@1+ (1,0) [0|200] \"\" X\n"
+        "BO_ 2566843392 VI: 17 X\n SG_ First : 0|8@1+ (1,0) [0|255] \"\" X\n SG_ Last : 128|8@1+ (1,0) [0|255] \"\" X\n"
+        "BO_ 2566844672 EEC9: 8 X\n SG_ A : 0|8@1+ (1,0) [0|255] \"\" X\n"
+        "BA_DEF_ \"ProtocolType\" STRING;\nBA_ \"ProtocolType\" \"J1939\";\n";
+    std::vector<Finding> const found = checkDbc(
+        definitions, frameLine(1, "0CF0040B#C900000000000000") + frameLine(2, "0CF00400#FF00000000000000") +
+                         frameLine(3, "18ECFF00#20110003FFECFE00") + frameLine(3.1, "18EBFF00#0101020304050607") +
+                         frameLine(3.2, "18EBFF00#0208090A0B0C0D0E") + frameLine(3.3, "18EBFF00#030F1011FFFFFFFF") +
+                         frameLine(4, "18FE0000#00"));
+    EXPECT_EQ(textOf(found, CheckKind::OutOfRange),
+              "2 EEC1.Torque 1: 'EEC1.Torque': 1 value outside [0|200], 201 (1.000000, 1)\n")
+        << "FF is not available";
+    EXPECT_EQ(textOf(found, CheckKind::Unseen), "6 - 1: no frame of 'EEC9' (18FEF100)\n");
+    EXPECT_EQ(textOf(found, CheckKind::Undefined), "7 - 1: 18FE0000 on channel 0: 1 frame (4.000000, 7)\n")
+        << "packets are of messages";
+    EXPECT_EQ(textOf(found, CheckKind::Length), "");
+}
+
 TEST_F(RecordingChecks, memoryDoesNotGrowWithTheRecording) {
     // Intervals of all lengths are in few classes.
     Intervals intervals;

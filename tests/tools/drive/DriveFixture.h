@@ -38,7 +38,8 @@ private:
 
 // Definition files, signals made of them, and a way to feed them.
 struct DrivenSet : MessageSink {
-    explicit DrivenSet(Reporter& reporter) : d_definitions(reporter), d_signals(d_definitions, d_frame, reporter) {}
+    explicit DrivenSet(Reporter& reporter, Decoding decoding = {})
+        : d_definitions(reporter, decoding), d_signals(d_definitions, d_frame, reporter) {}
 
     bool load(DefinitionFile const& file) { return d_definitions.load(file); }
     SignalSet::Built share(std::string const& only = "") {

@@ -119,5 +119,40 @@ constexpr Recording recordings[] = {
 INSTANTIATE_TEST_SUITE_P(Cars, PublicRecordingsTest, testing::ValuesIn(recordings),
                          [](auto const& instance) { return instance.param.car; });
 
+class PublicJ1939Test : public DriveFixture {};
+
+TEST_F(PublicJ1939Test, framesMatchByParameterGroup) {
+    char const* const data = std::getenv("QZSIGNAL_DATA");
+    if (data == nullptr)
+        GTEST_SKIP() << "QZSIGNAL_DATA does not name the folder of public files";
+    std::string text;
+    ASSERT_EQ(readTextFile(std::string(data) + "/dbc/other/canmatrix_j1939.dbc", text), "");
+    TextReporter reporter;
+    DrivenSet set(reporter);
+    ASSERT_TRUE(set.load({std::nullopt, dbcFile(text)}));
+    ASSERT_EQ(set.d_signals.build(std::vector<std::string>()), SignalSet::Built::Ready);
+    std::map<Feeder::Fed, unsigned> fed;
+    NeverStop stop;
+    RecordingReader trace(std::string(data) + "/candump/j1939_frame.log", stop);
+    Frame frame;
+    while (trace.next(frame) == RecordingReader::Next::Frame) {
+        set.feed(frame);
+        ++fed[set.d_fed];
+        // Each frame of two groups, by hand.
+        auto const source = frame.address & 0xFFU;
+        if ((frame.address & 0x3FFFF00U) == 0x00F00400U)
+            ASSERT_EQ(rawValue(instance("EEC1.Engine_Speed")), frame.bytes[3] + 256U * frame.bytes[4]);
+        if ((frame.address & 0x3FF0000U) == 0)
+            ASSERT_EQ(rawValue(instance(source == 0x0B   ? "TSC1.Engine_Requested_Speed_Speed_Limit"
+                                        : source == 0x03 ? "TSC1_SA03.Engine_Requested_Speed_Speed_Limit"
+                                                         : "TSC1_SA27.Engine_Requested_Speed_Speed_Limit")),
+                      frame.bytes[1] + 256U * frame.bytes[2]);
+    }
+    EXPECT_EQ(fed[Feeder::Fed::Message], 10307U);
+    EXPECT_EQ(fed[Feeder::Fed::OtherChannel], 0U);
+    EXPECT_EQ(fed[Feeder::Fed::Packet], set.d_feeder->transport().packets);
+    EXPECT_EQ(fed[Feeder::Fed::Message] + fed[Feeder::Fed::Packet] + fed[Feeder::Fed::Nothing], 13011U);
+}
+
 } // namespace
 } // namespace qztool

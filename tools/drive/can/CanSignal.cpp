@@ -7,9 +7,18 @@
 
 namespace qztool {
 
+namespace {
+
+canSignalDef_t definitionOf(SignalOrder const& order) {
+    canSignalDef_t definition = canDefinition(order.message, order.signal, order.instance, order.channel);
+    definition.msgId = order.address;
+    return definition;
+}
+
+} // namespace
+
 CanSignal::CanSignal(SignalOrder const& order, CurrentFrame& frame)
-    : DrivenAs(canDefinition(order.message, order.signal, order.instance, order.channel), order, frame),
-      d_window(windowOf(order.signal)) {}
+    : DrivenAs(definitionOf(order), order, frame), d_window(windowOf(order.signal)) {}
 
 bool CanSignal::write(unsigned long long raw, unsigned long long timestamp) {
     return carried() && CANSignalExt::write(

@@ -10,7 +10,7 @@ namespace qztool {
 constexpr std::size_t mostFlexRayNetworks = 2;
 
 // `filed` is the network's number (Channels.h), below `mostFlexRayNetworks`.
-constexpr std::uint8_t flexRayCode(std::uint8_t filed, bool isB) {
+constexpr std::uint8_t flexRayCode(unsigned filed, bool isB) {
     return static_cast<std::uint8_t>(2 * filed + (isB ? 1 : 0));
 }
 

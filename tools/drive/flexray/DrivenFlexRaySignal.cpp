@@ -15,7 +15,7 @@ flexRaySignalDef_t flexRayDefinition(SignalOrder const& order) {
     FlexRayTiming const& timing = order.message.flexRay;
     flexRaySignalDef_t definition;
     describe(order.signal, order.instance, flexRayCode(order.channel, !timing.channelA), 0, definition);
-    definition.slot = static_cast<std::uint16_t>(order.message.address);
+    definition.slot = static_cast<std::uint16_t>(order.address);
     definition.baseCycle = timing.baseCycle;
     definition.repetition = timing.repetition;
     definition.frameType = timing.staticSegment ? 1 : 0;

@@ -29,7 +29,7 @@ Feeder::Fed FlexRayFeeder::feed(Frame const& frame, MessageSink& sink) {
     d_message.slot = static_cast<std::uint16_t>(frame.address);
     d_message.cycle = frame.cycle;
     Fed result = Fed::Nothing;
-    for (Network* const network : d_channels.candidates(Bus::FlexRay, frame.channel)) {
+    for (Network* const network : d_channels.candidates(frame)) {
         if (network->filed >= mostFlexRayNetworks)
             continue; // no signal of it could be built
         std::uint64_t const keyA = isUnknown || frame.is(frameFlag::channelA) ? keyOn(*network, false) : 0;

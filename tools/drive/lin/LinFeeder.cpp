@@ -23,8 +23,9 @@ std::uint32_t carriedIdentifier(Frame const& frame, Network const& network) {
 
 Feeder::Fed LinFeeder::feed(Frame const& frame, MessageSink& sink) {
     Fed result = Fed::Nothing;
-    for (Network* const network : d_channels.candidates(Bus::Lin, frame.channel)) {
-        std::uint64_t const key = qzsignal::linKey(network->filed, carriedIdentifier(frame, *network));
+    for (Network* const network : d_channels.candidates(frame)) {
+        std::uint64_t const key =
+            qzsignal::linKey(static_cast<std::uint8_t>(network->filed), carriedIdentifier(frame, *network));
         auto const* const signals = LINSignal::linMessageContainer.signals(key);
         if (signals == nullptr)
             continue;

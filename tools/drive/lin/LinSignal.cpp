@@ -10,7 +10,7 @@ namespace {
 linSignalDef_t linDefinition(SignalOrder const& order) {
     linSignalDef_t definition;
     describe(order.signal, order.instance, order.channel, 0, definition);
-    definition.msgId = order.message.address;
+    definition.msgId = order.address;
     return definition;
 }
 
