@@ -26,5 +26,6 @@ std::function<int()> setUpEval(CLI::App& parser, Console& console);
 std::function<int()> setUpTrigger(CLI::App& parser, Console& console);
 std::function<int()> setUpCut(CLI::App& parser, Console& console);
 std::function<int()> setUpPlot(CLI::App& parser, Console& console);
+std::function<int()> setUpCheck(CLI::App& parser, Console& console);
 
 } // namespace qztool

@@ -28,6 +28,7 @@ constexpr Subcommand subcommands[] = {
     {"trigger", "Find the moments of a recorded drive at which a condition becomes true", qztool::setUpTrigger},
     {"cut", "Write the stretches of a recorded drive around each moment of a condition", qztool::setUpCut},
     {"plot", "Draw signals of a recorded drive", qztool::setUpPlot},
+    {"check", "Compare definitions with themselves and with a recorded drive", qztool::setUpCheck},
 };
 
 bool isSubcommand(std::string const& word) {

@@ -5,7 +5,6 @@
 #include "tools/console/LiveReport.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <string_view>
 
 namespace qztool {
@@ -29,15 +28,6 @@ bool hasLines(RecordingReader const& recording) {
 
 std::string placesText(RecordingReader const& recording, std::string const& path, std::string const& places) {
     return path + (hasLines(recording) ? ":" : ": " + std::string(recording.placeKind()) + " ") + places;
-}
-
-std::string identifierText(TalliedFrames const& frames) {
-    char text[32];
-    if (frames.bus == Bus::Can)
-        std::snprintf(text, sizeof text, "%0*lX", frames.extended ? 8 : 3, static_cast<unsigned long>(frames.address));
-    else
-        std::snprintf(text, sizeof text, "%s %lu", busName(frames.bus), static_cast<unsigned long>(frames.address));
-    return text;
 }
 
 ExitStatus report(Drive const& drive, UnfedFrames const& unfed, RecordingOptions const& options, Console& console) {

@@ -19,9 +19,6 @@ ExitStatus report(Drive const& drive, UnfedFrames const& unfed, RecordingOptions
 // Places in a recording, such as "x.log:3, 17-20" or "x.blf: object 3".
 std::string placesText(RecordingReader const& recording, std::string const& path, std::string const& places);
 
-// An identifier as candump writes it, such as "5A0" or "18FEF100"; on other buses than CAN with the bus.
-std::string identifierText(TalliedFrames const& frames);
-
 // So many identifiers that are not defined are listed.
 constexpr std::size_t mostIdentifiers = 10;
 

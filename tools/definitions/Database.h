@@ -14,12 +14,16 @@ namespace qztool {
 // Error: something was left out. Warning: it was read, but look at it.
 enum class Severity { Warning, Error };
 
+// What a problem is about, as far as `qzsignal check` has a kind for it.
+enum class ProblemKind { Other, Outside, DeadSelector, Duplicate, Cycle };
+
 // Problems whose texts differ only in numbers and in what is in quotes are of one kind, of which many are summed up in
 // one line. So quote what comes from the file (`quote` in ProblemText.h), and say the same in the same words.
 struct Problem {
     std::size_t line = 0; // counted from 1; 0: the whole file
     Severity severity = Severity::Error;
     std::string text; // one line of UTF-8 that names the element and says what became of it, without a full stop
+    ProblemKind kind = ProblemKind::Other;
 };
 
 enum class NumberKind { Unsigned, Signed, Float, Double };

@@ -127,7 +127,8 @@ void DefinitionSet::nameSignal(File& file, std::size_t message, std::size_t inde
         renameHolder(name, signal.line, problems);
     else if (known != d_origins.end() || (!isSpelledSo && d_respelled.count(original) != 0)) {
         Origin const& first = known != d_origins.end() ? known->second : d_origins.at(d_respelled.at(original));
-        problems.push_back({signal.line, Severity::Error, "'" + original + "' is defined already, at " + place(first)});
+        problems.push_back({signal.line, Severity::Error, "'" + original + "' is defined already, at " + place(first),
+                            ProblemKind::Duplicate});
         return;
     }
     if (!isSpelledSo) {

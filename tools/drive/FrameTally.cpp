@@ -1,9 +1,19 @@
 // Linear probing.
 #include "tools/drive/FrameTally.h"
 
+#include <cstdio>
 #include <utility>
 
 namespace qztool {
+
+std::string identifierText(TalliedFrames const& frames) {
+    char text[32];
+    if (frames.bus == Bus::Can)
+        std::snprintf(text, sizeof text, "%0*lX", frames.extended ? 8 : 3, static_cast<unsigned long>(frames.address));
+    else
+        std::snprintf(text, sizeof text, "%s %lu", busName(frames.bus), static_cast<unsigned long>(frames.address));
+    return text;
+}
 
 void FrameTally::add(Frame const& frame) {
     std::uint64_t const key = keyOf(frame);

@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string>
 #include <vector>
 
 namespace qztool {
@@ -17,6 +18,9 @@ struct TalliedFrames {
     std::uint32_t address = 0;
     std::uint64_t count = 0;
 };
+
+// An identifier as candump writes it, such as "5A0" or "18FEF100"; on other buses than CAN with the bus.
+std::string identifierText(TalliedFrames const& frames);
 
 // A hash table without removal, as a frame must not cost much more than finding out that it is not defined. Allocates
 // when it grows, which is at new addresses alone.

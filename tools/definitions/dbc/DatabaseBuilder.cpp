@@ -64,8 +64,8 @@ std::string label(SignalStatement const& statement) {
 
 } // namespace
 
-void DatabaseBuilder::report(std::size_t line, Severity severity, std::string text) {
-    d_problems.push_back({line, severity, std::move(text)});
+void DatabaseBuilder::report(std::size_t line, Severity severity, std::string text, ProblemKind kind) {
+    d_problems.push_back({line, severity, std::move(text), kind});
 }
 
 void DatabaseBuilder::add(MessageStatement const& statement) {
@@ -73,8 +73,16 @@ void DatabaseBuilder::add(MessageStatement const& statement) {
         addDraft(statement).leftOut = true;
         return;
     }
-    if (const std::optional<std::string> cause = messageProblem(statement)) {
-        addUnread(statement, *cause);
+    if ((statement.identifier & ~extendedFlag) > highestExtended) {
+        addUnread(statement, "the identifier has more than 29 bits");
+        return;
+    }
+    auto const named = d_messageNames.find(statement.name);
+    if (named != d_messageNames.end()) {
+        addUnread(statement,
+                  "duplicate message name, first defined on line " +
+                      std::to_string(d_drafts[named->second].definition.line),
+                  ProblemKind::Duplicate);
         return;
     }
     warnAboutIdentifier(statement);
@@ -82,20 +90,9 @@ void DatabaseBuilder::add(MessageStatement const& statement) {
     d_messageNames.emplace(statement.name, d_current);
 }
 
-void DatabaseBuilder::addUnread(MessageStatement const& statement, std::string const& cause) {
-    report(statement.line, Severity::Error, label(statement) + cause + "; left out with its signals");
+void DatabaseBuilder::addUnread(MessageStatement const& statement, std::string const& cause, ProblemKind kind) {
+    report(statement.line, Severity::Error, label(statement) + cause + "; left out with its signals", kind);
     addDraft(statement).leftOut = true;
-}
-
-std::optional<std::string> DatabaseBuilder::messageProblem(MessageStatement const& statement) const {
-    if ((statement.identifier & ~extendedFlag) > highestExtended)
-        return "the identifier has more than 29 bits";
-    auto const named = d_messageNames.find(statement.name);
-    if (named != d_messageNames.end()) {
-        return "duplicate message name, first defined on line " +
-               std::to_string(d_drafts[named->second].definition.line);
-    }
-    return std::nullopt;
 }
 
 void DatabaseBuilder::warnAboutIdentifier(MessageStatement const& statement) {
@@ -110,7 +107,8 @@ void DatabaseBuilder::warnAboutIdentifier(MessageStatement const& statement) {
     if (!other.leftOut) {
         report(statement.line, Severity::Warning,
                label(statement) + "message " + place(other.name, other.definition.line) +
-                   " has the same identifier; both are kept");
+                   " has the same identifier; both are kept",
+               ProblemKind::Duplicate);
     }
 }
 
@@ -142,13 +140,15 @@ void DatabaseBuilder::add(SignalStatement&& statement) {
     if (message.leftOut)
         return;
     if (SignalDraft const* const other = keptSignal(statement.name)) {
-        addUnread(statement, "duplicate signal name, first defined on line " + std::to_string(other->definition.line));
+        addUnread(statement, "duplicate signal name, first defined on line " + std::to_string(other->definition.line),
+                  ProblemKind::Duplicate);
         return;
     }
     if (statement.reach > std::uint64_t{message.definition.length} * 8) {
         report(statement.line, Severity::Warning,
                label(statement) + "it reaches beyond the " + std::to_string(message.definition.length) +
-                   (message.definition.length == 1 ? " byte" : " bytes") + " of message " + quote(message.name));
+                   (message.definition.length == 1 ? " byte" : " bytes") + " of message " + quote(message.name),
+               ProblemKind::Outside);
     }
     SignalDraft& draft = addDraft(statement);
     draft.definition = definitionOf(std::move(statement));
@@ -158,10 +158,10 @@ void DatabaseBuilder::add(SignalStatement&& statement) {
     }
 }
 
-void DatabaseBuilder::addUnread(SignalStatement const& statement, std::string const& cause) {
+void DatabaseBuilder::addUnread(SignalStatement const& statement, std::string const& cause, ProblemKind kind) {
     if (d_current != noMessage && d_drafts[d_current].leftOut)
         return;
-    report(statement.line, Severity::Error, label(statement) + cause + "; left out");
+    report(statement.line, Severity::Error, label(statement) + cause + "; left out", kind);
     if (d_current != noMessage && !statement.name.empty() && keptSignal(statement.name) == nullptr)
         addDraft(statement).leftOut = true;
 }
@@ -198,15 +198,21 @@ void DatabaseBuilder::add(ValueTableStatement&& statement) {
     } else {
         report(statement.line, Severity::Error,
                "VAL_TABLE_ " + quote(statement.name) + ": duplicate table name, first defined on line " +
-                   std::to_string(entry->second.line) + "; left out");
+                   std::to_string(entry->second.line) + "; left out",
+               ProblemKind::Duplicate);
     }
 }
 
 void DatabaseBuilder::add(AttributeStatement const& statement) {
+    bool const isCycle = statement.name == MessageAttributes::cycleTime;
+    std::string const label = std::string(statement.reference.keyword) + " " + quote(statement.name) + ": ";
     std::string const cause = d_attributes.add(statement);
     if (!cause.empty())
-        report(statement.reference.line, Severity::Error,
-               std::string(statement.reference.keyword) + " " + quote(statement.name) + ": " + cause + "; left out");
+        report(statement.reference.line, Severity::Error, label + cause + "; left out",
+               isCycle ? ProblemKind::Cycle : ProblemKind::Other);
+    else if (isCycle && statement.ofMessage && !statement.value.empty() && statement.value.front() == '-')
+        report(statement.reference.line, Severity::Warning,
+               label + "the cycle time " + quote(statement.value) + " is negative; not used", ProblemKind::Cycle);
 }
 
 Database DatabaseBuilder::finish() {
@@ -280,10 +286,12 @@ DatabaseBuilder::Target DatabaseBuilder::forEachSignal(Reference const& referenc
     return anyMessage ? Target::NoSignal : Target::NoMessage;
 }
 
-void DatabaseBuilder::reportReference(Reference const& reference, Severity severity, std::string const& text) {
+void DatabaseBuilder::reportReference(Reference const& reference, Severity severity, std::string const& text,
+                                      ProblemKind kind) {
     report(reference.line, severity,
            std::string(reference.keyword) + " " + std::to_string(reference.identifier) + " " + quote(reference.signal) +
-               ": " + text);
+               ": " + text,
+           kind);
 }
 
 // What was left out has been reported where it was left out.
@@ -326,7 +334,8 @@ void DatabaseBuilder::joinSelections() {
             if (signal.selection != nullptr)
                 reportReference(statement.reference, Severity::Error,
                                 "line " + std::to_string(signal.selection->reference.line) +
-                                    " says already what selects this signal; left out");
+                                    " says already what selects this signal; left out",
+                                ProblemKind::Duplicate);
             else
                 signal.selection = &statement;
         });
@@ -346,7 +355,8 @@ void DatabaseBuilder::joinValues() {
             if (signal.valuesLine != 0) {
                 reportReference(statement.reference, Severity::Error,
                                 "line " + std::to_string(signal.valuesLine) +
-                                    " gives this signal its values already; left out");
+                                    " gives this signal its values already; left out",
+                                ProblemKind::Duplicate);
                 return;
             }
             signal.valuesLine = statement.reference.line;
@@ -401,7 +411,8 @@ void DatabaseBuilder::renameMessages(LongNameStatement const& statement) {
         if (!d_messageNames.emplace(statement.name, index).second) {
             report(statement.reference.line, Severity::Warning,
                    "the long name " + quote(statement.name) + " of message " + quote(message.name) +
-                       " is the name of another message; the short name stays");
+                       " is the name of another message; the short name stays",
+                   ProblemKind::Duplicate);
             return;
         }
         d_messageNames.erase(message.definition.name); // which may be a long one already
@@ -421,7 +432,8 @@ void DatabaseBuilder::renameSignals(LongNameStatement const& statement, SignalNa
         if (!names.insert({index, statement.name}).second) {
             report(statement.reference.line, Severity::Warning,
                    "the long name " + quote(statement.name) + " of signal " + quote(shortName) +
-                       " is the name of another signal of its message; the short name stays");
+                       " is the name of another signal of its message; the short name stays",
+                   ProblemKind::Duplicate);
             return;
         }
         names.erase({index, signal.definition.name});

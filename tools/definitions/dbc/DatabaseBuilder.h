@@ -32,11 +32,11 @@ public:
     void add(AttributeStatement const& statement);
     void add(ChoicesStatement&& statement) { d_attributes.setFormats(std::move(statement.choices)); }
     // A message or signal that was not understood. What refers to it is left out without a report of its own.
-    void addUnread(MessageStatement const& statement, std::string const& cause);
-    void addUnread(SignalStatement const& statement, std::string const& cause);
+    void addUnread(MessageStatement const& statement, std::string const& cause, ProblemKind kind = ProblemKind::Other);
+    void addUnread(SignalStatement const& statement, std::string const& cause, ProblemKind kind = ProblemKind::Other);
     // Further signals belong to no message.
     void endMessage() { d_current = noMessage; }
-    void report(std::size_t line, Severity severity, std::string text);
+    void report(std::size_t line, Severity severity, std::string text, ProblemKind kind = ProblemKind::Other);
 
     // To be called once, at the end.
     Database finish();
@@ -57,7 +57,6 @@ private:
 
     using SignalNames = std::unordered_set<SignalKey, SignalKeyHash>;
 
-    std::optional<std::string> messageProblem(MessageStatement const& statement) const;
     void warnAboutIdentifier(MessageStatement const& statement);
     MessageDraft& addDraft(MessageStatement const& statement);
     SignalDraft& addDraft(SignalStatement const& statement);
@@ -67,7 +66,8 @@ private:
     template <typename Use>
     Target forEachSignal(Reference const& reference, Use use);
     void reportTarget(Reference const& reference, Target target);
-    void reportReference(Reference const& reference, Severity severity, std::string const& text);
+    void reportReference(Reference const& reference, Severity severity, std::string const& text,
+                         ProblemKind kind = ProblemKind::Other);
     void joinNumberTypes();
     void joinNumberType(NumberTypeStatement const& statement, SignalDraft& signal);
     void joinSelections();

@@ -163,7 +163,8 @@ private:
                 report(signal, Severity::Warning,
                        "selected by value " + std::to_string(range.first) + ", which multiplexor " +
                            quote(multiplexor.name) + " with " + std::to_string(bits) + (bits == 1 ? " bit" : " bits") +
-                           " never has");
+                           " never has",
+                       ProblemKind::DeadSelector);
                 return;
             }
         }
@@ -192,20 +193,22 @@ private:
         return quote(d_signals[index].name) + " (line " + std::to_string(d_signals[index].definition.line) + ")";
     }
 
-    void report(SignalDraft const& signal, Severity severity, std::string const& text) {
-        d_problems.push_back({signal.definition.line, severity, "SG_ " + quote(signal.name) + ": " + text});
+    void report(SignalDraft const& signal, Severity severity, std::string const& text,
+                ProblemKind kind = ProblemKind::Other) {
+        d_problems.push_back({signal.definition.line, severity, "SG_ " + quote(signal.name) + ": " + text, kind});
     }
 
     void leaveOut(SignalDraft& signal, std::string const& text) {
         signal.leftOut = true;
-        report(signal, Severity::Error, text);
+        report(signal, Severity::Error, text, ProblemKind::DeadSelector);
     }
 
     // Circles and unknown multiplexors come from SG_MUL_VAL_ alone, so that is the line to look at.
     void reportSelection(SignalDraft& signal, std::string const& text) {
         signal.leftOut = true;
         d_problems.push_back({signal.selection->reference.line, Severity::Error,
-                              "SG_MUL_VAL_ " + quote(signal.name) + ": " + text + "; the signal is left out"});
+                              "SG_MUL_VAL_ " + quote(signal.name) + ": " + text + "; the signal is left out",
+                              ProblemKind::DeadSelector});
     }
 
     MessageDraft& d_message;

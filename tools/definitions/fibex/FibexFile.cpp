@@ -68,12 +68,12 @@ pugi::xml_node FibexFile::referredIfAny(pugi::xml_node parent, std::string const
     throw FibexLeftOut{"there is no " + name + " " + quote(id)};
 }
 
-void FibexFile::report(pugi::xml_node element, Severity severity, std::string text) {
-    d_problems.push_back({lineOf(element), severity, std::move(text)});
+void FibexFile::report(pugi::xml_node element, Severity severity, std::string text, ProblemKind kind) {
+    d_problems.push_back({lineOf(element), severity, std::move(text), kind});
 }
 
-void FibexFile::leaveOut(pugi::xml_node element, std::string const& text) {
-    report(element, Severity::Error, text + "; left out");
+void FibexFile::leaveOut(pugi::xml_node element, std::string const& text, ProblemKind kind) {
+    report(element, Severity::Error, text + "; left out", kind);
 }
 
 std::string fibexName(pugi::xml_node element) {

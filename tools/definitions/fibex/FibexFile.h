@@ -15,6 +15,7 @@ namespace qztool {
 // Ends the reading of an element; caught where it is reported.
 struct FibexLeftOut {
     std::string cause;
+    ProblemKind kind = ProblemKind::Other;
 };
 
 class FibexFile {
@@ -31,8 +32,8 @@ public:
     pugi::xml_node referredIfAny(pugi::xml_node parent, std::string const& name) const;
     std::size_t lineOf(pugi::xml_node element) const { return d_document.lineOf(element); }
 
-    void report(pugi::xml_node element, Severity severity, std::string text);
-    void leaveOut(pugi::xml_node element, std::string const& text);
+    void report(pugi::xml_node element, Severity severity, std::string text, ProblemKind kind = ProblemKind::Other);
+    void leaveOut(pugi::xml_node element, std::string const& text, ProblemKind kind = ProblemKind::Other);
     std::vector<Problem>& problems() { return d_problems; }
 
 private:

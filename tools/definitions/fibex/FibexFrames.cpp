@@ -32,7 +32,7 @@ void FibexFrames::readSignals(pugi::xml_node frame, FibexBitCounting counting, M
         try {
             readPduInstance(instance);
         } catch (FibexLeftOut const& leftOut) {
-            d_file.leaveOut(instance, "frame " + quote(message.name) + ", a PDU: " + leftOut.cause);
+            d_file.leaveOut(instance, "frame " + quote(message.name) + ", a PDU: " + leftOut.cause, leftOut.kind);
         }
     }
     for (SignalDefinition const& signal : message.signals) {
@@ -41,7 +41,8 @@ void FibexFrames::readSignals(pugi::xml_node frame, FibexBitCounting counting, M
             d_file.problems().push_back({signal.line, Severity::Warning,
                                          "frame " + quote(message.name) + ", signal " + quote(signal.name) +
                                              ": it reaches beyond the " + std::to_string(message.length) +
-                                             (message.length == 1 ? " byte" : " bytes") + " of the frame"});
+                                             (message.length == 1 ? " byte" : " bytes") + " of the frame",
+                                         ProblemKind::Outside});
         }
     }
     d_message = nullptr;
@@ -62,7 +63,8 @@ void FibexFrames::readPduInstance(pugi::xml_node instance) {
 unsigned FibexFrames::startOf(pugi::xml_node instance) const {
     std::uint64_t const position = fibexCount(instance, "BIT-POSITION", 0);
     if (position / 8 >= mostBytes(d_message->bus))
-        throw FibexLeftOut{"its BIT-POSITION " + std::to_string(position) + " is beyond any payload"};
+        throw FibexLeftOut{"its BIT-POSITION " + std::to_string(position) + " is beyond any payload",
+                           ProblemKind::Outside};
     bool const atEnd = position % 8 == 7 && fibexFlag(instance, "IS-HIGH-LOW-BYTE-ORDER");
     if (position % 8 != 0 && !atEnd)
         throw FibexLeftOut{"its BIT-POSITION " + std::to_string(position) + " is not the beginning of a byte"};
@@ -80,7 +82,7 @@ void FibexFrames::readContents(pugi::xml_node element, Container const& containe
         try {
             readInstance(instance, container);
         } catch (FibexLeftOut const& leftOut) {
-            d_file.leaveOut(instance, label(instance) + leftOut.cause);
+            d_file.leaveOut(instance, label(instance) + leftOut.cause, leftOut.kind);
         }
     }
     if (pugi::xml_node const multiplexer = childOf(element, "MULTIPLEXER"))
@@ -124,7 +126,7 @@ void FibexFrames::readMultiplexer(pugi::xml_node multiplexer, Container const& c
                 readDynamicPart(part, container, *multiplexor);
             }
         } catch (FibexLeftOut const& leftOut) {
-            d_file.leaveOut(part, label(part) + leftOut.cause);
+            d_file.leaveOut(part, label(part) + leftOut.cause, leftOut.kind);
         }
     }
 }
@@ -143,7 +145,7 @@ std::optional<std::size_t> FibexFrames::readSwitch(pugi::xml_node element, Conta
         place(element, container, signal);
         return add(element, std::move(signal));
     } catch (FibexLeftOut const& leftOut) {
-        d_file.leaveOut(element, label(element) + leftOut.cause);
+        d_file.leaveOut(element, label(element) + leftOut.cause, leftOut.kind);
         return std::nullopt;
     }
 }
@@ -176,7 +178,8 @@ void FibexFrames::readDynamicPart(pugi::xml_node part, Container const& containe
             try {
                 readSwitched(instance, contents);
             } catch (FibexLeftOut const& leftOut) {
-                d_file.leaveOut(instance, "frame " + quote(d_message->name) + ", a selected PDU: " + leftOut.cause);
+                d_file.leaveOut(instance, "frame " + quote(d_message->name) + ", a selected PDU: " + leftOut.cause,
+                                leftOut.kind);
             }
         }
     }
@@ -239,19 +242,21 @@ void FibexFrames::place(pugi::xml_node element, Container const& container, Sign
         signal.startBit = position - segment.begin + segment.startBit;
         unsigned const reach = along - segment.begin + segment.startBit + signal.bits;
         if (reach > mostBytes(d_message->bus) * 8)
-            throw FibexLeftOut{"it reaches beyond any payload"};
+            throw FibexLeftOut{"it reaches beyond any payload", ProblemKind::Outside};
         return;
     }
     throw FibexLeftOut{container.segments.size() > 1 ? "it is in none of the segments as a whole"
                                                      : "its BIT-POSITION " + textOf(childOf(element, "BIT-POSITION")) +
-                                                           " is beyond what carries it"};
+                                                           " is beyond what carries it",
+                       ProblemKind::Outside};
 }
 
 // In sawtooth numbers.
 unsigned FibexFrames::normalised(std::uint64_t position, bool bigEndian) const {
     std::uint64_t const limit = std::uint64_t{mostBytes(d_message->bus)} * 8;
     if (position >= limit)
-        throw FibexLeftOut{"its BIT-POSITION " + std::to_string(position) + " is beyond any payload"};
+        throw FibexLeftOut{"its BIT-POSITION " + std::to_string(position) + " is beyond any payload",
+                           ProblemKind::Outside};
     auto const bit = static_cast<unsigned>(position);
     return bigEndian && d_counting == FibexBitCounting::Monotone ? alongBigEndian(bit) : bit;
 }
@@ -269,7 +274,8 @@ std::optional<std::size_t> FibexFrames::add(pugi::xml_node element, SignalDefini
                         first.startBit == signal.startBit && first.bits == signal.bits &&
                         first.bigEndian == signal.bigEndian;
     if (!isSame)
-        throw FibexLeftOut{"duplicate signal name, first defined on line " + std::to_string(first.line)};
+        throw FibexLeftOut{"duplicate signal name, first defined on line " + std::to_string(first.line),
+                           ProblemKind::Duplicate};
     first.selectedBy.push_back(signal.selectedBy.front()); // a PDU that several values select
     return other->second;
 }

@@ -50,7 +50,7 @@ public:
             try {
                 readChannel(channel);
             } catch (FibexLeftOut const& leftOut) {
-                d_file.leaveOut(channel, "channel " + quotedFibexName(channel) + ": " + leftOut.cause);
+                d_file.leaveOut(channel, "channel " + quotedFibexName(channel) + ": " + leftOut.cause, leftOut.kind);
             }
         }
         if (d_database.channels.empty())
@@ -100,7 +100,7 @@ private:
                 else
                     readFlexRay(triggering, frame, cluster, index, label);
             } catch (FibexLeftOut const& leftOut) {
-                d_file.leaveOut(triggering, label + leftOut.cause);
+                d_file.leaveOut(triggering, label + leftOut.cause, leftOut.kind);
             }
         }
     }
@@ -158,14 +158,21 @@ private:
         }
     }
 
-    // Seconds; 0 if none is stated, or not as a number or a duration such as PT0.02S.
-    static double cyclicTime(pugi::xml_node timings) {
-        const std::string text = textOf(descendantOf(timings, {"CYCLIC-TIMING", "REPEATING-TIME-RANGE", "VALUE"}));
+    // Seconds; 0 if none is stated, or not as a number or a duration such as PT0.02S, which is reported.
+    double cyclicTime(pugi::xml_node timings) {
+        pugi::xml_node const value = descendantOf(timings, {"CYCLIC-TIMING", "REPEATING-TIME-RANGE", "VALUE"});
+        const std::string text = textOf(value);
         std::string_view numeral = text;
         if (numeral.size() > 3 && numeral.substr(0, 2) == "PT" && numeral.back() == 'S')
             numeral = numeral.substr(2, numeral.size() - 3);
         double seconds = 0.0;
-        return readReal(numeral, seconds).empty() && seconds > 0.0 ? seconds : 0.0;
+        if (readReal(numeral, seconds).empty() && seconds > 0.0)
+            return seconds;
+        if (value)
+            d_file.report(value, Severity::Warning,
+                          "the cycle time " + quote(text) + " is not a number of seconds above 0; not used",
+                          ProblemKind::Cycle);
+        return 0.0;
     }
 
     // The shortest of its PDUs.
@@ -223,7 +230,7 @@ private:
             try {
                 readTiming(timing, frame, cluster, channel, label);
             } catch (FibexLeftOut const& leftOut) {
-                d_file.leaveOut(timing, label + leftOut.cause);
+                d_file.leaveOut(timing, label + leftOut.cause, leftOut.kind);
             }
         }
     }

@@ -24,6 +24,7 @@ constexpr std::uint64_t mostLabels = 1024;
 // Ends the reading of an element; caught where it is reported.
 struct LeftOut {
     std::string cause;
+    ProblemKind kind = ProblemKind::Other;
 };
 
 class Reader {
@@ -43,12 +44,12 @@ public:
     }
 
 private:
-    void report(pugi::xml_node element, Severity severity, std::string text) {
-        d_database.problems.push_back({d_document.lineOf(element), severity, std::move(text)});
+    void report(pugi::xml_node element, Severity severity, std::string text, ProblemKind kind = ProblemKind::Other) {
+        d_database.problems.push_back({d_document.lineOf(element), severity, std::move(text), kind});
     }
 
-    void leaveOut(pugi::xml_node element, std::string const& text) {
-        report(element, Severity::Error, text + "; left out");
+    void leaveOut(pugi::xml_node element, std::string const& text, ProblemKind kind = ProblemKind::Other) {
+        report(element, Severity::Error, text + "; left out", kind);
     }
 
     void reportUnknown(pugi::xml_node parent, std::initializer_list<std::string_view> known) {
@@ -103,7 +104,7 @@ private:
             try {
                 readMessage(message, label);
             } catch (LeftOut const& leftOut) {
-                leaveOut(message, label + leftOut.cause);
+                leaveOut(message, label + leftOut.cause, leftOut.kind);
             }
         }
     }
@@ -115,7 +116,8 @@ private:
         message.channel = d_database.channels.size() - 1;
         auto const other = d_messages.find(message.name);
         if (other != d_messages.end())
-            throw LeftOut{"duplicate message name, first defined on line " + std::to_string(other->second)};
+            throw LeftOut{"duplicate message name, first defined on line " + std::to_string(other->second),
+                          ProblemKind::Duplicate};
         if (!hasAttribute(element, "id"))
             throw LeftOut{"it has no id"};
         std::uint64_t const identifier = count(element, "id", 0);
@@ -133,7 +135,7 @@ private:
         if (length > mostBytes)
             throw LeftOut{"it has " + std::to_string(length) + " bytes"};
         message.length = static_cast<unsigned>(length);
-        message.cycleTime = std::max(real(element, "interval", 0.0), 0.0) / 1000.0;
+        message.cycleTime = cycleTimeOf(element, label);
         warnAboutIdentifier(element, message, label);
         reportUnknown(element, {"Notes", "Producer", "Multiplex", "Signal"});
         d_messages.emplace(message.name, message.line);
@@ -141,11 +143,24 @@ private:
         d_database.messages.push_back(std::move(message));
     }
 
+    double cycleTimeOf(pugi::xml_node element, std::string const& label) {
+        double milliseconds = 0.0;
+        try {
+            milliseconds = real(element, "interval", 0.0);
+        } catch (LeftOut const& leftOut) {
+            throw LeftOut{leftOut.cause, ProblemKind::Cycle};
+        }
+        if (milliseconds < 0.0)
+            report(element, Severity::Warning, label + "its interval is negative; not used", ProblemKind::Cycle);
+        return std::max(milliseconds, 0.0) / 1000.0;
+    }
+
     void warnAboutIdentifier(pugi::xml_node element, MessageDefinition const& message, std::string const& label) {
         auto const [other, isNew] =
             d_identifiers.emplace(message.address | (message.extended ? 0x80000000U : 0U), label);
         if (!isNew)
-            report(element, Severity::Warning, label + "another message of this bus has the same id; both are kept");
+            report(element, Severity::Warning, label + "another message of this bus has the same id; both are kept",
+                   ProblemKind::Duplicate);
     }
 
     void readSignals(pugi::xml_node element, MessageDefinition& message, bool computeLength) {
@@ -166,7 +181,8 @@ private:
                 d_database.problems.push_back({signal.line, Severity::Warning,
                                                "signal " + quote(instanceName(message, signal)) +
                                                    ": it reaches beyond the " + std::to_string(message.length) +
-                                                   (message.length == 1 ? " byte" : " bytes") + " of the message"});
+                                                   (message.length == 1 ? " byte" : " bytes") + " of the message",
+                                               ProblemKind::Outside});
             }
         }
     }
@@ -208,7 +224,8 @@ private:
             if (!isNew) {
                 SignalDefinition& first = message.signals[other->second];
                 if (!isSameElsewhere(first, signal))
-                    throw LeftOut{"duplicate signal name, first defined on line " + std::to_string(first.line)};
+                    throw LeftOut{"duplicate signal name, first defined on line " + std::to_string(first.line),
+                                  ProblemKind::Duplicate};
                 first.selectedBy.push_back(signal.selectedBy.front());
                 return other->second;
             }
@@ -216,7 +233,7 @@ private:
             message.signals.push_back(std::move(signal));
             return message.signals.size() - 1;
         } catch (LeftOut const& leftOut) {
-            leaveOut(element, label + leftOut.cause);
+            leaveOut(element, label + leftOut.cause, leftOut.kind);
             return std::nullopt;
         }
     }
@@ -236,7 +253,7 @@ private:
         if (bits == 0 || bits > 64)
             throw LeftOut{"it has " + std::to_string(bits) + " bits, but a signal has 1 to 64"};
         if (position >= mostBytes * 8 || position + bits > mostBytes * 8)
-            throw LeftOut{"its offset " + std::to_string(position) + " is beyond any payload"};
+            throw LeftOut{"its offset " + std::to_string(position) + " is beyond any payload", ProblemKind::Outside};
         signal.bits = static_cast<unsigned>(bits);
         const std::string order = attributeOf(element, "endianess");
         signal.bigEndian = order == "big";

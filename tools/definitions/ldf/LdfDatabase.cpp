@@ -58,11 +58,13 @@ private:
         bool used = false;
     };
 
-    void report(std::size_t line, Severity severity, std::string text) {
-        d_problems.push_back({line, severity, std::move(text)});
+    void report(std::size_t line, Severity severity, std::string text, ProblemKind kind = ProblemKind::Other) {
+        d_problems.push_back({line, severity, std::move(text), kind});
     }
 
-    void leaveOut(std::size_t line, std::string const& text) { report(line, Severity::Error, text + "; left out"); }
+    void leaveOut(std::size_t line, std::string const& text, ProblemKind kind = ProblemKind::Other) {
+        report(line, Severity::Error, text + "; left out", kind);
+    }
 
     bool isLeftOut(std::string_view name) const { return d_file.leftOut.count(name) != 0; }
 
@@ -70,8 +72,10 @@ private:
         for (LdfSignal const& signal : d_file.signals) {
             auto const other = d_signals.find(signal.name);
             if (other != d_signals.end()) {
-                leaveOut(signal.line, "signal " + quote(signal.name) + ": duplicate signal name, first defined on " +
-                                          lineText(other->second.statement->line));
+                leaveOut(signal.line,
+                         "signal " + quote(signal.name) + ": duplicate signal name, first defined on " +
+                             lineText(other->second.statement->line),
+                         ProblemKind::Duplicate);
             } else if (signal.bits == 0 || signal.bits > 64) {
                 leaveOut(signal.line, "signal " + quote(signal.name) + ": it has " + std::to_string(signal.bits) +
                                           " bits, but a signal has 1 to 64");
@@ -86,9 +90,10 @@ private:
         for (LdfEncoding const& encoding : d_file.encodings) {
             auto const [other, isNew] = d_encodings.emplace(encoding.name, &encoding);
             if (!isNew) {
-                leaveOut(encoding.line, "encoding " + quote(encoding.name) +
-                                            ": duplicate encoding name, first defined on " +
-                                            lineText(other->second->line));
+                leaveOut(encoding.line,
+                         "encoding " + quote(encoding.name) + ": duplicate encoding name, first defined on " +
+                             lineText(other->second->line),
+                         ProblemKind::Duplicate);
                 continue;
             }
             reportFurtherRanges(encoding);
@@ -146,7 +151,7 @@ private:
             d_file.leftOut.insert(frame.name);
         }
         if (!cause.empty()) {
-            leaveOut(frame.line, label + cause);
+            leaveOut(frame.line, label + cause, other != d_frames.end() ? ProblemKind::Duplicate : ProblemKind::Other);
             markUsed(frame);
             return;
         }
@@ -156,7 +161,8 @@ private:
             MessageDefinition const& first = d_database.messages[sameIdentifier.first->second];
             report(frame.line, Severity::Warning,
                    label + "frame " + quote(first.name) + " on " + lineText(first.line) +
-                       " has the same identifier; both are kept");
+                       " has the same identifier; both are kept",
+                   ProblemKind::Duplicate);
         }
         d_frames.emplace(frame.name, d_database.messages.size());
         MessageDefinition& message = d_database.messages.emplace_back();
@@ -191,18 +197,20 @@ private:
         found->second.used = true;
         LdfSignal const& signal = *found->second.statement;
         if (place.offset >= mostBytes * 8 || place.offset + signal.bits > mostBytes * 8) {
-            leaveOut(place.line, label + "it reaches beyond the eight bytes of a LIN frame");
+            leaveOut(place.line, label + "it reaches beyond the eight bytes of a LIN frame", ProblemKind::Outside);
             return;
         }
         auto const [other, isNew] = lines.emplace(place.signal, place.line);
         if (!isNew) {
-            leaveOut(place.line, label + "the frame carries it already, from " + lineText(other->second));
+            leaveOut(place.line, label + "the frame carries it already, from " + lineText(other->second),
+                     ProblemKind::Duplicate);
             return;
         }
         if (place.offset + signal.bits > std::uint64_t{message.length} * 8) {
             report(place.line, Severity::Warning,
                    label + "it reaches beyond the " + std::to_string(message.length) +
-                       (message.length == 1 ? " byte" : " bytes") + " of the frame");
+                       (message.length == 1 ? " byte" : " bytes") + " of the frame",
+                   ProblemKind::Outside);
         }
         SignalDefinition& definition = message.signals.emplace_back();
         definition.name = place.signal;

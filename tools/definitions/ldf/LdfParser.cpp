@@ -338,7 +338,7 @@ bool LdfParser::table() {
         std::size_t const start = d_position;
         if (!slot()) {
             report(d_tokens[start].line, Severity::Error,
-                   label + ": " + d_cause + "; no cycle times are taken from this table");
+                   label + ": " + d_cause + "; no cycle times are taken from this table", ProblemKind::Cycle);
             d_file.tables.back().complete = false;
             resume(start, false);
         }
@@ -560,8 +560,8 @@ bool LdfParser::missing(std::string const& what) {
                         : "expected " + what + " but found " + describe(token()));
 }
 
-void LdfParser::report(std::size_t line, Severity severity, std::string text) {
-    d_problems.push_back({line, severity, std::move(text)});
+void LdfParser::report(std::size_t line, Severity severity, std::string text, ProblemKind kind) {
+    d_problems.push_back({line, severity, std::move(text), kind});
 }
 
 } // namespace qztool

@@ -63,7 +63,7 @@ private:
     bool text(std::string_view& result, char const* what);
     bool fail(std::string cause);
     bool missing(std::string const& what);
-    void report(std::size_t line, Severity severity, std::string text);
+    void report(std::size_t line, Severity severity, std::string text, ProblemKind kind = ProblemKind::Other);
 
     std::vector<LdfToken> const& d_tokens;
     std::vector<Problem>& d_problems;
