@@ -24,6 +24,7 @@ constexpr Subcommand subcommands[] = {
     {"list", "List the shared signals of this machine", qztool::setUpList},
     {"eval", "Evaluate an expression over shared signals", qztool::setUpEval},
     {"trigger", "Find the moments of a recorded drive at which a condition becomes true", qztool::setUpTrigger},
+    {"export", "Write the decoded values of a recorded drive as CSV or JSON", qztool::setUpExport},
 };
 
 bool isSubcommand(std::string const& word) {
@@ -51,7 +52,8 @@ int run(int argc, char const* const* argv, qztool::Console& console) {
                   "  qzsignal read Engine.Speed --wait 5\n"
                   "  qzsignal list --json\n"
                   "  qzsignal eval --follow 'Engine.Speed > 3000'\n"
-                  "  qzsignal trigger -d car.dbc 'Engine.Speed > 3000' drive.log\n");
+                  "  qzsignal trigger -d car.dbc 'Engine.Speed > 3000' drive.log\n"
+                  "  qzsignal export -d car.dbc drive.log -o values.csv\n");
     parser.require_subcommand(1);
     int status = qztool::exitSuccess;
     for (Subcommand const& each : subcommands) {
