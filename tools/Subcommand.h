@@ -25,5 +25,6 @@ std::function<int()> setUpList(CLI::App& parser, Console& console);
 std::function<int()> setUpEval(CLI::App& parser, Console& console);
 std::function<int()> setUpTrigger(CLI::App& parser, Console& console);
 std::function<int()> setUpExport(CLI::App& parser, Console& console);
+std::function<int()> setUpSignals(CLI::App& parser, Console& console);
 
 } // namespace qztool
