@@ -27,5 +27,7 @@ std::function<int()> setUpTrigger(CLI::App& parser, Console& console);
 std::function<int()> setUpCut(CLI::App& parser, Console& console);
 std::function<int()> setUpPlot(CLI::App& parser, Console& console);
 std::function<int()> setUpCheck(CLI::App& parser, Console& console);
+std::function<int()> setUpExport(CLI::App& parser, Console& console);
+std::function<int()> setUpSignals(CLI::App& parser, Console& console);
 
 } // namespace qztool

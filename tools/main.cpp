@@ -29,6 +29,8 @@ constexpr Subcommand subcommands[] = {
     {"cut", "Write the stretches of a recorded drive around each moment of a condition", qztool::setUpCut},
     {"plot", "Draw signals of a recorded drive", qztool::setUpPlot},
     {"check", "Compare definitions with themselves and with a recorded drive", qztool::setUpCheck},
+    {"export", "Write the decoded values of a recorded drive as CSV or JSON", qztool::setUpExport},
+    {"signals", "List the signals that definition files hold", qztool::setUpSignals},
 };
 
 bool isSubcommand(std::string const& word) {
@@ -56,7 +58,9 @@ int run(int argc, char const* const* argv, qztool::Console& console) {
                   "  qzsignal read Engine.Speed --wait 5\n"
                   "  qzsignal list --json\n"
                   "  qzsignal eval --follow 'Engine.Speed > 3000'\n"
-                  "  qzsignal trigger -d car.dbc 'Engine.Speed > 3000' drive.log\n");
+                  "  qzsignal trigger -d car.dbc 'Engine.Speed > 3000' drive.log\n"
+                  "  qzsignal signals -d car.dbc 'Engine.*'\n"
+                  "  qzsignal export -d car.dbc drive.log -o values.csv\n");
     parser.require_subcommand(1);
     int status = qztool::exitSuccess;
     for (Subcommand const& each : subcommands) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "qzsignal/signal/SignalDefinition.h"
+#include "tools/base/NumberText.h"
 
 #include <charconv>
 #include <cmath>
@@ -30,8 +31,8 @@ inline std::uint64_t microseconds(double seconds) {
 
 // Microseconds as seconds with all six decimals, which a double does not hold for every time.
 inline std::string secondsText(std::uint64_t microseconds) {
-    std::string const fraction = std::to_string(microseconds % 1'000'000);
-    return std::to_string(microseconds / 1'000'000) + "." + std::string(6 - fraction.size(), '0') + fraction;
+    char text[longestNumber];
+    return std::string(text, writeSeconds(text, microseconds));
 }
 
 } // namespace qztool
