@@ -2,9 +2,10 @@
 """Mutation testing of the library: changes one operator, number or statement at a time, and checks that a test fails.
 
 Everything happens in build/mutation, in a copy of the tree. Mutants are compiled without debug information; those that do not
-compile, or whose object code is unchanged, do not count. A mutant is caught if a test fails, crashes, runs out of memory or
-takes more than five times as long as usual. Programs that were built against a header before it was changed use the library as
-well: of the tests, only those of the header's own folder are compiled again, and only if the others pass.
+compile, or whose object code is unchanged, do not count. A mutant is caught if a test fails, crashes, runs out of memory, or
+needs five times as much processor time as usual, or a minute more than that of any. Programs that were built against a header
+before it was changed use the library as well: of the tests, only those of the header's own folder are compiled again, and only if
+the others pass.
 
 Tests run in namespaces of their own, so that neither segments, key files nor processes of mutants are left over.
 

@@ -36,6 +36,10 @@ shift 3
 exit $?"""
 
 
+# Seconds beyond a limit of processor time: other programs may keep a test waiting.
+PATIENCE = 60
+
+
 @dataclasses.dataclass
 class Stage:
     """A run of a test program, and how long it takes without a mutant."""
@@ -56,7 +60,7 @@ class Stage:
         with (folder / "output.txt").open("w+b") as output:
             try:
                 status = subprocess.run(command, cwd=folder, env=environment, stdin=subprocess.DEVNULL, stdout=output,
-                                        stderr=output, timeout=limit, check=False).returncode
+                                        stderr=output, timeout=limit + PATIENCE, check=False).returncode
             except subprocess.TimeoutExpired:
                 return "timeout"
             output.seek(max(0, output.tell() - 1000))
