@@ -4,6 +4,7 @@
 #include "tests/tools/definitions/Ranges.h"
 #include "tools/definitions/Database.h"
 
+#include <cmath>
 #include <cstddef>
 #include <set>
 #include <string>
@@ -26,6 +27,10 @@ inline char const* brokenPromise(Database const& database, std::string_view text
         line = message.line;
         if (message.address > (message.extended ? 0x1FFFFFFFU : 0x7FFU))
             return "identifier";
+        if (!std::isfinite(message.cycleTime) || message.cycleTime < 0)
+            return "cycle time";
+        if (message.byParameterGroup && !message.extended)
+            return "parameter group";
         std::set<std::string> names;
         std::set<std::size_t> multiplexors;
         for (SignalDefinition const& signal : message.signals) {
