@@ -11,9 +11,11 @@ import json
 import os
 import pathlib
 import re
+import struct
 import subprocess
 import sys
 import tempfile
+import zlib
 
 TRUE, FALSE = 0, 1  # exit statuses of `qzsignal trigger` that are answers
 
@@ -28,6 +30,37 @@ def condition(definitions, log):
     if len(signals) < 2:
         sys.exit("measure-commands.py: the log has frames of less than two of the messages")
     return f"{signals[0]} > 1 && {signals[1]} > 1"
+
+
+def frames_of(log):
+    """Microseconds, identifier and payload of each line, all of which are data frames of 11 bits on can0."""
+    for seconds, fraction, number, payload in re.findall(r"\((\d+)\.(\d{6})\) can0 ([0-9A-F]{3})#([0-9A-F]*)", log):
+        yield int(seconds) * 1_000_000 + int(fraction), int(number, 16), bytes.fromhex(payload)
+
+
+def pcap_packets(log):
+    """Packets of link type 227; a file is the header and any number of these."""
+    return b"".join(
+        struct.pack("<IIII", *divmod(time, 1_000_000), 16, 16) + struct.pack(">IB3x", number, len(payload)) + payload.ljust(8, b"\0")
+        for time, number, payload in frames_of(log))
+
+
+PCAP_HEADER = struct.pack("<IHHiIII", 0xA1B2C3D4, 2, 4, 0, 0, 65535, 227)
+BLF_HEADER = struct.pack("<4sI136x", b"LOGG", 144)
+
+
+def blf_containers(log):
+    """Objects of CAN frames in containers of 128 KiB, deflated as recorders do; a file is the header and any number of these."""
+    objects = b"".join(
+        struct.pack("<4sHHIIIHHQHBBI", b"LOBJ", 32, 1, 48, 1, 2, 0, 0, time * 1000, 1, 0, len(payload), number) + payload.ljust(8, b"\0")
+        for time, number, payload in frames_of(log))
+    containers = b""
+    for begin in range(0, len(objects), 128 * 1024):
+        content = objects[begin:begin + 128 * 1024]
+        deflated = zlib.compress(content, 6)
+        size = 32 + len(deflated)
+        containers += struct.pack("<4sHHIIH6xI4x", b"LOBJ", 16, 1, size, 10, 2, len(content)) + deflated + bytes(size % 4)
+    return containers
 
 
 def processor_time(command, statuses=(0,)):
@@ -62,9 +95,14 @@ def main():
         long_log, empty_log = pathlib.Path(folder) / "long.log", pathlib.Path(folder) / "empty.log"
         long_log.write_text(log * times)
         empty_log.touch()
+        blf, pcap = pathlib.Path(folder) / "long.blf", pathlib.Path(folder) / "long.pcap"
+        blf.write_bytes(BLF_HEADER + blf_containers(log) * times)
+        pcap.write_bytes(PCAP_HEADER + pcap_packets(log) * times)
         trigger = [qzsignal, "trigger", "--dbc", definitions, expression]
         commands = {
             "command/trigger": ([*trigger, long_log], frames),
+            "command/trigger-blf": ([*trigger, blf], frames),
+            "command/trigger-pcap": ([*trigger, pcap], frames),
             "command/replay": ([qzsignal, "replay", "--dbc", definitions, "--fast", long_log], frames),
             "command/line-reader": ([arguments.build / "benchmarks" / "qzsignal_line_reader", long_log], frames),
             "command/definitions": ([*trigger, empty_log], 0),

@@ -106,7 +106,7 @@ COMMANDS = """\
 ## The command
 
 Processor time of whole processes, start and end included, on one core. The log is the one that the benchmarks generate,
-repeated up to {frames} frames. `trigger` watches a condition over two signals of the most frequent frames, `replay --fast`
+repeated up to {frames} frames, also as a BLF file, deflated, and as a pcap file. `trigger` watches a condition over two signals of the most frequent frames, `replay --fast`
 writes all of the log's signals into shared memory. The last row is `trigger` with the same definitions and an empty log.
 
 {table}
@@ -232,7 +232,9 @@ def expressions_section(results):
 
 def commands_section(results):
     rows = [[what, shown.seconds(results.figure(name, "run")), shown.per_second(results.figure(name, "frame").inverse())]
-            for name, what in (("command/trigger", "`qzsignal trigger`"), ("command/replay", "`qzsignal replay --fast`"),
+            for name, what in (("command/trigger", "`qzsignal trigger`"),
+                               ("command/trigger-blf", "the same over a BLF file"),
+                               ("command/trigger-pcap", "the same over a pcap file"), ("command/replay", "`qzsignal replay --fast`"),
                                ("command/line-reader", "the line reader"))]
     rows.append(["`qzsignal trigger`, definitions alone", shown.seconds(results.figure("command/definitions", "run")), ""])
     trigger = results.figure("command/trigger", "run") / results.figure("command/trigger", "frame")

@@ -154,6 +154,10 @@ TARGETS = [
            seconds(5e-3, "at most 5 ms")),
     Target("`qzsignal trigger` over candump text, 2,150 definitions", "command/trigger", "frame",
            per_second(3e6, "at least 3 million frames/s", "the line reader", "command/line-reader")),
+    Target("`qzsignal trigger` over the same as BLF, deflated", "command/trigger-blf", "frame",
+           per_second(5e6, "at least 5 million frames/s", "the line reader", "command/line-reader")),
+    Target("`qzsignal trigger` over the same as pcap", "command/trigger-pcap", "frame",
+           per_second(5e6, "at least 5 million frames/s", "the line reader", "command/line-reader")),
     Target("`qzsignal replay --fast` into 2,150 shared signals", "command/replay", "frame",
            per_second(1e6, "at least 1 million frames/s", "the line reader", "command/line-reader")),
 ]

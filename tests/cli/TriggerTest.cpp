@@ -192,6 +192,24 @@ TEST_F(TriggerTest, damageOfALiveRecordingIsReportedAtOnce) {
     EXPECT_EQ(command.errors().find("-:14: "), command.errors().rfind("-:14: ")) << command.errors();
 }
 
+// The command may not even keep the text.
+TEST_F(TriggerTest, memoryDoesNotGrowWithTheRecording) {
+#if defined QZSIGNAL_EMULATED || defined __SANITIZE_ADDRESS__ || defined __SANITIZE_THREAD__
+    GTEST_SKIP() << "the emulator, or the sanitizer, needs the memory itself";
+#endif
+    std::string lines;
+    for (int i = 0; i < 20'000; ++i)
+        lines += "(1700000001.000000) can0 100#0001050000000000\n(1700000001.000001) can0 200#00\nnonsense\n";
+    Child command("sh|-c|ulimit -v 30000 && exec \"$0\" \"$@\"" QZSIGNAL_TEST_COMMAND,
+                  arguments({d_drive.speed() + " > 5000", "-"}));
+    for (int i = 0; i < 14; ++i) // 22 MB
+        command.feed(lines);
+    command.endInput();
+    EXPECT_EQ(command.wait(), 1) << command.errors();
+    EXPECT_FALSE(contains(command.errors(), "out of memory")) << command.errors();
+    EXPECT_TRUE(contains(command.errors(), "-:3, 6, 9")) << command.errors();
+}
+
 TEST_F(TriggerTest, absoluteTimesCountFrom1970) {
     setenv("TZ", "CET-1CEST,M3.5.0,M10.5.0/3", 1);
     std::string const asc = "date Sam Sep 30 15:06:13.191 2017\nbase hex timestamps absolute\n"
