@@ -1,113 +1,22 @@
 // The yardstick of the commands that read logs: a program that parses candump's lines and does nothing with them.
-//
-// One pass: the file in blocks, memchr to each line's end, and from a line the time, the identifier and the payload, by
-// a table of the hexadecimal digits. It accepts this one form of a line and gives up at any other.
-#include <array>
-#include <cerrno>
+#include "benchmarks/support/CandumpLines.h"
+
 #include <cstdint>
-#include <cstdlib>
-#include <cstring>
-#include <fcntl.h>
 #include <iostream>
-#include <string>
-#include <unistd.h>
-#include <vector>
-
-namespace {
-
-[[noreturn]] void stop(std::string const& problem) {
-    std::cerr << "qzsignal_line_reader: " << problem << std::endl;
-    std::exit(EXIT_FAILURE);
-}
-
-constexpr std::uint64_t noDigit = 0xFF00;
-
-constexpr std::array<std::uint16_t, 256> makeHexDigits() {
-    std::array<std::uint16_t, 256> values{};
-    for (std::uint16_t& value : values)
-        value = noDigit;
-    for (std::uint16_t i = 0; i < 16; ++i)
-        values[static_cast<unsigned char>("0123456789ABCDEF"[i])] = i;
-    return values;
-}
-
-constexpr std::array<std::uint16_t, 256> hexDigits = makeHexDigits();
-
-// What is read; all numbers are added up so that none is optimised away.
-struct Sums {
-    std::uint64_t d_lines = 0;
-    std::uint64_t d_times = 0;
-    std::uint64_t d_identifiers = 0;
-    std::uint64_t d_payloads = 0;
-};
-
-// (1757617431.821276) can0 167#727FC3000019E500
-bool readLine(char const* line, std::size_t length, Sums& sums) {
-    constexpr std::size_t identifierAt = 25;
-    constexpr std::size_t payloadAt = identifierAt + 4;
-    if (length < payloadAt || length > payloadAt + 16 || line[0] != '(' || line[11] != '.' ||
-        std::memcmp(line + 18, ") can0 ", 7) != 0 || line[payloadAt - 1] != '#')
-        return false;
-    std::uint64_t strange = 0;
-    std::uint64_t time = 0;
-    for (std::size_t i = 1; i < 18; ++i) {
-        if (i == 11)
-            continue;
-        unsigned const digit = static_cast<unsigned char>(line[i]) - unsigned{'0'};
-        strange |= digit > 9 ? noDigit : 0;
-        time = time * 10 + digit;
-    }
-    std::uint64_t identifier = 0;
-    for (std::size_t i = identifierAt; i < payloadAt - 1; ++i) {
-        std::uint64_t const digit = hexDigits[static_cast<unsigned char>(line[i])];
-        strange |= digit;
-        identifier = identifier << 4 | (digit & 0xF);
-    }
-    std::uint64_t payload = 0;
-    for (std::size_t i = payloadAt; i < length; ++i) {
-        std::uint64_t const digit = hexDigits[static_cast<unsigned char>(line[i])];
-        strange |= digit;
-        payload = payload << 4 | (digit & 0xF);
-    }
-    ++sums.d_lines;
-    sums.d_times += time;
-    sums.d_identifiers += identifier;
-    sums.d_payloads += payload;
-    return (strange & noDigit) == 0;
-}
-
-Sums readFile(char const* path) {
-    int const file = open(path, O_RDONLY | O_CLOEXEC);
-    if (file < 0)
-        stop(std::string(path) + ": " + std::strerror(errno));
-    Sums sums;
-    std::vector<char> buffer(1 << 17);
-    std::size_t kept = 0; // bytes of a line whose end has not been read yet
-    ssize_t count = 0;
-    while ((count = read(file, buffer.data() + kept, buffer.size() - kept)) > 0) {
-        char const* line = buffer.data();
-        char const* const end = buffer.data() + kept + count;
-        while (void const* const found = std::memchr(line, '\n', static_cast<std::size_t>(end - line))) {
-            char const* const lineEnd = static_cast<char const*>(found);
-            if (!readLine(line, static_cast<std::size_t>(lineEnd - line), sums))
-                stop("strange line: " + std::string(line, lineEnd));
-            line = lineEnd + 1;
-        }
-        kept = static_cast<std::size_t>(end - line);
-        std::memmove(buffer.data(), line, kept);
-    }
-    if (count < 0 || kept != 0)
-        stop(std::string(path) + ": not read to its end");
-    close(file);
-    return sums;
-}
-
-} // namespace
 
 int main(int argc, char** argv) {
     if (argc != 2)
-        stop("usage: qzsignal_line_reader LOG");
-    Sums const sums = readFile(argv[1]);
-    std::cout << "frames: " << sums.d_lines << "\nsums: " << sums.d_times << " " << sums.d_identifiers << " "
-              << sums.d_payloads << std::endl;
+        qzbench::stop("usage: qzsignal_line_reader LOG");
+    // What is read; all numbers are added up so that none is optimised away.
+    std::uint64_t lines = 0;
+    std::uint64_t times = 0;
+    std::uint64_t identifiers = 0;
+    std::uint64_t payloads = 0;
+    qzbench::readLines(argv[1], [&](qzbench::CandumpLine const& line) {
+        ++lines;
+        times += line.d_micros;
+        identifiers += line.d_identifier;
+        payloads += line.d_payload;
+    });
+    std::cout << "frames: " << lines << "\nsums: " << times << " " << identifiers << " " << payloads << std::endl;
 }

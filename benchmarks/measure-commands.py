@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""Times whole runs of the command on a long log, by the processor time that the kernel accounts to each process, and a plain
-reader of the same log beside them. Prints samples in the form of Google Benchmark's.
+"""Times whole runs of the command on a long log, by the processor time that the kernel accounts to each process, and plain
+programs for the same log beside them. Prints samples in the form of Google Benchmark's.
 
 The caller sees to it that all of it runs on one core.
 """
@@ -63,10 +63,26 @@ def blf_containers(log):
     return containers
 
 
+def repeated(log, times):
+    """The log so many times, one after the other in recorded time as well."""
+    lines = log.splitlines(keepends=True)
+    first, last = (int(line[1:11]) for line in (lines[0], lines[-1]))
+    shift = last - first + 1
+    return "".join(f"({int(line[1:11]) + shift * time}{line[11:]}" for time in range(times) for line in lines)
+
+
+def check_same(one, other):
+    """Both commands have to print the same bytes, or they do not do the same work."""
+    outputs = [subprocess.run(command, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, check=True).stdout
+               for command in (one, other)]
+    if outputs[0] != outputs[1]:
+        sys.exit(f"{one[0]} and {other[0]} print different bytes")
+
+
 def processor_time(command, statuses=(0,)):
-    """Seconds of a process, in user mode and in the kernel."""
+    """Seconds of a process, in user mode and in the kernel. Results are dropped: a file would be part of what is measured."""
     with tempfile.TemporaryFile() as output:
-        with subprocess.Popen(command, stdin=subprocess.DEVNULL, stdout=output, stderr=subprocess.STDOUT) as process:
+        with subprocess.Popen(command, stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=output) as process:
             _, status, usage = os.wait4(process.pid, 0)
             process.returncode = os.waitstatus_to_exitcode(status)
         if process.returncode not in statuses:
@@ -93,17 +109,23 @@ def main():
     samples = []
     with tempfile.TemporaryDirectory() as folder:
         long_log, empty_log = pathlib.Path(folder) / "long.log", pathlib.Path(folder) / "empty.log"
-        long_log.write_text(log * times)
+        long_log.write_text(repeated(log, times))
         empty_log.touch()
         blf, pcap = pathlib.Path(folder) / "long.blf", pathlib.Path(folder) / "long.pcap"
         blf.write_bytes(BLF_HEADER + blf_containers(log) * times)
         pcap.write_bytes(PCAP_HEADER + pcap_packets(log) * times)
         trigger = [qzsignal, "trigger", "--dbc", definitions, expression]
+        export = [qzsignal, "export", "--dbc", definitions]
+        plain_export = [arguments.build / "benchmarks" / "qzsignal_plain_export", definitions]
+        check_same([*export, drive / "drive.log"], [*plain_export, drive / "drive.log"])
         commands = {
             "command/trigger": ([*trigger, long_log], frames),
             "command/trigger-blf": ([*trigger, blf], frames),
             "command/trigger-pcap": ([*trigger, pcap], frames),
             "command/replay": ([qzsignal, "replay", "--dbc", definitions, "--fast", long_log], frames),
+            "command/export": ([*export, long_log], frames),
+            "command/export-wide": ([*export, "--format", "wide", "--step", "0.1", long_log], frames),
+            "command/plain-export": ([*plain_export, long_log], frames),
             "command/line-reader": ([arguments.build / "benchmarks" / "qzsignal_line_reader", long_log], frames),
             "command/definitions": ([*trigger, empty_log], 0),
         }

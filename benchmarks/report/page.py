@@ -106,8 +106,10 @@ COMMANDS = """\
 ## The command
 
 Processor time of whole processes, start and end included, on one core. The log is the one that the benchmarks generate,
-repeated up to {frames} frames, also as a BLF file, deflated, and as a pcap file. `trigger` watches a condition over two signals of the most frequent frames, `replay --fast`
-writes all of the log's signals into shared memory. The last row is `trigger` with the same definitions and an empty log.
+repeated up to {frames} frames, in recorded time as well; also as a BLF file, deflated, and as a pcap file, both without that shift
+of time. `trigger` watches a condition over two signals of the most frequent frames, `replay --fast` writes all of the log's
+signals into shared memory, and `export` writes all of their values, which are dropped. The last row is `trigger` with the same
+definitions and an empty log.
 
 {table}
 """
@@ -235,7 +237,9 @@ def commands_section(results):
             for name, what in (("command/trigger", "`qzsignal trigger`"),
                                ("command/trigger-blf", "the same over a BLF file"),
                                ("command/trigger-pcap", "the same over a pcap file"), ("command/replay", "`qzsignal replay --fast`"),
-                               ("command/line-reader", "the line reader"))]
+                               ("command/export", "`qzsignal export`, CSV"),
+                               ("command/export-wide", "`qzsignal export --format wide --step 0.1`"),
+                               ("command/plain-export", "the plain export"), ("command/line-reader", "the line reader"))]
     rows.append(["`qzsignal trigger`, definitions alone", shown.seconds(results.figure("command/definitions", "run")), ""])
     trigger = results.figure("command/trigger", "run") / results.figure("command/trigger", "frame")
     return COMMANDS.format(frames=f"{round(trigger.median, -4):,.0f}",

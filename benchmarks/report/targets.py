@@ -160,6 +160,11 @@ TARGETS = [
            per_second(5e6, "at least 5 million frames/s", "the line reader", "command/line-reader")),
     Target("`qzsignal replay --fast` into 2,150 shared signals", "command/replay", "frame",
            per_second(1e6, "at least 1 million frames/s", "the line reader", "command/line-reader")),
+    Target("`qzsignal export` of all values as CSV", "command/export", "frame",
+           per_second(1.5e6, "at least 1.5 million frames/s", "the line reader", "command/line-reader")),
+    Target("the same", "command/export", "frame", times(1.6, "the plain export", "command/plain-export")),
+    Target("`qzsignal export --format wide --step 0.1` of all signals", "command/export-wide", "frame",
+           per_second(3e6, "at least 3 million frames/s", "the line reader", "command/line-reader")),
 ]
 
 YARDSTICKS = {
@@ -175,6 +180,8 @@ YARDSTICKS = {
     "a raw read": "a walk over the registry with the virtual `read` of each signal's raw value.",
     "the bare system calls": "the system calls that create and remove as many key files and segments, and nothing else.",
     "the line reader": "a hand-written program that parses the lines of the log and does nothing with them.",
+    "the plain export": "a hand-written program that parses the lines of the log, decodes them by a table and writes the same "
+                        "bytes, each value by `std::to_chars`.",
 }
 
 DECODING = {

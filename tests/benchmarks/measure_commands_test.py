@@ -44,7 +44,7 @@ class ProcessorTimeTest(unittest.TestCase):
 
     def test_other_statuses_end_the_run(self):
         with self.assertRaisesRegex(SystemExit, "status 3\nwhy"):
-            measure_commands.processor_time([sys.executable, "-c", "print('why'); exit(3)"], (0, 1))
+            measure_commands.processor_time([sys.executable, "-c", "import sys; print('why', file=sys.stderr); exit(3)"], (0, 1))
         measure_commands.processor_time([sys.executable, "-c", "exit(1)"], (0, 1))
 
 
