@@ -13,8 +13,8 @@ TEST(CommandLine, helpNamesSubcommandsExitStatusesAndExamples) {
     Result const result({"--help"});
     EXPECT_EQ(result.status, 0);
     EXPECT_EQ(result.errors, "");
-    for (char const* const part :
-         {"replay", "read", "list", "eval", "trigger", "Exit status:", "  64  ", "  65  ", "  69  ", "  74  ", "Examples:"})
+    for (char const* const part : {"replay", "read", "list", "eval", "trigger", "Exit status:", "  64  ", "  65  ",
+                                   "  69  ", "  74  ", "Examples:"})
         EXPECT_TRUE(contains(result.output, part)) << part;
 }
 

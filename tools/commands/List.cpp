@@ -68,7 +68,7 @@ void printTable(std::ostream& out, std::vector<std::vector<std::string>> const& 
 void reportSharedKeys(std::vector<ListedSignal> const& signals, Console& console) {
     std::unordered_map<key_t, std::string> names;
     for (ListedSignal const& each : signals) {
-        auto const [entry, isNew] = names.try_emplace(each.key, each.instance);
+        auto const [entry, isNew] = names.try_emplace(each.segment.key, each.instance);
         if (!isNew)
             console.warning("'", printable(entry->second), "' and '", printable(each.instance),
                             "' show one segment, since their key files have the same key");

@@ -4,6 +4,8 @@
 #include "tools/drive/Buses.h"
 #include "tools/drive/SegmentPlan.h"
 
+#include "qzsignal/signal/BaseSignal.h"
+
 #include <algorithm>
 #include <fnmatch.h>
 
@@ -65,7 +67,8 @@ SignalSet::Built SignalSet::build(std::unordered_set<std::string> const& names) 
     return Built::Ready;
 }
 
-SignalSet::Built SignalSet::share(std::vector<std::string> const& only) {
+SignalSet::Built SignalSet::share(std::vector<std::string> const& only,
+                                  std::function<bool(std::vector<std::string> const& names)> const& isFree) {
     if (Built const checked = checkDefinitions(); checked != Built::Ready)
         return checked;
     auto const matches = [this, &only](std::string const& instance) {
@@ -93,6 +96,8 @@ SignalSet::Built SignalSet::share(std::vector<std::string> const& only) {
         d_reporter.error("no signal matches " + patterns);
         return Built::NoMatch;
     }
+    if (isFree && !isFree(picked))
+        return Built::NotFree;
     if (std::optional<SegmentShortage> const shortage = segmentShortage(picked)) {
         d_reporter.error(
             std::to_string(shortage->wanted) + " signals need a shared memory segment each, but the kernel allows " +
@@ -187,9 +192,10 @@ void SignalSet::buildMessage(File const& file, std::size_t index, std::vector<Fa
     }
 }
 
-void SignalSet::keep() {
-    for (auto const& signal : d_signals)
-        signal->keepSegment();
+void SignalSet::keep(std::vector<std::string> const& names) {
+    for (std::string const& name : names)
+        if (auto* const signal = dynamic_cast<DrivenSignal*>(BaseSignal::getInstance(name.c_str())))
+            signal->keepSegment();
 }
 
 std::size_t SignalSet::writtenCount() const {

@@ -23,6 +23,7 @@ public:
         NoSignals, // the definition files hold none
         BadFiles,  // the same, and problems instead
         NoMatch,   // none is picked
+        NotFree,   // the caller does not agree
         NoSegments // none can be shared
     };
 
@@ -31,12 +32,14 @@ public:
 
     // Builds shared signals: those whose instance name or original spelling matches one of the patterns (as for file
     // names); no pattern: all. To be called once, as the next. Whatever the result, its reason is reported.
-    Built share(std::vector<std::string> const& only);
+    // `isFree` is asked with their names before anything is made; what it objects to, it reports.
+    Built share(std::vector<std::string> const& only,
+                std::function<bool(std::vector<std::string> const& names)> const& isFree = {});
     // Builds signals of this process alone: those with these instance names, as far as the files define them.
     Built build(std::unordered_set<std::string> const& names);
 
-    // The segments are to outlive the process.
-    void keep();
+    // The segments of these signals are to outlive the process.
+    void keep(std::vector<std::string> const& names);
 
     std::size_t sharedCount() const { return d_sharedCount; } // signals that have a segment
     std::size_t writtenCount() const;                         // of these, the ones that were ever written
