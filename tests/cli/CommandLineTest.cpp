@@ -35,7 +35,7 @@ TEST(CommandLine, mistakesAreUsageErrorsWithNothingOnStandardOutput) {
         {{"raed", "x"}, "unknown subcommand 'raed', did you mean 'read'?"},
         {{"frobnicate"}, "unknown subcommand 'frobnicate'; see qzsignal --help"},
         {{"read"}, "NAME"},
-        {{"list", "surplus"}, "surplus"},
+        {{"list", "--stale", "-1"}, "--stale"},
         {{"replay", "drive.log"}, "--definitions"},
         {{"replay", "--dbc", "car.dbc"}, "TRACE"},
         {{"replay", "--dbc", "car.dbc", "--speed", "0", "drive.log"}, "--speed"},

@@ -150,6 +150,8 @@ private:
             d_shownSubcommands.push_back(part);
         } else if (words[0] == ".Ar") {
             d_shownArguments[part].push_back(lettersOf(words.at(1)));
+        } else if (words[0] == ".Op" && words.at(1) == "Ar") {
+            d_shownArguments[part].push_back(lettersOf(words.at(2)));
         } else {
             addOptions(words, d_shownOptions[part]);
         }

@@ -143,7 +143,7 @@ bool FeedClaim::checkSegments(bool takeOver) {
     std::map<pid_t, std::vector<std::string>> others;
     std::set<pid_t> gone;
     std::vector<std::string> found;
-    std::vector<Segment> orphans;
+    std::vector<Segment> unused;
     for (Name& each : d_names) {
         std::optional<key_t> const key = keyOf(each.name);
         auto const entry = key ? table.find(*key) : table.end();
@@ -151,14 +151,17 @@ bool FeedClaim::checkSegments(bool takeOver) {
             continue;
         Segment const& segment = entry->second;
         bool const isAlive = processes.isAlive(segment.creator, segment.made);
-        if (isAlive && segment.attached != 0 && each.locked) {
-            others[segment.creator].push_back(each.name);
-        } else if (!isAlive) {
-            each.ownKeyFile = true;
+        if (isAlive && segment.attached != 0) {
+            if (each.locked)
+                others[segment.creator].push_back(each.name);
+            continue;
+        }
+        each.ownKeyFile = true;
+        if (segment.attached == 0)
+            unused.push_back(segment);
+        if (!isAlive) { // otherwise it has just left it to this process
             found.push_back(each.name);
             gone.insert(segment.creator);
-            if (segment.attached == 0)
-                orphans.push_back(segment);
         }
     }
     for (auto const& [process, names] : others) {
@@ -172,7 +175,7 @@ bool FeedClaim::checkSegments(bool takeOver) {
     if (!others.empty() && !takeOver)
         return false;
     // A new segment shows who made it. One that processes are attached to is filled again where it is.
-    for (Segment const& segment : orphans)
+    for (Segment const& segment : unused)
         removeSegment(segment);
     if (!found.empty())
         d_console.note("found ", listed(found), ", left by ",
