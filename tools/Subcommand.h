@@ -22,6 +22,7 @@ struct Subcommand {
 std::function<int()> setUpReplay(CLI::App& parser, Console& console);
 std::function<int()> setUpRead(CLI::App& parser, Console& console);
 std::function<int()> setUpList(CLI::App& parser, Console& console);
+std::function<int()> setUpClean(CLI::App& parser, Console& console);
 std::function<int()> setUpEval(CLI::App& parser, Console& console);
 std::function<int()> setUpTrigger(CLI::App& parser, Console& console);
 std::function<int()> setUpCut(CLI::App& parser, Console& console);

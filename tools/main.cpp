@@ -24,6 +24,7 @@ constexpr Subcommand subcommands[] = {
     {"replay", "Feed a recorded drive into shared signals", qztool::setUpReplay},
     {"read", "Print the values of shared signals", qztool::setUpRead},
     {"list", "List the shared signals of this machine", qztool::setUpList},
+    {"clean", "Remove shared signals whose processes are gone", qztool::setUpClean},
     {"eval", "Evaluate an expression over shared signals", qztool::setUpEval},
     {"trigger", "Find the moments of a recorded drive at which a condition becomes true", qztool::setUpTrigger},
     {"cut", "Write the stretches of a recorded drive around each moment of a condition", qztool::setUpCut},

@@ -72,6 +72,14 @@ bool RecordView::find() {
     return d_record != nullptr;
 }
 
+template <typename Record>
+bool RecordView::attach(int shmId, std::size_t bytes) {
+    d_record = attachKnown(familyOf(Record{}), shmId, bytes, d_isReadOnly);
+    if (d_record != nullptr)
+        d_kind = kindOf(static_cast<Record const*>(nullptr));
+    return d_record != nullptr;
+}
+
 template <typename Use>
 auto RecordView::visit(Use use) const {
     return *d_kind == RecordKind::Shm ? use(record<shmSignalData_t>()) : use(record<canSignalData_t>());
@@ -80,6 +88,11 @@ auto RecordView::visit(Use use) const {
 RecordView::RecordView(std::string const& instance) : d_instance(instance) {
     if (!find<shmSignalData_t>())
         find<canSignalData_t>();
+}
+
+RecordView::RecordView(std::string const& instance, int shmId, std::size_t bytes) : d_instance(instance) {
+    if (!attach<shmSignalData_t>(shmId, bytes))
+        attach<canSignalData_t>(shmId, bytes);
 }
 
 RecordView::~RecordView() {

@@ -4,6 +4,7 @@
 #include "qzsignal/signal/SignalDefinition.h"
 
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -36,6 +37,8 @@ public:
     // Attaches to the record, if there is one that is initialised and can be locked. A record that this user may not
     // write is looked at without its lock.
     explicit RecordView(std::string const& instance);
+    // The same of a segment that the caller has found under the name, which saves looking it up.
+    RecordView(std::string const& instance, int shmId, std::size_t bytes);
     ~RecordView();
     RecordView(RecordView const&) = delete;
     RecordView& operator=(RecordView const&) = delete;
@@ -56,6 +59,8 @@ private:
     }
     template <typename Record>
     bool find();
+    template <typename Record>
+    bool attach(int shmId, std::size_t bytes);
     // Calls `use` with the record, as what it is.
     template <typename Use>
     auto visit(Use use) const;

@@ -110,6 +110,19 @@ void* attachReadOnly(RecordFamily const& family, std::string const& instance) {
     return nullptr;
 }
 
+void* attachKnown(RecordFamily const& family, int shmId, std::size_t bytes, bool& isReadOnly) {
+    if (bytes < family.d_size)
+        return nullptr;
+    void* record = attached(shmId);
+    isReadOnly = record == nullptr && errno == EACCES;
+    if (isReadOnly)
+        record = attached(shmId, SHM_RDONLY);
+    if (record == nullptr || (initialised(record, family) && (isReadOnly || canBeLocked(recordMutex(record)))))
+        return record;
+    shmdt(record);
+    return nullptr;
+}
+
 void detachSegment(RecordFamily const& family, std::string const& instance, void* record) {
     if (shmdt(record) == -1)
         reportFailure(family, "::dtor: shmdt", instance);

@@ -42,6 +42,10 @@ void* attachSegment(RecordFamily const& family, std::string const& instance, key
 // The same for a process that may read the segment and not write it, without a report. The record must not be locked.
 void* attachReadOnly(RecordFamily const& family, std::string const& instance);
 
+// The same for a segment that is known by its id and its size, whatever its name: for reading alone, if this process
+// may not write it. Nothing is reported.
+void* attachKnown(RecordFamily const& family, int shmId, std::size_t bytes, bool& isReadOnly);
+
 // Detaches from a record.
 void detachSegment(RecordFamily const& family, std::string const& instance, void* record);
 

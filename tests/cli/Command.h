@@ -94,7 +94,7 @@ public:
         d_errors = d_folder.file("errors", "");
         int input[2];
         EXPECT_EQ(pipe2(input, O_CLOEXEC), 0);
-        d_id = fork();
+        d_lastId = d_id = fork();
         if (d_id == 0) {
             alarm(2 * patience);
             dup2(input[0], STDIN_FILENO);
@@ -137,6 +137,8 @@ public:
         return d_id > 0;
     }
 
+    pid_t id() const { return d_lastId; } // its number, also when it has ended
+
     // Waits for the end. The exit status; negative if the child did not exit by itself.
     int wait() {
         EXPECT_TRUE(waitUntil([this] { return !running(); })) << "still running";
@@ -150,6 +152,7 @@ private:
     std::string d_output;
     std::string d_errors;
     pid_t d_id = -1;
+    pid_t d_lastId = -1;
     int d_input = -1;
     int d_status = -1;
 };

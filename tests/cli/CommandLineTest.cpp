@@ -13,8 +13,8 @@ TEST(CommandLine, helpNamesSubcommandsExitStatusesAndExamples) {
     Result const result({"--help"});
     EXPECT_EQ(result.status, 0);
     EXPECT_EQ(result.errors, "");
-    for (char const* const part :
-         {"replay", "read", "list", "eval", "trigger", "Exit status:", "  64  ", "  65  ", "  69  ", "  74  ", "Examples:"})
+    for (char const* const part : {"replay", "read", "list", "eval", "trigger", "Exit status:", "  64  ", "  65  ",
+                                   "  69  ", "  74  ", "Examples:"})
         EXPECT_TRUE(contains(result.output, part)) << part;
 }
 
@@ -35,7 +35,7 @@ TEST(CommandLine, mistakesAreUsageErrorsWithNothingOnStandardOutput) {
         {{"raed", "x"}, "unknown subcommand 'raed', did you mean 'read'?"},
         {{"frobnicate"}, "unknown subcommand 'frobnicate'; see qzsignal --help"},
         {{"read"}, "NAME"},
-        {{"list", "surplus"}, "surplus"},
+        {{"list", "--stale", "-1"}, "--stale"},
         {{"replay", "drive.log"}, "--definitions"},
         {{"replay", "--dbc", "car.dbc"}, "TRACE"},
         {{"replay", "--dbc", "car.dbc", "--speed", "0", "drive.log"}, "--speed"},

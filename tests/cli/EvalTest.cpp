@@ -202,6 +202,20 @@ TEST_F(EvalTest, followPrintsChangesUntilInterrupted) {
     }
 }
 
+// A look every 20 ms would see 50 of them.
+TEST_F(EvalTest, followLooksOftenEnoughForShortStates) {
+    d_signal->write(word(1), 1);
+    Command command({"eval", "--follow", d_name.name()});
+    ASSERT_EQ(line(command, 1), "1 (trigger true, timestamp 1)");
+    constexpr timespec pause = {0, 5000000};
+    for (unsigned i = 2; i <= 201; ++i) {
+        d_signal->write(word(static_cast<std::uint8_t>(i)), i);
+        nanosleep(&pause, nullptr);
+    }
+    endBySignal(command);
+    EXPECT_GT(linesOf(command.output()).size(), 80U);
+}
+
 TEST_F(EvalTest, followPrintsChangesOfAFormula) {
     d_signal->write(word(5), 6);
     Command command({"eval", "--follow", "--json", d_name.name() + " * 2"});

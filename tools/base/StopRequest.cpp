@@ -4,6 +4,7 @@
 #include "tools/base/Clock.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <csignal>
 #include <cstdint>
@@ -16,7 +17,9 @@ namespace qztool {
 
 namespace {
 
-volatile std::sig_atomic_t stopNoted = 0;
+// Set by signal handlers and threads.
+std::atomic<bool> stopNoted{false};
+static_assert(std::atomic<bool>::is_always_lock_free, "handlers may use it");
 
 // Readable from the first request on: a wait for it ends also if the request came in the instant before. -1: requests
 // are not noted, and waits pass over it.
@@ -24,7 +27,7 @@ int stopDescriptor = -1;
 
 void noteStop(int) {
     int const before = errno;
-    stopNoted = 1;
+    stopNoted = true;
     constexpr std::uint64_t one = 1;
     [[maybe_unused]] ssize_t const written = write(stopDescriptor, &one, sizeof one);
     errno = before;
@@ -43,8 +46,12 @@ void noteStopRequests() {
         sigaction(request, &action, nullptr);
 }
 
+void requestStop() {
+    noteStop(0);
+}
+
 bool stopRequested() {
-    return stopNoted != 0;
+    return stopNoted;
 }
 
 void pauseUnlessStopped(double seconds) {

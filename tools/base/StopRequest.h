@@ -8,6 +8,9 @@ namespace qztool {
 // From now on, the signals only leave a note, and end what the process waits for.
 void noteStopRequests();
 
+// The same as one of them, from any thread.
+void requestStop();
+
 bool stopRequested();
 
 // Sleeps this long, or until a stop is requested.

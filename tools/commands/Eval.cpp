@@ -29,7 +29,7 @@ struct Options {
     bool json = false;
     bool program = false;
     double wait = 0;
-    double interval = 0.02;
+    double interval = 0.001;
 };
 
 // The result of one evaluation.
@@ -164,13 +164,18 @@ private:
         return outcome;
     }
 
-    // Until a stop is requested, or the reader of the output is gone.
+    // Until a stop is requested, or the output takes nothing more. A look comes at its time however long the one before
+    // took, unless that took longer than the interval.
     ExitStatus follow() {
         Outcome last = evaluate();
         if (last.trigger || !d_options.edge)
             print(last);
+        timespec start{};
+        clock_gettime(CLOCK_MONOTONIC, &start);
+        double due = 0;
         while (!stopRequested() && d_console.results()) {
-            pauseUnlessStopped(d_options.interval);
+            due = std::max(due + d_options.interval, secondsSince(start));
+            pauseUnlessStopped(due - secondsSince(start));
             look();
             Outcome const now = evaluate();
             if (d_options.edge ? now.trigger : now.differs(last))
@@ -220,7 +225,7 @@ std::function<int()> setUpEval(CLI::App& parser, Console& console) {
             ->type_name("SECONDS")
             ->check(seconds(0.0, 1e6));
     CLI::Option* const interval =
-        parser.add_option("--interval", options->interval, "Look at the signals this often (0.02)")
+        parser.add_option("--interval", options->interval, "Look at the signals this often (0.001)")
             ->type_name("SECONDS")
             ->check(seconds(0.001, 1e6));
     parser.add_flag("--json", options->json,

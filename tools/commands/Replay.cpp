@@ -14,7 +14,8 @@
 #include "tools/drive/DefinitionSet.h"
 #include "tools/drive/Drive.h"
 #include "tools/drive/SignalSet.h"
-
+#include "tools/machine/FeedClaim.h"
+#include "tools/machine/Processes.h"
 #include "tools/machine/StateJson.h"
 
 #include <CLI/CLI.hpp>
@@ -37,6 +38,8 @@ struct Options {
     bool speedGiven = false;
     bool fast = false;
     bool keep = false;
+    bool now = false;
+    bool takeOver = false;
     bool json = false;
 };
 
@@ -47,6 +50,7 @@ public:
           d_console(console),
           d_reporter(console, options.definitions.quiet),
           d_definitions(d_reporter, options.definitions.decoding),
+          d_claim(console),
           d_signals(d_definitions, d_frame, d_reporter),
           d_pacer(speed()) {}
 
@@ -61,15 +65,26 @@ public:
         for (std::string const& definition : d_options.definitions.files)
             allLoaded = d_definitions.load(parseDefinitionFile(definition)) && allLoaded;
         noteStopRequests();
-        SignalSet::Built const built = d_signals.share(d_options.only);
+        SignalSet::Built const built = d_signals.share(d_options.only, [this](std::vector<std::string> const& names) {
+            bool const isFree = d_claim.claim(names, d_options.takeOver);
+            // The drive may be under way, as signals of further channels and sources are made when these are seen.
+            if (!isFree)
+                requestStop();
+            d_isRefused = d_isRefused || !isFree;
+            return isFree;
+        });
         if (built != SignalSet::Built::Ready)
             return built == SignalSet::Built::BadFiles  ? exitBadData
                    : built == SignalSet::Built::NoMatch ? exitNotThere
+                   : built == SignalSet::Built::NotFree ? exitFedByOther
                                                         : exitNothingUsable;
         Drive drive(recording, d_definitions.channels(), d_frame, d_stop);
+        if (d_options.now)
+            drive.moveToNow();
+        d_claim.begin();
         feedFrom(drive);
-        if (d_options.keep)
-            d_signals.keep();
+        std::optional<pid_t> const successor = d_claim.takenOverBy();
+        d_signals.keep(d_claim.staying(d_options.keep));
         UnfedFrames const unfed = sortOut(drive.unfed(), d_definitions);
         ExitStatus status = report(drive, unfed, d_options.recording, d_console);
         bool const hasFed = drive.counts().decoded != 0 || drive.transport().messages != 0;
@@ -81,6 +96,12 @@ public:
             printJson(drive, unfed);
         else
             print(drive, unfed);
+        if (successor) {
+            d_console.error("the signals were taken over by ", processText(*successor));
+            return exitFedByOther;
+        }
+        if (d_isRefused)
+            return exitFedByOther;
         return status == exitSuccess && !allLoaded ? exitNothingUsable : status;
     }
 
@@ -216,6 +237,8 @@ private:
     SignalStop d_stop;
     CurrentFrame d_frame;
     DefinitionSet d_definitions;
+    FeedClaim d_claim;
+    bool d_isRefused = false; // signals, as another process feeds them
     SignalSet d_signals;
     Pacer d_pacer;
     Progress* d_progress = nullptr;
@@ -232,6 +255,9 @@ std::function<int()> setUpReplay(CLI::App& parser, Console& console) {
                                    ->check(CLI::Range(1e-6, 1e6).description(""));
     parser.add_flag("--fast", options->fast, "Play as fast as possible")->excludes(speed);
     parser.add_flag("--keep", options->keep, "Keep the signals when done");
+    parser.add_flag("--now", options->now, "Move recorded times such that the first frame comes now");
+    parser.add_flag("--take-over", options->takeOver,
+                    "Take the signals over if another process feeds them; another replay then ends");
     parser
         .add_option(
             "--only", options->only,

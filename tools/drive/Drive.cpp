@@ -3,6 +3,8 @@
 
 #include "tools/drive/Buses.h"
 
+#include <chrono>
+
 namespace qztool {
 
 Drive::Drive(RecordingReader& recording, Channels& channels, CurrentFrame& frame, Stop& stop)
@@ -25,6 +27,8 @@ void Drive::run(DriveListener& listener) {
         }
         if (next == RecordingReader::Next::Interrupted)
             continue;
+        if (d_moveToNow)
+            moveTime(d_frame);
         listener.onRead(d_frame);
         if (d_frame.is(frameFlag::withoutData)) {
             count(d_frame);
@@ -37,6 +41,15 @@ void Drive::run(DriveListener& listener) {
         listener.onFed(d_frame);
     }
     listener.onEnd();
+}
+
+void Drive::moveTime(Frame& frame) {
+    if (!d_shift) {
+        auto const now = std::chrono::system_clock::now().time_since_epoch();
+        d_shift = static_cast<std::uint64_t>(std::chrono::duration_cast<std::chrono::microseconds>(now).count()) -
+                  frame.timestamp;
+    }
+    frame.timestamp += *d_shift;
 }
 
 void Drive::feed() {

@@ -11,6 +11,7 @@
 #include <array>
 #include <cstdint>
 #include <memory>
+#include <optional>
 
 namespace qztool {
 
@@ -55,6 +56,9 @@ class Drive : private MessageSink {
 public:
     Drive(RecordingReader& recording, Channels& channels, CurrentFrame& frame, Stop& stop);
 
+    // Moves all times by the same amount, such that the first frame comes now.
+    void moveToNow() { d_moveToNow = true; }
+
     // Runs to the end of the recording, or until a stop is requested.
     void run(DriveListener& listener);
 
@@ -66,6 +70,7 @@ public:
     FrameTally const& unfed() const { return d_unfed; }
 
 private:
+    void moveTime(Frame& frame);
     void count(Frame const& frame);
     void feed();
     void onMessage(std::uint64_t message) override;
@@ -76,6 +81,8 @@ private:
     Frame d_frame;
     DriveListener* d_listener = nullptr; // while running
     unsigned d_sinceProgress = 0;        // frames
+    bool d_moveToNow = false;
+    std::optional<std::uint64_t> d_shift; // of times, in microseconds, modulo 2^64; nothing before the first frame
     DriveCounts d_counts;
     FrameTally d_unfed;
 };

@@ -5,6 +5,8 @@
 #include "tools/drive/Names.h"
 #include "tools/drive/can/TransportProtocol.h"
 
+#include "qzsignal/signal/BaseSignal.h"
+
 #include <algorithm>
 #include <fnmatch.h>
 #include <utility>
@@ -132,6 +134,8 @@ SignalSet::Built SignalSet::begin(Fate fate, std::vector<std::string> const& onl
     build(parts);
     if (fate != Fate::Shared || picked == 0)
         return Built::Ready;
+    if (d_isRefused)
+        return Built::NotFree;
     if (d_hasReportedShortage)
         return Built::NoSegments;
     if (d_sharedCount != picked)
@@ -140,7 +144,8 @@ SignalSet::Built SignalSet::begin(Fate fate, std::vector<std::string> const& onl
     return d_sharedCount != 0 ? Built::Ready : Built::NoSegments;
 }
 
-SignalSet::Built SignalSet::share(std::vector<std::string> const& only) {
+SignalSet::Built SignalSet::share(std::vector<std::string> const& only, FreeTest isFree) {
+    d_isFree = std::move(isFree);
     return begin(Fate::Shared, only);
 }
 
@@ -211,7 +216,12 @@ void SignalSet::build(Parts& parts) {
     Problems problems(d_definitions.files().size());
     if (countOf(parts, Fate::Shared) != 0) {
         leaveOutUnshareable(parts, problems);
-        if (!hasSegmentsFor(parts))
+        std::vector<std::string> const names = sharedNames(parts);
+        if (d_isFree && !names.empty() && !d_isFree(names)) {
+            d_isRefused = true;
+            return;
+        }
+        if (!hasSegmentsFor(names))
             return;
         claimKeys(parts, problems);
     }
@@ -242,14 +252,18 @@ void SignalSet::leaveOutUnshareable(Parts& parts, Problems& problems) const {
         }
 }
 
-// Otherwise reports it, once.
-bool SignalSet::hasSegmentsFor(Parts const& parts) {
-    std::vector<std::string> picked;
+std::vector<std::string> SignalSet::sharedNames(Parts const& parts) {
+    std::vector<std::string> names;
     for (Part const& part : parts)
         for (std::size_t i = 0; i < part.fates.size(); ++i)
             if (part.fates[i] == Fate::Shared)
-                picked.push_back(part.names[i]);
-    std::optional<SegmentShortage> const shortage = segmentShortage(picked);
+                names.push_back(part.names[i]);
+    return names;
+}
+
+// Otherwise reports it, once.
+bool SignalSet::hasSegmentsFor(std::vector<std::string> const& names) {
+    std::optional<SegmentShortage> const shortage = segmentShortage(names);
     if (!shortage)
         return true;
     if (!std::exchange(d_hasReportedShortage, true))
@@ -324,9 +338,10 @@ void SignalSet::buildPart(Part const& part, std::vector<Problem>& problems) {
     }
 }
 
-void SignalSet::keep() {
-    for (auto const& signal : d_signals)
-        signal->keepSegment();
+void SignalSet::keep(std::vector<std::string> const& names) {
+    for (std::string const& name : names)
+        if (auto* const signal = dynamic_cast<DrivenSignal*>(BaseSignal::getInstance(name.c_str())))
+            signal->keepSegment();
 }
 
 std::size_t SignalSet::writtenCount() const {

@@ -30,6 +30,7 @@ public:
         NoSignals, // the definition files hold none
         BadFiles,  // the same, and problems instead
         NoMatch,   // none is picked
+        NotFree,   // the caller does not agree
         NoSegments // none can be shared
     };
 
@@ -40,8 +41,10 @@ public:
 
     // Builds shared signals: those whose instance name or original spelling matches one of the patterns (as for file
     // names); no pattern: all. A pattern that matches none may be the own name of one signal. To be called once, as the
-    // next. Whatever the result, its reason is reported.
-    Built share(std::vector<std::string> const& only);
+    // next. Whatever the result, its reason is reported. `isFree` is asked with their names before any is made, also
+    // those that are made late; what it objects to, it reports.
+    using FreeTest = std::function<bool(std::vector<std::string> const& names)>;
+    Built share(std::vector<std::string> const& only, FreeTest isFree = {});
     // The same, of this process alone.
     Built build(std::vector<std::string> const& only);
     // Builds signals of this process alone: those with these instance names, as far as the files define them.
@@ -51,8 +54,8 @@ public:
     // that nobody asked for (`DrivenSignal::isWanted`). Those that are built late follow.
     std::vector<std::unique_ptr<DrivenSignal>> const& signals() const { return d_signals; }
 
-    // The segments are to outlive the process.
-    void keep();
+    // The segments of these signals are to outlive the process.
+    void keep(std::vector<std::string> const& names);
 
     std::size_t sharedCount() const { return d_sharedCount; } // signals that have a segment
     std::size_t writtenCount() const;                         // of these, the ones that were ever written
@@ -96,7 +99,8 @@ private:
     static std::size_t countOf(Parts const& parts, Fate fate);
     void build(Parts& parts);
     void leaveOutUnshareable(Parts& parts, Problems& problems) const;
-    bool hasSegmentsFor(Parts const& parts);
+    static std::vector<std::string> sharedNames(Parts const& parts);
+    bool hasSegmentsFor(std::vector<std::string> const& names);
     void claimKeys(Parts& parts, Problems& problems);
     void addMultiplexors(Part& part) const;
     void buildPart(Part const& part, std::vector<Problem>& problems);
@@ -111,6 +115,8 @@ private:
     bool d_picksAll = false;
     SegmentKeys d_keys;
     bool d_hasReportedShortage = false;
+    FreeTest d_isFree;
+    bool d_isRefused = false;                                                  // by it
     std::set<std::tuple<Network const*, std::size_t, std::uint8_t>> d_sources; // of messages, whose signals are built
 };
 

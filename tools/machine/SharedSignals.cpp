@@ -1,6 +1,8 @@
 // Looks at /tmp and at the kernel's table of segments.
 #include "tools/machine/SharedSignals.h"
 
+#include "tools/machine/SegmentTable.h"
+
 #include "qzsignal/can/CANSignal.h"
 #include "qzsignal/shm/KeyFile.h"
 #include "qzsignal/shm/ShmSignal.h"
@@ -11,17 +13,18 @@
 #include <fcntl.h>
 #include <fstream>
 #include <memory>
-#include <sstream>
 #include <sys/shm.h>
 #include <sys/stat.h>
 #include <unistd.h>
-#include <unordered_set>
 
 namespace qztool {
 
 namespace {
 
 using qzsignal::keyPath;
+
+// A key is made of the low 16 bits of a file's number in its file system, and of bits that all files share.
+constexpr std::size_t fileNumbers = 0x10000;
 
 // Puts a new file in place of `path`. The old one exists until then, so the new one has another inode number.
 bool replaceKeyFile(std::string const& path) {
@@ -35,28 +38,6 @@ bool replaceKeyFile(std::string const& path) {
         return true;
     unlink(other.c_str());
     return false;
-}
-
-struct Segment {
-    key_t key;
-    std::size_t bytes;
-};
-
-// All segments of the machine, from the kernel's own table: a heading and a line each.
-std::vector<Segment> segments() {
-    std::vector<Segment> found;
-    std::ifstream table("/proc/sysvipc/shm");
-    std::string line;
-    std::getline(table, line);
-    while (std::getline(table, line)) {
-        std::istringstream fields(line);
-        std::int64_t key = 0;
-        std::string id, permissions;
-        std::size_t bytes = 0;
-        if (fields >> key >> id >> permissions >> bytes)
-            found.push_back({static_cast<key_t>(key), bytes});
-    }
-    return found;
 }
 
 } // namespace
@@ -88,24 +69,34 @@ std::optional<key_t> claimKey(std::string const& instance, std::unordered_map<ke
 }
 
 std::vector<ListedSignal> sharedSignals() {
-    std::unordered_set<key_t> keys;
+    std::unordered_map<key_t, Segment> table;
     for (Segment const& segment : segments())
         if (segment.bytes == sizeof(shmSignalData_t) || segment.bytes == sizeof(qzsignal::canSignalData_t))
-            keys.insert(segment.key);
-
+            table.emplace(segment.key, segment);
     std::vector<ListedSignal> found;
+    if (table.empty())
+        return found;
+    // Most files of a folder have no segment. A part of the key is part of what the folder itself says of its files.
+    std::vector<bool> numbers(fileNumbers);
+    for (auto const& [key, segment] : table)
+        numbers[static_cast<std::size_t>(key) % fileNumbers] = true;
+
     std::unique_ptr<DIR, int (*)(DIR*)> const folder(opendir(keyPath("").c_str()), closedir);
     if (!folder)
         return found;
-    while (dirent const* const entry = readdir(folder.get())) {
-        struct stat status {};
-        std::string const instance = entry->d_name;
+    while (dirent const* const file = readdir(folder.get())) {
+        if (!numbers[file->d_ino % fileNumbers])
+            continue;
         // Anything but a regular file was not made as a key file, though a folder has a key as well.
-        if (lstat(keyPath(instance).c_str(), &status) != 0 || !S_ISREG(status.st_mode))
+        struct stat status {};
+        std::string const instance = file->d_name;
+        if (file->d_type != DT_REG &&
+            (file->d_type != DT_UNKNOWN || lstat(keyPath(instance).c_str(), &status) != 0 || !S_ISREG(status.st_mode)))
             continue;
         std::optional<key_t> const key = keyOf(instance);
-        if (key && keys.count(*key) != 0)
-            found.push_back({instance, *key});
+        auto const entry = key ? table.find(*key) : table.end();
+        if (entry != table.end())
+            found.push_back({instance, entry->second});
     }
     std::sort(found.begin(), found.end(),
               [](ListedSignal const& a, ListedSignal const& b) { return a.instance < b.instance; });

@@ -1,6 +1,8 @@
 // The shared signals of this machine, found from their key files and segments without disturbing either.
 #pragma once
 
+#include "tools/machine/SegmentTable.h"
+
 #include <cstddef>
 #include <optional>
 #include <string>
@@ -25,7 +27,7 @@ std::optional<key_t> claimKey(std::string const& instance, std::unordered_map<ke
 // A signal that has a key file and a segment of the size of a signal's record, of whatever kind.
 struct ListedSignal {
     std::string instance;
-    key_t key;
+    Segment segment;
 };
 
 // All of them, in order of their names. Two with one key share a segment, which only one of them can have made.

@@ -5,9 +5,10 @@
 
 namespace qztool {
 
-std::optional<SignalState> readSignal(std::string const& instance) {
-    constexpr std::chrono::milliseconds patience(500);
-    qzsignal::RecordView const view(instance);
+namespace {
+
+std::optional<SignalState> stateOf(qzsignal::RecordView const& view, std::string const& instance,
+                                   std::chrono::milliseconds patience) {
     if (!view.kind())
         return std::nullopt;
     std::optional<qzsignal::RecordContent> const content = view.read(patience);
@@ -22,6 +23,17 @@ std::optional<SignalState> readSignal(std::string const& instance) {
     if (content && content->value)
         state.value = SignalValue{content->value->physical, content->value->raw, content->value->timestamp};
     return state;
+}
+
+} // namespace
+
+std::optional<SignalState> readSignal(std::string const& instance, std::chrono::milliseconds patience) {
+    return stateOf(qzsignal::RecordView(instance), instance, patience);
+}
+
+std::optional<SignalState> readSignal(std::string const& instance, Segment const& segment,
+                                      std::chrono::milliseconds patience) {
+    return stateOf(qzsignal::RecordView(instance, segment.id, segment.bytes), instance, patience);
 }
 
 } // namespace qztool

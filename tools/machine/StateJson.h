@@ -5,16 +5,24 @@
 
 #include <nlohmann/json.hpp>
 
+#include <sstream>
+#include <string>
+
 namespace qztool {
+
+// "unsigned", "signed", "float" or "double".
+inline std::string typeName(signalValue_t type) {
+    std::ostringstream name;
+    name << type;
+    return name.str();
+}
 
 // Keys: name, type, unit, value, raw, timestamp; the last three are null while there is no value. A value that JSON
 // cannot hold (not a number, infinite) is null as well.
 inline nlohmann::ordered_json toJson(SignalState const& state) {
     nlohmann::ordered_json json;
-    std::ostringstream type;
-    type << state.type;
     json["name"] = state.instance;
-    json["type"] = type.str();
+    json["type"] = typeName(state.type);
     json["unit"] = state.unit;
     json["value"] = nullptr;
     json["raw"] = nullptr;

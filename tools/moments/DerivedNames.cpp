@@ -35,7 +35,7 @@ public:
             if (each.text.empty())
                 continue;
             std::string const original = originalOf(each);
-            if (isExpressionName(original) && !isTaken(original))
+            if (expressionName(original) == original && !isTaken(original))
                 add(each, original);
             else
                 others.push_back(&each);

@@ -52,12 +52,27 @@ TEST_F(SignalSetTest, segmentsGoWithTheSetUnlessKept) {
         DrivenSet set(d_errors);
         set.load({std::nullopt, path});
         set.share();
-        set.d_signals.keep();
+        set.d_signals.keep({instance("M.A"), instance("M.none")});
     }
     EXPECT_TRUE(segmentExists(instance("M.A")));
+    EXPECT_FALSE(segmentExists(instance("N.B"))) << "each for itself";
     DrivenSet set(d_errors); // takes them over, and removes them in the end
     set.load({std::nullopt, path});
     EXPECT_EQ(set.share(), SignalSet::Built::Ready);
+}
+
+TEST_F(SignalSetTest, nothingIsMadeIfTheCallerObjects) {
+    DrivenSet set(d_errors);
+    set.load({std::nullopt, dbcFile(two)});
+    std::vector<std::string> asked;
+    EXPECT_EQ(set.d_signals.share({},
+                                  [&asked](std::vector<std::string> const& names) {
+                                      asked = names;
+                                      return false;
+                                  }),
+              SignalSet::Built::NotFree);
+    EXPECT_EQ(asked, (std::vector<std::string>{instance("M.A"), instance("N.B")}));
+    EXPECT_EQ(keyOf(instance("M.A")), std::nullopt);
 }
 
 TEST_F(SignalSetTest, onlyPickedSignalsAreShared) {
@@ -317,7 +332,7 @@ TEST_F(SignalSetTest, keyThatTwoFilesHaveByChanceIsSharedOnce) {
     EXPECT_EQ(set.d_signals.sharedCount(), 1U);
     std::vector<ListedSignal> const listed = sharedSignals();
     ASSERT_EQ(listed.size(), 2U);
-    EXPECT_EQ(listed[0].key, listed[1].key) << "for the list to report";
+    EXPECT_EQ(listed[0].segment.key, listed[1].segment.key) << "for the list to report";
 }
 
 TEST_F(SignalSetTest, newKeyFileDoesNotGetTheKeyOfAnotherByChance) {

@@ -69,6 +69,18 @@ TEST_F(RecordViewTest, readsAndLooksWithoutARegistryEntryOrATrace) {
     EXPECT_EQ(BaseSignal::getInstance(d_name.name().c_str()), &signal);
 }
 
+TEST_F(RecordViewTest, knownSegmentNeedsNoKeyFile) {
+    ShmProbe signal(plainDefinition(d_name.name()), true);
+    signal.write(word(0x12, 0x34), 7);
+    int const segment = d_name.segmentId();
+    ASSERT_EQ(unlink(d_name.path().c_str()), 0);
+    EXPECT_FALSE(RecordView(d_name.name()).kind());
+    RecordView const view(d_name.name(), segment, sizeof(shmSignalData_t));
+    EXPECT_EQ(view.kind(), RecordKind::Shm);
+    EXPECT_EQ(view.read(soon)->value->raw, 0x3412U);
+    EXPECT_FALSE(RecordView(d_name.name(), segment, sizeof(shmSignalData_t) - 1).kind()) << "too small";
+}
+
 TEST_F(RecordViewTest, payloadOfTheStoreIsDecoded) {
     canSignal_t definition = canDefinition(d_name.name());
     definition.scale = 2;
