@@ -1,5 +1,6 @@
 // qzsignal replay.
 #include "tests/cli/Drive.h"
+#include "tests/cli/Terminal.h"
 
 #include "qzsignal/shm/ShmSignal.h"
 
@@ -407,27 +408,18 @@ TEST_F(ReplayTest, whateverLiesInPlaceOfAKeyFileIsLeftAlone) {
 }
 
 TEST_F(ReplayTest, progressIsShownOnATerminal) {
-    int const terminal = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
-    if (terminal < 0 || grantpt(terminal) != 0 || unlockpt(terminal) != 0)
+    Terminal terminal;
+    if (terminal.end() < 0)
         GTEST_SKIP() << "no pseudo terminal to be had";
-    int const end = open(ptsname(terminal), O_RDWR | O_NOCTTY | O_CLOEXEC);
-    ASSERT_GE(end, 0);
-    Command command(replay({"-"}), end);
+    Command command(replay({"-"}), terminal.end());
     // Frames until it has something to show: it does so twice a second at most.
-    std::string shown;
-    fcntl(terminal, F_SETFL, O_NONBLOCK);
     EXPECT_TRUE(waitUntil([&] {
         for (int i = 0; i < 64; ++i)
             command.feed(drivingFrame);
-        char chunk[1024];
-        for (ssize_t bytes = 0; (bytes = read(terminal, chunk, sizeof chunk)) > 0;)
-            shown.append(chunk, static_cast<std::size_t>(bytes));
-        return contains(shown, " frames");
-    })) << shown;
+        return contains(terminal.shown(), " frames");
+    })) << terminal.shown();
     command.endInput();
     EXPECT_EQ(command.wait(), 0);
-    close(end);
-    close(terminal);
 }
 
 } // namespace

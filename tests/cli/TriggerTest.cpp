@@ -1,5 +1,6 @@
 // qzsignal trigger.
 #include "tests/cli/Drive.h"
+#include "tests/cli/Terminal.h"
 
 namespace {
 
@@ -246,6 +247,31 @@ TEST_F(TriggerTest, stopsInOrderOnRequest) {
         EXPECT_EQ(command.output().find(ended), 0U);
         return HasFailure() || command.output() == ended + open;
     }));
+}
+
+TEST_F(TriggerTest, progressIsShownOnATerminalAndWipedBeforeResults) {
+    Terminal terminal;
+    if (terminal.end() < 0)
+        GTEST_SKIP() << "no pseudo terminal to be had";
+    for (char const* const subcommand : {"trigger", "cut"}) {
+        std::size_t const before = terminal.shown().size();
+        std::string const cut = d_drive.folder().path("e.log");
+        std::vector<std::string> all = {subcommand, "-d", d_drive.definitions(), d_drive.speed() + " > 50", "-"};
+        if (all.front() == "cut")
+            all.insert(all.begin() + 1, {"-o", cut});
+        Command command(all, terminal.end());
+        EXPECT_TRUE(waitUntil([&] {
+            for (int i = 0; i < 64; ++i)
+                command.feed("(1.0) can0 100#100000\n");
+            return terminal.shown().find(" frames", before) != std::string::npos;
+        })) << terminal.shown();
+        command.feed("(2.0) can0 100#000100\n");
+        command.endInput();
+        EXPECT_EQ(command.wait(), 0);
+        EXPECT_NE(command.output(), "");
+        std::string const wiped = "\r\033[K";
+        EXPECT_EQ(terminal.shown().substr(terminal.shown().size() - wiped.size()), wiped);
+    }
 }
 
 TEST_F(TriggerTest, badExpressionIsShownWithItsPlace) {

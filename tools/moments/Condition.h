@@ -52,7 +52,10 @@ public:
     // True if a message may change its value; `message` is the key by which expressions know it.
     bool reads(std::uint64_t message) const { return d_program->signalMessageIds.count(message) != 0; }
     // All of its signals hold values: from then on, it is true or false.
-    bool isWritten() { return d_written || (d_written = d_program->isWritten()); }
+    bool isWritten() {
+        d_written = d_written || d_program->isWritten();
+        return d_written;
+    }
     // Its value is above 0.
     bool isTrue() { return d_program->getTrigger(); }
     // Names of its signals that hold no value.

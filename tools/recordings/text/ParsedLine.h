@@ -9,13 +9,17 @@ enum class LineKind {
     Malformed
 };
 
+// Small enough to be returned in registers, as every line is.
 struct ParsedLine {
-    LineKind kind = LineKind::Other;
+    constexpr ParsedLine(LineKind lineKind = LineKind::Other, char const* lineCause = nullptr, bool header = false)
+        : kind(lineKind), isHeader(header), cause(lineCause) {}
+
+    LineKind kind;
+    // Of Other: it says how the lines after it are to be read, or when the recording began.
+    bool isHeader;
     // Of Malformed: static text, plain words such as "odd number of data digits". Of Other: the kind of an event that
     // is not read, such as "CAN statistics", likewise; null for blank lines, headers and comments.
-    char const* cause = nullptr;
-    // Of Other: it says how the lines after it are to be read, or when the recording began.
-    bool isHeader = false;
+    char const* cause;
 };
 
 inline ParsedLine malformedLine(char const* cause) {
