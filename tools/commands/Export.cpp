@@ -105,7 +105,7 @@ public:
             return cannotWrite(output.error(), true);
         if (!file.close())
             return cannotWrite(file.error(), true);
-        return output.failed() ? exitSuccess : status(drive); // whoever read it had enough
+        return output.failed() ? exitSuccess : status(drive); // the reader had enough
     }
 
 private:
