@@ -107,7 +107,7 @@ public:
             return cannotWrite(output.error());
         if (!file.close())
             return cannotWrite(file.error());
-        return output.failed() ? exitSuccess : status(drive); // whoever read it had enough
+        return output.failed() ? exitSuccess : status(drive); // the reader had enough
     }
 
 private:
