@@ -24,6 +24,8 @@ std::function<int()> setUpRead(CLI::App& parser, Console& console);
 std::function<int()> setUpList(CLI::App& parser, Console& console);
 std::function<int()> setUpEval(CLI::App& parser, Console& console);
 std::function<int()> setUpTrigger(CLI::App& parser, Console& console);
+std::function<int()> setUpExport(CLI::App& parser, Console& console);
+std::function<int()> setUpSignals(CLI::App& parser, Console& console);
 std::function<int()> setUpCheck(CLI::App& parser, Console& console);
 
 } // namespace qztool

@@ -24,6 +24,8 @@ constexpr Subcommand subcommands[] = {
     {"list", "List the shared signals of this machine", qztool::setUpList},
     {"eval", "Evaluate an expression over shared signals", qztool::setUpEval},
     {"trigger", "Find the moments of a recorded drive at which a condition becomes true", qztool::setUpTrigger},
+    {"export", "Write the decoded values of a recorded drive as CSV or JSON", qztool::setUpExport},
+    {"signals", "List the signals that definition files hold", qztool::setUpSignals},
     {"check", "Compare definitions with themselves and with a recorded drive", qztool::setUpCheck},
 };
 
@@ -52,7 +54,9 @@ int run(int argc, char const* const* argv, qztool::Console& console) {
                   "  qzsignal read Engine.Speed --wait 5\n"
                   "  qzsignal list --json\n"
                   "  qzsignal eval --follow 'Engine.Speed > 3000'\n"
-                  "  qzsignal trigger -d car.dbc 'Engine.Speed > 3000' drive.log\n");
+                  "  qzsignal trigger -d car.dbc 'Engine.Speed > 3000' drive.log\n"
+                  "  qzsignal signals -d car.dbc 'Engine.*'\n"
+                  "  qzsignal export -d car.dbc drive.log -o values.csv\n");
     parser.require_subcommand(1);
     int status = qztool::exitSuccess;
     for (Subcommand const& each : subcommands) {

@@ -19,7 +19,7 @@ TEST(CommandLine, helpNamesSubcommandsExitStatusesAndExamples) {
 }
 
 TEST(CommandLine, subcommandsHaveHelpOfTheirOwn) {
-    for (char const* const subcommand : {"replay", "read", "list", "eval", "trigger"}) {
+    for (char const* const subcommand : {"replay", "read", "list", "eval", "trigger", "export", "signals"}) {
         Result const result({subcommand, "--help"});
         EXPECT_EQ(result.status, 0);
         EXPECT_TRUE(contains(result.output, "Examples:\n  qzsignal " + std::string(subcommand))) << result.output;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "qzsignal/signal/SignalDefinition.h"
+#include "tools/base/NumberText.h"
 
 #include <charconv>
 #include <cstdint>
@@ -24,8 +25,8 @@ inline std::string rawText(std::uint64_t raw, signalValue_t type) {
 
 // Microseconds as seconds with all six decimals, which a double does not hold for every time.
 inline std::string secondsText(std::uint64_t microseconds) {
-    std::string const fraction = std::to_string(microseconds % 1'000'000);
-    return std::to_string(microseconds / 1'000'000) + "." + std::string(6 - fraction.size(), '0') + fraction;
+    char text[longestNumber];
+    return std::string(text, writeSeconds(text, microseconds));
 }
 
 } // namespace qztool

@@ -3,6 +3,7 @@
 
 #include "tools/recordings/Frame.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
@@ -19,6 +20,7 @@ struct CurrentFrame {
     unsigned cycle = 0;        // FlexRay
     std::uint64_t written = 0; // signals written so far, over all frames
     std::uint64_t cut = 0;     // signals not written because they are past the end of a short frame
+    std::size_t signals = 0;   // that were built to be fed
     // Signals that are wanted and that the message which is being fed carries, in the order of their construction.
     std::vector<DrivenSignal*> carried;
 

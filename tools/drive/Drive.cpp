@@ -25,6 +25,7 @@ void Drive::run(DriveListener& listener) {
         }
         if (next == RecordingReader::Next::Interrupted)
             continue;
+        listener.onRead(d_frame);
         if (d_frame.is(frameFlag::withoutData)) {
             count(d_frame);
             continue;

@@ -19,6 +19,8 @@ class DriveListener {
 public:
     virtual ~DriveListener() = default;
 
+    // A frame of any kind was read.
+    virtual void onRead(Frame const& frame) { static_cast<void>(frame); }
     // A data frame is about to be fed; at the end of what the call takes, it is due. False: the drive is to end here.
     virtual bool onFrame(Frame const& frame) { return static_cast<void>(frame), true; }
     // Its signals have been written; `message` is the key by which expressions know it.

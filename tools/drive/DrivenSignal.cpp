@@ -9,7 +9,7 @@
 namespace qztool {
 
 DrivenSignal::DrivenSignal(SignalOrder const& order, CurrentFrame& frame)
-    : d_frame(frame), d_order(order), d_lastByte(lastByteOf(order.signal)) {}
+    : d_frame(frame), d_order(order), d_number(frame.signals++), d_lastByte(lastByteOf(order.signal)) {}
 
 void DrivenSignal::selectBy(DrivenSignal const& multiplexor, std::vector<SelectorRange> ranges) {
     d_multiplexor = &multiplexor;

@@ -5,6 +5,7 @@
 #include "tools/drive/CurrentFrame.h"
 #include "tools/drive/SignalOrder.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -23,6 +24,9 @@ public:
     SignalDefinition const& definition() const { return d_order.signal; }
     std::string const& instance() const { return d_order.instance; }
     bool isWanted() const { return d_order.wanted; }
+    // Counts the signals that share the frame, from 0 in order of construction, so that others can keep what they know
+    // of signals in a table.
+    std::size_t number() const { return d_number; }
 
     // From now on, only frames in which `multiplexor` has one of these raw values carry the signal. The multiplexor
     // must have been built before it, so that it is fed before it.
@@ -47,6 +51,7 @@ private:
     bool selected() const;
 
     SignalOrder d_order;
+    std::size_t d_number;
     unsigned d_lastByte;           // of the payload
     std::uint64_t d_lastFrame = 0; // the frame that was written last
     DrivenSignal const* d_multiplexor = nullptr;
