@@ -203,4 +203,20 @@ TEST_F(CheckTest, stoppedCheckListsWhatItHasFound) {
         EXPECT_TRUE(Json::parse(command.output()).contains("coverage"));
 }
 
+TEST_F(CheckTest, definitionFilesAreRankedByARecording) {
+    std::string const fitting = definitions(sound), other = d_folder.file("other.dbc", "BO_ 512 Other: 8 X\n");
+    std::string const notes = d_folder.file("notes.txt", "nothing\n"), log = d_folder.file("drive", drive);
+    Result const text({"signals", "-d", other, "-d", fitting, "--fits", log});
+    EXPECT_EQ(text.status, 0);
+    EXPECT_EQ(text.output, " frames  identifiers  file\n   75 %         50 %  " + fitting + "\n   25 %         50 %  " +
+                               other + "\n");
+    Result const folder({"signals", "-d", d_folder.name(), "--json", "--fits", log});
+    EXPECT_TRUE(contains(folder.errors, notes + ": no message is defined in it; left out\n")) << folder.errors;
+    EXPECT_EQ(Json::parse(folder.output)[0],
+              (Json{{"file", fitting}, {"frames", 0.75}, {"identifiers", 0.5}, {"messages", 1}}));
+    EXPECT_EQ(Result({"signals", "-d", fitting, "--fits", recording("(1.0) can0 7FF#00\n")}).status, 1);
+    EXPECT_EQ(Result({"signals", "-d", fitting, "--fits", d_folder.name() + "/missing"}).status, 69);
+    EXPECT_EQ(Result({"signals", "-d", notes, "--fits", log}).status, 69);
+}
+
 } // namespace

@@ -22,6 +22,8 @@ public:
         : d_signal(signal), d_bits(bitsOf(signal.definition())), d_enough(enoughInARow(signal.definition().bits)) {}
 
     void add(SeenValue const& value) override {
+        if (isNoValue(d_signal.message(), d_signal.definition(), value.raw))
+            return;
         std::uint64_t const rest = restOf(value.frame);
         if (d_any && value.raw != d_raw) {
             d_hasChanged = true;

@@ -24,6 +24,14 @@ inline std::int64_t tableValue(SignalDefinition const& signal, std::uint64_t pat
     return static_cast<std::int64_t>(isNegative ? pattern | ~highestPattern(signal.bits) : pattern);
 }
 
+// The highest values of each signal of J1939 stand for an error or for "not available".
+inline bool isNoValue(MessageDefinition const& message, SignalDefinition const& signal, std::uint64_t raw) {
+    constexpr std::uint64_t highestValid = 0xFA; // of a byte, and of the highest byte of longer ones
+    if (!message.byParameterGroup || signal.bits < 2)
+        return false;
+    return signal.bits >= 8 ? raw >> (signal.bits - 8) > highestValid : raw >= highestPattern(signal.bits) - 1;
+}
+
 // Both limits 0 state nothing, as definition files have it.
 inline bool statesRange(SignalDefinition const& signal) {
     return signal.minimum != 0.0 || signal.maximum != 0.0;

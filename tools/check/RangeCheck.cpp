@@ -10,14 +10,6 @@ namespace qztool {
 
 namespace {
 
-// The highest values of each signal of J1939 stand for an error or for "not available".
-bool isNoValue(MessageDefinition const& message, SignalDefinition const& signal, std::uint64_t raw) {
-    constexpr std::uint64_t highestValid = 0xFA; // of a byte, and of the highest byte of longer ones
-    if (!message.byParameterGroup || signal.bits < 2)
-        return false;
-    return signal.bits >= 8 ? raw >> (signal.bits - 8) > highestValid : raw >= highestPattern(signal.bits) - 1;
-}
-
 class RangeCheck : public SignalCheck {
 public:
     explicit RangeCheck(DrivenSignal& signal) : d_signal(signal) {}

@@ -2,6 +2,7 @@
 #include "tools/Subcommand.h"
 #include "tools/base/Console.h"
 #include "tools/base/ExitStatus.h"
+#include "tools/commands/Fits.h"
 #include "tools/console/ConsoleReporter.h"
 #include "tools/console/DefinitionOption.h"
 #include "tools/console/Table.h"
@@ -24,6 +25,7 @@ struct Options {
     DefinitionOptions definitions;
     std::vector<std::string> patterns;
     bool json = false;
+    std::string fits; // a recording; empty: none
 };
 
 // The patterns, and the signals whose own name one of them is.
@@ -44,6 +46,8 @@ void print(std::vector<ListedSignalDefinition> const& signals, bool json, std::o
 }
 
 int run(Options const& options, Console& console) {
+    if (!options.fits.empty())
+        return printFits(options.definitions.files, options.fits, options.json, console);
     ConsoleReporter reporter(console, options.definitions.quiet);
     DefinitionSet definitions(reporter, options.definitions.decoding);
     bool allLoaded = true;
@@ -75,11 +79,19 @@ std::function<int()> setUpSignals(CLI::App& parser, Console& console) {
     parser.add_flag("--json", options->json,
                     "Print an array of objects: name, original, bus, channel, id, extended, startBit, bits, byteOrder, "
                     "type, scale, offset, unit, minimum, maximum, cycleTime, multiplexor, words, file, line");
+    CLI::Option* const fits =
+        parser
+            .add_option("--fits", options->fits,
+                        "Say which of the definition files fit this recording, the best one first, with the shares of "
+                        "its frames and identifiers that they define; a FILE may then be a folder, of which all files "
+                        "are read. With --json: file, frames, identifiers (shares from 0 to 1), messages")
+            ->type_name("TRACE");
     parser
         .add_option("GLOB", options->patterns,
                     "List only signals whose name (Message.Signal), its spelling in the file, or the signal's own name "
                     "matches")
-        ->type_name("");
+        ->type_name("")
+        ->excludes(fits);
     parser.footer(std::string("\n"
                               "A line that is too long for a terminal ends with an ellipsis; elsewhere, lines are "
                               "whole.\n\n") +
@@ -87,6 +99,7 @@ std::function<int()> setUpSignals(CLI::App& parser, Console& console) {
                   "\nExamples:\n"
                   "  qzsignal signals -d car.dbc\n"
                   "  qzsignal signals -d car.dbc 'Engine.*'\n"
+                  "  qzsignal signals -d definitions/ --fits drive.log\n"
                   "  qzsignal signals -d car.dbc --json | jq -r '.[].name'\n");
     return [options, &console] { return run(*options, console); };
 }

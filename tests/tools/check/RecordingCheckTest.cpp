@@ -280,6 +280,13 @@ TEST_F(RecordingChecks, messagesOfJ1939AreKnownByTheirGroup) {
               "2 EEC1.Torque 1: 'EEC1.Torque': 1 value outside [0|200], 201 (1.000000, 1)\n")
         << "FF is not available";
     EXPECT_EQ(textOf(found, CheckKind::Unseen), "6 - 1: no frame of 'EEC9' (18FEF100)\n");
+    EXPECT_EQ(textOf(checkDbc("BO_ 2348810240 TSC1: 8 X\n SG_ Message_Checksum : 60|4@1+ (1,0) [0|0] \"\" X\n"
+                              "BA_DEF_ \"ProtocolType\" STRING;\nBA_ \"ProtocolType\" \"J1939\";\n",
+                              frameLine(1, "0C000003#00000000000000F0") + frameLine(2, "0C000003#01000000000000F0") +
+                                  frameLine(3, "0C000003#02000000000000F0")),
+                     CheckKind::Checksum),
+              "")
+        << "not available";
     EXPECT_EQ(textOf(found, CheckKind::Undefined), "7 - 1: 18FE0000 on channel 0: 1 frame (4.000000, 7)\n")
         << "packets are of messages";
     EXPECT_EQ(textOf(found, CheckKind::Length), "");
