@@ -39,8 +39,8 @@ def complete():
     names |= {(f"{name}/{size}", "frame") for name in {**targets.LOOK_UPS, **targets.MAPS} for size in SIZES}
     names |= {(f"{growth.benchmark}/{size}", growth.counter) for growth in targets.GROWTH for size in SIZES}
     names |= {(f"expression/{formula}/{way}", "time") for formula in targets.FORMULAS for way in targets.EVALUATORS}
-    names |= {(f"command/{name}", "run") for name in ("trigger", "replay", "export", "export-wide", "plain-export",
-                                                      "line-reader", "definitions")}
+    names |= {(f"command/{name}", "run") for name in ("trigger", "trigger-blf", "trigger-pcap", "replay", "export", "export-wide",
+                                                      "plain-export", "line-reader", "definitions")}
     entries = [entry(name, **{} if counter == "time" else {counter: time})
                for name, counter in sorted(names) for time in (1e-6, 0.9e-6)]
     waits = {f"{call}_{wait}": 1e-6 for call in ("write", "read") for wait in targets.WAITS}

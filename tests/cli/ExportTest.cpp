@@ -171,11 +171,10 @@ TEST_F(ExportTest, resultsThatCannotBeWrittenAreStatus74) {
     std::string const recording = log(drive);
     Result const full(arguments({"-o", "/dev/full", recording}));
     EXPECT_EQ(full.status, 74);
-    EXPECT_EQ(full.errors,
-              "qzsignal: error: cannot write '/dev/full': No space left on device; the file is not complete\n");
+    EXPECT_EQ(full.errors, "qzsignal: error: cannot write the results to '/dev/full': No space left on device\n");
     Result const nowhere(arguments({"-o", d_drive.folder().name() + "/no/such.csv", recording}));
     EXPECT_EQ(nowhere.status, 74);
-    EXPECT_EQ(nowhere.errors, "qzsignal: error: cannot write '" + d_drive.folder().name() +
+    EXPECT_EQ(nowhere.errors, "qzsignal: error: cannot write the results to '" + d_drive.folder().name() +
                                   "/no/such.csv': No such file or directory\n");
     // It goes before the status of a recording without a value.
     Child toFull("sh|-c|exec \"$0\" \"$@\" >/dev/full|" QZSIGNAL_TEST_COMMAND, arguments({"--to", "5", recording}));

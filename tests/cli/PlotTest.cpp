@@ -189,7 +189,7 @@ TEST_F(PlotTest, pictureShadesMarksAndQuotesTexts) {
 TEST_F(PlotTest, fileThatCannotBeWrittenIsReported) {
     Result const result = plot({"--svg", d_drive.speed(), "-o", "/dev/full"}, three);
     EXPECT_EQ(result.status, 74);
-    EXPECT_NE(result.errors.find("/dev/full: "), std::string::npos) << result.errors;
+    EXPECT_NE(result.errors.find("to '/dev/full': "), std::string::npos) << result.errors;
     std::string const path = d_drive.folder().path("drive.svg");
     EXPECT_EQ(plot({"--svg", d_drive.speed(), "-o", path}, three).status, 0);
     EXPECT_EQ(contentsOf(path).substr(0, 5), "<svg ");
