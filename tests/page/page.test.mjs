@@ -195,15 +195,20 @@ test("the search box hides rows, the check box a signal", async () => {
 
 test("it is light or dark as the user has it, and light on paper", async () => {
     const paper = () => page.evaluate(() => getComputedStyle(document.body).backgroundColor);
+    const lineColour = () => page.evaluate(() => drivePlot.lanes()[0].chart.series[1].stroke());
+    // Lines are drawn again when the page hears of the change.
+    const lineTurns = colour => page.waitForFunction(
+        wanted => (drivePlot.lanes()[0].chart.series[1].stroke() === wanted.colour) === wanted.same, {}, colour);
+    const light = await lineColour();
     await page.emulateMediaFeatures([{ name: "prefers-color-scheme", value: "dark" }]);
     assert.equal(await paper(), "rgb(21, 25, 29)");
-    const dark = await page.evaluate(() => drivePlot.lanes()[0].chart.series[1].stroke());
+    await lineTurns({ colour: light, same: false });
     await page.emulateMediaType("print");
     assert.equal(await paper(), "rgb(255, 255, 255)");
     await page.emulateMediaType(null);
     await page.emulateMediaFeatures([{ name: "prefers-color-scheme", value: "light" }]);
     assert.equal(await paper(), "rgb(255, 255, 255)");
-    assert.notEqual(await page.evaluate(() => drivePlot.lanes()[0].chart.series[1].stroke()), dark);
+    await lineTurns({ colour: light, same: true });
 });
 
 test("nothing is on the console, and nothing was fetched", () => {
