@@ -117,3 +117,17 @@ cat "$scratch/watcher.out"
 heading "Find the same in the recording, without any process beside"
 echo "\$ qzsignal trigger --dbc drive.dbc --level '$condition' drive.log"
 "$qzsignal" trigger --dbc "$scratch/drive.dbc" --level "$condition" "$scratch/drive.log"
+
+heading "Values of the drive as a table, and its speed as a picture"
+results=${TMPDIR:-/tmp}/qzsignal-demo
+mkdir -p "$results"
+(
+    cd "$scratch"
+    show export -d drive.dbc --only 'VehicleSpeed.Speed' --only 'Transmission.Gear' --format wide --step 0.1 drive.log \
+        -o "$results/drive.csv"
+    show plot -d drive.dbc --svg drive.log "${shown[@]}" --mark 'Brake.PedalPressed' -o "$results/drive.svg"
+    if show plot -d drive.dbc drive.log "${shown[@]}" --mark 'Brake.PedalPressed' -o "$results/drive.html"; then
+        echo "Open $results/drive.html in a browser."
+    fi
+)
+ls "$results"
