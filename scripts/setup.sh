@@ -12,7 +12,7 @@ Groups:
   docs          generator of the API reference, checker of the manual page
   fuzz          compiler and run-time libraries of the fuzzers
   instructions  counter of the instructions of x86-64 programs
-  page          what the page of `qzsignal plot` is made with, and the browser that tests it
+  page          what draws the page of the plot subcommand, and the browser that tests it
   lint          formatter, static checks of C++ and of scripts
   valgrind      memory checker"
 

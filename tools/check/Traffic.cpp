@@ -7,7 +7,7 @@ namespace qztool {
 
 namespace {
 
-// Frames of channels A and B are told apart, as they come in pairs.
+// Frames of channels A and B are distinguished, as they come in pairs.
 std::uint64_t keyOf(Frame const& frame) {
     constexpr std::uint16_t distinguishing = frameFlag::extended | frameFlag::channelA | frameFlag::channelB;
     return std::uint64_t{static_cast<std::uint8_t>(frame.bus)} << 56 | std::uint64_t{frame.channel} << 48 |

@@ -123,7 +123,7 @@ private:
         return report(drive, sortOut(drive.unfed(), d_definitions), d_options.recording, d_console);
     }
 
-    // Leaves out what is ignored, and signals that nobody asked for.
+    // Leaves out what is ignored, and signals that were not asked for.
     void pick() {
         std::unordered_set<std::string> wanted;
         for (auto const& signal : d_signals.signals())

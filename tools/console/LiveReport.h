@@ -9,7 +9,7 @@
 namespace qztool {
 
 // A line for each thing that is malformed, as soon as it is read, if the recording is live. `report` says the rest in
-// the end: of causes that come up too often to print each, all places. Nobody waits for the end of a file, where one
+// the end: of causes that come up too often to print each, all places. In a file, the end comes soon, and one
 // line for each cause is clearer.
 class LiveReport : private FindingsListener {
 public:

@@ -69,7 +69,7 @@ public:
     // The network for one channel out of one that serves each.
     Network& open(Network& network, std::uint8_t channel);
 
-    // Hears of first frames, until it is replaced; null: nobody does.
+    // Hears of first frames, until it is replaced; null: nothing does.
     void setLateSignals(LateSignals* late) { d_late = late; }
     LateSignals* lateSignals() const { return d_late; }
 

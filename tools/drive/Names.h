@@ -33,7 +33,7 @@ struct NameReading {
     std::size_t prefix = 0; // characters of the base that are the channel
 };
 
-// All ways to read a name in which at least one of the two is told from the rest.
+// All ways to read a name in which at least one of the two is separated from the rest.
 std::vector<NameReading> readingsOf(std::string const& name, bool hasChannel);
 
 // "a, b and 3 more".

@@ -51,7 +51,7 @@ public:
     Built buildNamed(std::unordered_set<std::string> const& names);
 
     // In the order of files, messages and signals, a multiplexor before those that it selects; also multiplexors
-    // that nobody asked for (`DrivenSignal::isWanted`). Those that are built late follow.
+    // that were not asked for (`DrivenSignal::isWanted`). Those that are built late follow.
     std::vector<std::unique_ptr<DrivenSignal>> const& signals() const { return d_signals; }
 
     // The segments of these signals are to outlive the process.
@@ -63,7 +63,7 @@ public:
 private:
     using File = DefinitionSet::File;
 
-    // What is to become of a signal. Helper: one that nobody asked for, but that selects others.
+    // What is to become of a signal. Helper: one that was not asked for, but that selects others.
     enum class Fate : unsigned char { None, Helper, Private, Shared };
     // The signals of one message that are to be built, by their indices.
     struct Part {

@@ -134,14 +134,13 @@ bool canWritePlotPage() {
 }
 
 void writePlotPage(std::ostream& out, PlottedDrive const& drive) {
-    for (std::string_view const part : pageTemplate) {
+    for (std::string_view const part : pageTemplate)
         if (part == pageTitleMark)
             out << markupText(drive.title);
         else if (part == pageDriveMark)
             writeDrive(out, drive);
         else
             out << part;
-    }
 }
 
 } // namespace qztool

@@ -25,9 +25,8 @@ protected:
         SignalSet signals(set, frame, problems);
         for (std::string const& file : definitions)
             EXPECT_TRUE(set.load(parseDefinitionFile(file)));
-        if (set.hasSignals()) {
+        if (set.hasSignals())
             EXPECT_EQ(signals.build({}), SignalSet::Built::Ready) << d_others.text();
-        }
         std::vector<Finding> findings;
         if (recording.empty()) {
             checkDefinitions(set, findings);

@@ -15,12 +15,11 @@ constexpr char escape = '\33';
 // Takes sequences such as "ESC[34m" out.
 void removeColours(std::string_view line, std::string& plain) {
     plain.clear();
-    for (std::size_t i = 0; i < line.size(); ++i) {
+    for (std::size_t i = 0; i < line.size(); ++i)
         if (line[i] == escape)
             i = std::min(line.find('m', i), line.size() - 1);
         else
             plain += line[i];
-    }
 }
 
 bool startsWith(std::string_view text, std::string_view start) {

@@ -1,4 +1,4 @@
-// Frames of J1939: matched by parameter group, told apart by source address, and put together from packets.
+// Frames of J1939: matched by parameter group, distinguished by source address, and put together from packets.
 #include "tests/tools/drive/DriveFixture.h"
 
 #include "tools/machine/SharedSignals.h"
