@@ -8,8 +8,8 @@
 
 namespace qztool {
 
-// Sorts intervals by length, 16 classes for each power of two, so that memory does not grow with their number. It keeps,
-// of the intervals of a class, their number, sum and ends.
+// Sorts intervals by length, 16 classes for each power of two, so that memory does not grow with their number. It
+// keeps, of the intervals of a class, their number, sum and ends.
 class Intervals {
 public:
     // An interval in microseconds, after a frame.

@@ -52,8 +52,8 @@ void RecordingCheck::onMessage(Frame const& frame, std::uint64_t) {
     }
 }
 
-// Of messages that are not there at all, signals are not listed, nor are those that were not asked for. A definition may
-// stand for several signals, such as one for each source of the message.
+// Of messages that are not there at all, signals are not listed, nor are those that were not asked for. A definition
+// may stand for several signals, such as one for each source of the message.
 void RecordingCheck::addUnseen(std::vector<Finding>& findings) const {
     std::unordered_map<SignalDefinition const*, bool> written; // any signal of it
     for (auto const& signal : d_signals.signals())
