@@ -55,7 +55,7 @@ public:
     Traffic(Traffic const&) = delete;
     Traffic& operator=(Traffic const&) = delete;
 
-    void add(Frame const& frame, std::uint64_t place);
+    void add(Frame const& frame, std::uint64_t number);
     // A message came in several frames, as those of J1939 may.
     void addInPackets(MessageDefinition const& message) { d_inPackets.insert(&message); }
     // True if the recording has a frame of the message, or the message in several frames.

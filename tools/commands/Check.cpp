@@ -21,6 +21,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <iterator>
 #include <memory>
 #include <optional>
 #include <string>
@@ -215,6 +216,7 @@ private:
 
 std::vector<std::string> kindNames() {
     std::vector<std::string> names;
+    names.reserve(std::size(checkKinds));
     for (CheckKindRow const& row : checkKinds)
         names.emplace_back(row.name);
     return names;
