@@ -146,19 +146,15 @@ private:
     // Of most attributes nothing is read. Names that are longer than some tools allow are kept in two of them.
     void readAttribute(std::string_view word) {
         std::string_view name;
-        if (!d_scanner.quoted(name)) {
-            skip(word);
-        } else if (name == "SystemMessageLongSymbol" || name == "SystemSignalLongSymbol") {
-            readReference<LongNameStatement>(word);
-        } else if (MessageAttributes::isRead(name)) {
-            const std::string_view object = d_scanner.peek() == 'B' ? d_scanner.word() : std::string_view();
+        bool const isNamed = d_scanner.quoted(name);
+        if (isNamed && (name == "SystemMessageLongSymbol" || name == "SystemSignalLongSymbol"))
+            return readReference<LongNameStatement>(word);
+        if (isNamed && MessageAttributes::isRead(name)) {
+            std::string_view const object = d_scanner.peek() == 'B' ? d_scanner.word() : std::string_view();
             if (object.empty() || object == "BO_")
-                readAttributeValue(word, name, object == "BO_");
-            else
-                skip(word);
-        } else {
-            skip(word);
+                return readAttributeValue(word, name, object == "BO_");
         }
+        skip(word);
     }
 
     void readAttributeDefault(std::string_view word) {
