@@ -68,9 +68,9 @@ std::unique_ptr<ValueLines::Tail> ValueLines::makeTail(DrivenSignal& signal) con
     std::string after = d_isJson ? ",\"unit\":" + jsonString(unit) : "," + csvField(unit) + ",";
     std::size_t const longest = before.size() + after.size() + jsonText.size() + text.longestWord() + jsonRaw.size() +
                                 2 * longestNumber + 2; // the end of the line
-    auto tail = std::make_unique<Tail>(Tail{&signal, signal.definition().line, 0, 0,
-                                            std::make_unique<char[]>(inPieces(longest)), inPieces(longest),
+    auto tail = std::make_unique<Tail>(Tail{&signal, signal.definition().line, 0, 0, nullptr, inPieces(longest),
                                             before.size(), std::move(after), std::move(text)});
+    tail->line = std::make_unique<char[]>(tail->capacity);
     std::copy(before.begin(), before.end(), tail->line.get());
     return tail;
 }

@@ -55,8 +55,9 @@ std::string commandOf(pid_t process) {
         std::string const name = contentOf(process, "comm");
         return name.substr(0, name.find('\n'));
     }
-    std::string name = lastPart(arguments.c_str());
-    std::size_t const second = arguments.find('\0') + 1;
+    std::size_t const end = arguments.find('\0');
+    std::string name = lastPart(arguments.substr(0, end));
+    std::size_t const second = end + 1;
     if (name == "qzsignal" && second < arguments.size() && arguments[second] != '-')
         name += std::string(" ") + (arguments.c_str() + second);
     return name;
