@@ -43,6 +43,7 @@ std::string Condition::derivedFrom(std::string const& name, bool& isAmbiguous) {
     isAmbiguous = meant.size() > 1;
     if (isAmbiguous) {
         std::vector<std::string> names;
+        names.reserve(meant.size());
         for (DerivedName const& each : meant)
             names.push_back(each.name);
         d_reporter.error(ambiguousNameText(name, names));

@@ -92,13 +92,16 @@ std::vector<std::pair<double, std::string>> ticksOf(double low, double high, dou
     std::vector<std::pair<double, std::string>> ticks;
     double const step = stepOf(high - low, count);
     int const digits = std::clamp(static_cast<int>(std::ceil(-std::log10(step) - 1e-9)), 0, 9);
-    for (double index = std::ceil(low / step); index * step <= high; ++index) {
+    double const first = std::ceil(low / step);
+    auto const steps = static_cast<int>(std::floor(high / step) - first); // a few, whatever the numbers are
+    for (int i = 0; i <= steps; ++i) {
+        double const number = (first + i) * step;
         char text[40];
-        if (std::abs(index * step) < 1e7)
-            std::snprintf(text, sizeof text, "%.*f", digits, index * step + 0.0); // no -0
+        if (std::abs(number) < 1e7)
+            std::snprintf(text, sizeof text, "%.*f", digits, number + 0.0); // no -0
         else
-            std::snprintf(text, sizeof text, "%g", index * step);
-        ticks.emplace_back(index * step, text);
+            std::snprintf(text, sizeof text, "%g", number);
+        ticks.emplace_back(number, text);
     }
     return ticks;
 }

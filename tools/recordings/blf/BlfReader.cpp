@@ -27,7 +27,7 @@ constexpr std::size_t mostHeaderBytes = 64;
 constexpr std::uint32_t tenMicroseconds = 1; // of the flags: unit of the time; else nanoseconds
 
 std::optional<std::uint64_t> dateOf(char const* bytes) {
-    unsigned const milliseconds = little16(bytes + 14);
+    std::uint64_t const milliseconds = little16(bytes + 14);
     std::uint64_t const date =
         sinceEpoch(Day{little16(bytes), little16(bytes + 2), little16(bytes + 6)},
                    TimeOfDay{little16(bytes + 8), little16(bytes + 10), little16(bytes + 12)}, milliseconds * 1000);

@@ -59,7 +59,7 @@ char const* readLength(TextCursor& cursor, Length& length) {
     cursor.skipBlanks();
     if (cursor.take('{')) {
         std::uint8_t const code = hexDigit(cursor.peek());
-        if (code == noDigit || code > 15)
+        if (code == noDigit)
             return noLength;
         cursor.advance();
         length = {std::min<std::uint32_t>(code, mostClassicBytes), 1};
