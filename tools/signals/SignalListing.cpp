@@ -176,6 +176,7 @@ nlohmann::ordered_json toJson(ListedSignalDefinition const& listed) {
 
 std::vector<Row> tableOf(std::vector<ListedSignalDefinition> const& signals) {
     std::vector<Row> rows;
+    rows.reserve(signals.size());
     for (ListedSignalDefinition const& signal : signals)
         rows.push_back(rowOf(signal));
     Row const titles = headings();

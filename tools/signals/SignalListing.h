@@ -30,7 +30,7 @@ std::vector<ListedSignalDefinition> listSignals(DefinitionSet const& definitions
 // Fields: name, original, bus, channel, id, extended, startBit, bits, byteOrder, type, scale, offset, unit, minimum,
 // maximum, cycleTime (seconds), multiplexor (name, ranges), words (by raw value), file, line. What is not stated is
 // null.
-nlohmann::ordered_json toJson(ListedSignalDefinition const& signal);
+nlohmann::ordered_json toJson(ListedSignalDefinition const& listed);
 
 // Rows of a table without control characters, the first of which has the headings. Columns that would be empty are left
 // out.
