@@ -68,7 +68,7 @@ private:
             print(moment);
     }
 
-    void onProgress() override { d_run.showProgress(); }
+    void onSearch() override { d_run.showProgress(); }
 
     void print(Moment const& moment) {
         d_run.hideProgress();

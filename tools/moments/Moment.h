@@ -24,7 +24,7 @@ public:
     // The same moment, once the condition has become false or the recording has ended.
     virtual void onMomentOver(Moment const& moment) { static_cast<void>(moment); }
     // Called now and then.
-    virtual void onProgress() {}
+    virtual void onSearch() {}
 };
 
 } // namespace qztool

@@ -24,7 +24,7 @@ public:
     void onMessage(Frame const& frame, std::uint64_t message) override;
     void onFed(Frame const& frame) override;
     void onFrameWithoutData(Frame const& frame) override;
-    void onProgress(RecordingReader const& /*recording*/) override { d_listener.onProgress(); }
+    void onProgress(RecordingReader const& /*recording*/) override { d_listener.onSearch(); }
     void onEnd() override;
 
     bool found() const { return d_found; }
