@@ -2,6 +2,7 @@
 // that a reader can tell whether what it read belongs together.
 #pragma once
 
+#include "qzsignal/shm/SharedRecord.h"
 #include "tests/process/Shared.h"
 #include "tests/process/TestSignal.h"
 
@@ -82,8 +83,9 @@ inline void checkCounted(unsigned signal, std::uint32_t counter, unsigned long l
 }
 
 // Reads the signal in one of the two forms and checks what came. Returns the counter, 0 if there was no value, or none
-// that counts: a definer that cannot have the lock soon fills the record without it, so a read that was held up for as
-// long with the lock held may be partly old and partly new.
+// that counts: a definer that cannot have the lock soon fills the record without it. So a read that was held up for as
+// long with the lock held may be partly old and partly new, and the read of another process, right after it, may find
+// what a record holds before it has a value.
 inline std::uint32_t readCounted(TestSignal& signal, unsigned number, bool physical, CountedFindings& findings) {
     constexpr std::chrono::milliseconds heldUp(9); // a definer tries for ten
     auto const begin = std::chrono::steady_clock::now();
@@ -93,6 +95,8 @@ inline std::uint32_t readCounted(TestSignal& signal, unsigned number, bool physi
     // The conversion is exact: 32 bits and one more fit a double.
     std::uint64_t const value = physical ? static_cast<std::uint64_t>((reading.d_phys + 1.0) * 2.0) : reading.d_raw;
     std::uint32_t const counter = static_cast<std::uint32_t>(value);
+    if (counter == qzsignal::unwrittenValue && reading.d_timestamp == qzsignal::unwrittenTimestamp)
+        return 0;
     checkCounted(number, counter, reading.d_timestamp, findings);
     return counter;
 }
