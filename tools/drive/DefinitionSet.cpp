@@ -186,7 +186,8 @@ std::vector<std::string> DefinitionSet::meantBy(std::string const& name) const {
             addLate(reading, result);
     if (result.empty())
         addByOwnName({name, std::nullopt, std::nullopt, 0}, result);
-    if (std::size_t const point = name.find('.'); result.empty() && d_decoding.channelPrefix && point != std::string::npos)
+    if (std::size_t const point = name.find('.');
+        result.empty() && d_decoding.channelPrefix && point != std::string::npos)
         addByOwnName({name, std::nullopt, std::nullopt, point + 1}, result); // of a channel with a file of its own
     std::sort(result.begin(), result.end());
     result.erase(std::unique(result.begin(), result.end()), result.end());
