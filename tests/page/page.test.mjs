@@ -51,7 +51,8 @@ before(async () => {
     ]);
     browser = await puppeteer.launch({
         executablePath: QZSIGNAL_TEST_BROWSER,
-        args: ["--no-sandbox", "--disable-gpu"],
+        args: ["--no-sandbox", "--disable-gpu", "--disable-dev-shm-usage"],
+        timeout: 120000, // of a machine that is busy with other tests
     });
     page = await browser.newPage();
     await page.setViewport({ width: 1200, height: 800 });
