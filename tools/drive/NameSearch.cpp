@@ -2,9 +2,8 @@
 #include "tools/drive/NameSearch.h"
 
 #include "tools/base/Nearest.h"
+#include "tools/drive/Names.h"
 
-#include <algorithm>
-#include <cstddef>
 #include <fnmatch.h>
 
 namespace qztool {
@@ -16,12 +15,7 @@ std::string unknownNameText(std::string const& name, DefinitionSet const& defini
 }
 
 std::string ambiguousNameText(std::string const& name, std::vector<std::string> const& meant) {
-    constexpr std::size_t most = 20;
-    std::string text;
-    for (std::size_t i = 0; i < std::min(meant.size(), most); ++i)
-        text += (text.empty() ? "" : ", ") + meant[i];
-    return "'" + name + "' may be any of " + text +
-           (meant.size() > most ? " and " + std::to_string(meant.size() - most) + " more" : "");
+    return "'" + name + "' may be any of " + listText(meant);
 }
 
 std::vector<std::string> signalsCalled(std::string const& nameOrPattern, DefinitionSet const& definitions,

@@ -2,7 +2,7 @@
 #include "tools/drive/SignalSet.h"
 
 #include "tools/drive/Buses.h"
-#include "tools/drive/Names.h"
+#include "tools/drive/NameSearch.h"
 #include "tools/drive/can/TransportProtocol.h"
 
 #include "qzsignal/signal/BaseSignal.h"
@@ -50,7 +50,7 @@ bool SignalSet::resolve(std::vector<std::string>& patterns) const {
             continue;
         std::vector<std::string> const meant = d_definitions.meantBy(pattern);
         if (meant.size() > 1)
-            d_reporter.error("'" + pattern + "' may be any of " + listText(meant));
+            d_reporter.error(ambiguousNameText(pattern, meant));
         resolved = resolved && meant.size() < 2;
         if (meant.size() == 1)
             pattern = meant.front();

@@ -401,6 +401,6 @@
         }
     }).observe(document.getElementById("lanes"));
 
-    // For whoever looks at the page from a script.
+    // For scripts that look at the page, such as its tests.
     window.drivePlot = { signals, lanes: () => lanes, view: () => ({ ...view }), setView, cursorTime: () => cursorTime };
 })();
