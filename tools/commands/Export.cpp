@@ -113,21 +113,9 @@ public:
 private:
     // From files to signals.
     ExitStatus prepare() {
-        bool allLoaded = true;
-        for (std::string const& definition : d_options.definitions.files)
-            allLoaded = d_definitions.load(parseDefinitionFile(definition)) && allLoaded;
-        if (!allLoaded)
+        if (!loadDefinitions(d_options.definitions, d_definitions))
             return exitNotThere;
-        switch (d_signals.build(d_options.only)) {
-        case SignalSet::Built::Ready:
-            return exitSuccess;
-        case SignalSet::Built::BadFiles:
-            return exitBadData;
-        case SignalSet::Built::NoMatch:
-            return exitNotThere;
-        default:
-            return exitNothingUsable;
-        }
+        return builtStatus(d_signals.build(d_options.only));
     }
 
     // An output that is one of the inputs would be empty before it is read.

@@ -61,9 +61,7 @@ public:
             d_console.error(recording.problem());
             return exitNothingUsable;
         }
-        bool allLoaded = true;
-        for (std::string const& definition : d_options.definitions.files)
-            allLoaded = d_definitions.load(parseDefinitionFile(definition)) && allLoaded;
+        bool const allLoaded = loadDefinitions(d_options.definitions, d_definitions);
         noteStopRequests();
         SignalSet::Built const built = d_signals.share(d_options.only, [this](std::vector<std::string> const& names) {
             bool const isFree = d_claim.claim(names, d_options.takeOver);
@@ -74,10 +72,7 @@ public:
             return isFree;
         });
         if (built != SignalSet::Built::Ready)
-            return built == SignalSet::Built::BadFiles  ? exitBadData
-                   : built == SignalSet::Built::NoMatch ? exitNotThere
-                   : built == SignalSet::Built::NotFree ? exitFedByOther
-                                                        : exitNothingUsable;
+            return builtStatus(built);
         Drive drive(recording, d_definitions.channels(), d_frame, d_stop);
         if (d_options.now)
             drive.moveToNow();

@@ -50,23 +50,13 @@ int run(Options const& options, Console& console) {
         return printFits(options.definitions.files, options.fits, options.json, console);
     ConsoleReporter reporter(console, options.definitions.quiet);
     DefinitionSet definitions(reporter, options.definitions.decoding);
-    bool allLoaded = true;
-    for (std::string const& definition : options.definitions.files)
-        allLoaded = definitions.load(parseDefinitionFile(definition)) && allLoaded;
-    if (!allLoaded)
+    if (!loadDefinitions(options.definitions, definitions))
         return exitNotThere;
     CurrentFrame frame;
     SignalSet signals(definitions, frame, reporter);
-    switch (signals.build(withOwnNames(options.patterns, definitions))) {
-    case SignalSet::Built::Ready:
-        break;
-    case SignalSet::Built::BadFiles:
-        return exitBadData;
-    case SignalSet::Built::NoMatch:
-        return exitNotThere;
-    default:
-        return exitNothingUsable;
-    }
+    ExitStatus const built = builtStatus(signals.build(withOwnNames(options.patterns, definitions)));
+    if (built != exitSuccess)
+        return built;
     print(listSignals(definitions, signals), options.json, console.results());
     return exitSuccess;
 }

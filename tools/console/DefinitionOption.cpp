@@ -26,4 +26,26 @@ void addDefinitionOptions(CLI::App& parser, DefinitionOptions& options) {
                     "Put the channel before each name, as in can0.Message.Signal, so that a file serves all channels");
 }
 
+bool loadDefinitions(DefinitionOptions const& options, DefinitionSet& definitions) {
+    bool allLoaded = true;
+    for (std::string const& definition : options.files)
+        allLoaded = definitions.load(parseDefinitionFile(definition)) && allLoaded;
+    return allLoaded;
+}
+
+ExitStatus builtStatus(SignalSet::Built built) {
+    switch (built) {
+    case SignalSet::Built::Ready:
+        return exitSuccess;
+    case SignalSet::Built::BadFiles:
+        return exitBadData;
+    case SignalSet::Built::NoMatch:
+        return exitNotThere;
+    case SignalSet::Built::NotFree:
+        return exitFedByOther;
+    default:
+        return exitNothingUsable;
+    }
+}
+
 } // namespace qztool
